@@ -1,0 +1,33 @@
+#!/usr/bin/env python3
+"""Runs every benchmark and prints its figures beside the ones we aim at.
+
+    bench/run.py [--quick]     quick: leaves out the ten-million-memo corpus (it takes 9 GB of memory)
+"""
+import argparse
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+BIN = ROOT / "build" / "bench" / "bin"
+
+
+def section(title, command):
+    print(f"\n== {title}", flush=True)
+    return subprocess.run([str(word) for word in command], cwd=ROOT, check=False).returncode
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--quick", action="store_true")
+    options = parser.parse_args()
+    with tempfile.TemporaryDirectory(prefix="mb-bench-") as folder:
+        failed = section("memory", [BIN / "memory_bench", *(["--quick"] if options.quick else [])])
+        failed |= section("processes", [BIN / "process_bench", BIN / "mb", folder])
+        failed |= section("http", [sys.executable, "bench/http.py", "--server", BIN / "mb"])
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

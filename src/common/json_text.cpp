@@ -1,0 +1,62 @@
+#include "common/json_text.h"
+
+#include "common/text.h"
+
+namespace mrb {
+namespace {
+
+void AppendEscape(std::string& out, unsigned char c) {
+  static constexpr char kHex[] = "0123456789abcdef";
+  switch (c) {
+    case '"': out += "\\\""; return;
+    case '\\': out += "\\\\"; return;
+    case '\n': out += "\\n"; return;
+    case '\r': out += "\\r"; return;
+    case '\t': out += "\\t"; return;
+    default:
+      out += "\\u00";
+      out += kHex[c >> 4U];
+      out += kHex[c & 15U];
+  }
+}
+
+bool IsPlain(unsigned char c) {
+  return c >= 0x20 && c < 0x80 && c != '"' && c != '\\';
+}
+
+}  // namespace
+
+void AppendJsonEscaped(std::string& out, std::string_view text) {
+  out.reserve(out.size() + text.size());
+  std::size_t at = 0;
+  while (at < text.size()) {
+    std::size_t end = at;
+    while (end < text.size() && IsPlain(static_cast<unsigned char>(text[end]))) ++end;
+    out.append(text.substr(at, end - at));
+    at = end;
+    if (at == text.size()) return;
+    const auto c = static_cast<unsigned char>(text[at]);
+    if (c < 0x80) {
+      AppendEscape(out, c);
+      ++at;
+      continue;
+    }
+    const std::size_t length = Utf8SequenceLength(text.substr(at));
+    if (length == 0) {
+      out += "\xEF\xBF\xBD";
+      ++at;
+    } else {
+      out.append(text.substr(at, length));
+      at += length;
+    }
+  }
+}
+
+std::string JsonString(std::string_view text) {
+  std::string out = "\"";
+  AppendJsonEscaped(out, text);
+  out += '"';
+  return out;
+}
+
+}  // namespace mrb

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace mrb {
+
+/// A percent sign followed by two hexadecimal digits becomes that byte; everything else, stray
+/// percent signs included, stays.
+[[nodiscard]] std::string DecodePercent(std::string_view text);
+
+/// The same for form values (application/x-www-form-urlencoded): a plus sign is a blank as well.
+[[nodiscard]] std::string DecodeForm(std::string_view text);
+
+}  // namespace mrb

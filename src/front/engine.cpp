@@ -1,0 +1,40 @@
+#include "front/engine.h"
+
+#include <utility>
+
+#include "common/answer.h"
+
+namespace mrb::front {
+
+std::string AuthorBook::author_of(std::string_view bot) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = authors_.find(bot);
+  return found == authors_.end() ? std::string(bot) : found->second;
+}
+
+bool AuthorBook::set(std::string_view bot, std::string_view author) {
+  const std::lock_guard lock(mutex_);
+  const auto found = authors_.find(bot);
+  if (found != authors_.end()) {
+    found->second = author;
+    return true;
+  }
+  if (authors_.size() >= kMostBots) return false;
+  authors_.emplace(bot, author);
+  return true;
+}
+
+TraceSpan::TraceSpan(const Engine& engine, std::string name)
+    : engine_(engine), name_(std::move(name)) {
+  if (engine_.services->trace) engine_.services->trace(name_, true);
+}
+
+TraceSpan::~TraceSpan() {
+  if (engine_.services->trace) engine_.services->trace(name_, false);
+}
+
+std::string NotInThisBuild(std::string_view verb) {
+  return ErrorAnswer("'" + std::string(verb) + "' is not available in this build");
+}
+
+}  // namespace mrb::front

@@ -1,0 +1,165 @@
+#include "front/entry.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "common/answer.h"
+#include "common/version.h"
+#include "front/command_line.h"
+#include "front/hand_off.h"
+#include "front/homes.h"
+#include "front/interpreter.h"
+#include "front/line_driver.h"
+#include "front/mcp_bridge.h"
+#include "front/resident.h"
+#include "front/settings.h"
+#include "front/usage.h"
+#include "platform/console.h"
+
+namespace mrb::front {
+namespace {
+
+using platform::WriteStderr;
+using platform::WriteStdout;
+
+/// Words that are a tool of their own, matched before any option is looked at.
+struct EarlyVerb {
+  std::string_view name;
+  bool alone;  ///< only as the single argument
+};
+
+constexpr std::array kEarlyVerbs{
+    EarlyVerb{"claude", true},    EarlyVerb{"claude-setup", true}, EarlyVerb{"env-check", true},
+    EarlyVerb{"env-setup", true}, EarlyVerb{"skillify", true},     EarlyVerb{"remotebot", false},
+    EarlyVerb{"collab", false},
+};
+
+bool IsEarlyVerb(const std::vector<std::string>& arguments) {
+  return arguments.size() > 1 && std::ranges::any_of(kEarlyVerbs, [&](const EarlyVerb& verb) {
+           return arguments[1] == verb.name && (!verb.alone || arguments.size() == 2);
+         });
+}
+
+int Unavailable(std::string_view verb) {
+  WriteStderr(NotInThisBuild(verb) + "\n");
+  return 1;
+}
+
+/// `terminal` without a shell's name: the terminal page.
+int OpenTerminalPage(const Settings& settings) {
+  if (!EnsureResident(settings.port, settings.data_home_override)) {
+    WriteStderr("Mirebolt: couldn't bring up the engine on port " + std::to_string(settings.port) +
+                "\n");
+    return 1;
+  }
+  ShowPage(settings.port, "/ui/term.html");
+  return 0;
+}
+
+int RunTerminal(const Settings& settings) {
+  const std::string shell = settings.arguments.size() > 2 ? settings.arguments[2] : "";
+  if (shell == "claude" || shell == "bash" || shell == "powershell") {
+    return Unavailable("terminal " + shell);
+  }
+  return OpenTerminalPage(settings);
+}
+
+bool TakeOver(const Settings& settings, std::string_view line, StdinLines& lines) {
+  return ShutdownResident(settings.port) &&
+         EnsureResident(settings.port, settings.data_home_override) &&
+         ExecViaResident(settings.port, line, lines);
+}
+
+/// Offers the line to whatever listens on the port. True when a resident took it.
+bool HandOff(const Settings& settings, std::string_view line, StdinLines& lines) {
+  const std::string port = std::to_string(settings.port);
+  std::string version;
+  const ProbeResult probe = ProbeResident(settings.port, &version);
+  if (probe == ProbeResult::Current) return ExecViaResident(settings.port, line, lines);
+  if (probe == ProbeResult::NoListener) {
+    return EnsureResident(settings.port, settings.data_home_override) &&
+           ExecViaResident(settings.port, line, lines);
+  }
+  const bool stale = probe == ProbeResult::OtherVersion && !version.empty() &&
+                     CompareVersions(kVersion, version) > 0;
+  if (!stale) {
+    WriteStderr("Mirebolt: port " + port + " is held by " +
+                (probe == ProbeResult::Foreign ? "a non-Mirebolt process"
+                                               : "a different Mirebolt version") +
+                " — running this command locally\n");
+    return false;
+  }
+  WriteStderr("Mirebolt: evicting stale resident " + version + " on port " + port + ", starting " +
+              std::string(kVersion) + "\n");
+  if (TakeOver(settings, line, lines)) return true;
+  WriteStderr("Mirebolt: could not take over port " + port + " — running this command locally\n");
+  return false;
+}
+
+/// A resident may have come up since the hand-off failed. Whoever is not it never gets the command.
+bool LastHandOff(const Settings& settings, std::string_view line, StdinLines& lines) {
+  return ProbeResident(settings.port) == ProbeResult::Current &&
+         ExecViaResident(settings.port, line, lines);
+}
+
+int RunHere(const Settings& settings, std::string_view line, StdinLines& lines) {
+  if (line.empty() && platform::StdinIsConsole()) {
+    WriteStdout(kUsage);
+    return 0;
+  }
+  if (LastHandOff(settings, line, lines)) return 0;
+  const Interpreter interpreter(ResolveHomes(settings.data_home_override));
+  const Engine engine = interpreter.engine_for("cli");
+  return line.empty() ? RunStdinHere(engine, lines) : RunLineHere(engine, line);
+}
+
+int RunMcp(const Settings& settings) {
+  if (EnsureResident(settings.port, settings.data_home_override)) {
+    return McpBridge(settings.port, settings.data_home_override);
+  }
+  return Unavailable("mcp without a resident");
+}
+
+int RunRole(const Settings& settings, const std::string& line) {
+  StdinLines lines;
+  switch (const Role role = RoleOf(line)) {
+    case Role::kMcp:
+      return RunMcp(settings);
+    case Role::kVersionControl:
+      return Unavailable("vc:start");
+    case Role::kBoot:
+    case Role::kBootGui:
+      return RunBoot(settings, ResolveHomes(settings.data_home_override), role == Role::kBootGui);
+    case Role::kInteractive:
+    case Role::kOrchestration:
+      return RunInteractive(settings, ResolveHomes(settings.data_home_override), role, line);
+    case Role::kCommand:
+      break;
+  }
+  const bool usage_wanted = line.empty() && platform::StdinIsConsole();
+  if (!usage_wanted && HandOff(settings, line, lines)) return 0;
+  return RunHere(settings, line, lines);
+}
+
+}  // namespace
+
+int Run(std::vector<std::string> arguments) {
+  if (IsEarlyVerb(arguments)) return Unavailable(arguments[1]);
+  auto settings = ParseSettings(std::move(arguments));
+  if (!settings) {
+    WriteStderr("Mirebolt: --port value '" + settings.error().text +
+                "' is not a valid port (must be 1-65535)\n");
+    return 1;
+  }
+  if (!settings->data_home_override.empty()) {
+    settings->data_home_override = ResolveHomes(settings->data_home_override).data_home;
+  }
+  const std::string first = settings->arguments.size() > 1 ? settings->arguments[1] : "";
+  if (first == "mterm") return Unavailable(first);
+  if (first == "terminal") return RunTerminal(*settings);
+  return RunRole(*settings, JoinCommandLine(settings->arguments));
+}
+
+}  // namespace mrb::front

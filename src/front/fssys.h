@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "front/engine.h"
+
+namespace mrb::front {
+
+/// The system namespace, `fssys:<verb>`: the manual and the caller's identity. `verb` is in lower
+/// case.
+[[nodiscard]] std::string RunFssys(const Engine& engine, std::string_view verb,
+                                   std::string_view arguments);
+
+}  // namespace mrb::front

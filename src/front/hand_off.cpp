@@ -1,0 +1,195 @@
+#include "front/hand_off.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "common/text.h"
+#include "common/version.h"
+#include "platform/console.h"
+#include "platform/paths.h"
+#include "platform/process.h"
+#include "platform/sockets.h"
+
+namespace mrb::front {
+namespace {
+
+using platform::Milliseconds;
+using platform::Socket;
+using Clock = std::chrono::steady_clock;
+
+constexpr Milliseconds kProbeTimeout{1200};
+constexpr Milliseconds kShutdownTimeout{1500};
+constexpr Milliseconds kExecTimeout{4000};
+constexpr Milliseconds kPollInterval{100};
+constexpr int kStartProbes = 80;
+constexpr int kQuietProbes = 60;
+constexpr std::size_t kLongestFolder = 260;
+// A probe answer is some 60 bytes; whatever sends more than this is not our resident.
+constexpr std::size_t kLongestProbeAnswer = 65536;
+
+std::optional<Socket> Open(std::int32_t port, Milliseconds timeout) {
+  if (!platform::StartSockets()) return std::nullopt;
+  auto socket = Socket::connect_loopback(static_cast<std::uint16_t>(port), timeout);
+  if (!socket) return std::nullopt;
+  return std::move(*socket);
+}
+
+/// Reads until the peer closes, an error, or the deadline, which a dripping peer cannot push back.
+std::string ReadAnswerUntil(Socket& socket, Clock::time_point deadline) {
+  std::string answer;
+  std::array<char, 2048> chunk{};
+  while (answer.size() < kLongestProbeAnswer) {
+    const auto left = std::chrono::ceil<Milliseconds>(deadline - Clock::now());
+    if (left.count() <= 0 || !socket.set_receive_timeout(left)) break;
+    const auto received = socket.receive(chunk.data(), chunk.size());
+    if (!received || *received == 0) break;
+    answer.append(chunk.data(), *received);
+  }
+  return answer;
+}
+
+/// Reads until the peer closes or fails. A silent open connection is waited for: the command runs.
+std::string ReadSlowAnswer(Socket& socket) {
+  std::string answer;
+  std::array<char, 4096> chunk{};
+  bool told = !platform::StderrIsConsole();
+  for (;;) {
+    const auto received = socket.receive(chunk.data(), chunk.size());
+    if (!received && received.error().kind == ErrorKind::kTimedOut) {
+      if (!std::exchange(told, true)) {
+        platform::WriteStderr("Mirebolt: still running, waiting for the answer\n");
+      }
+      continue;
+    }
+    if (!received || *received == 0) return answer;
+    answer.append(chunk.data(), *received);
+  }
+}
+
+bool WaitFor(std::int32_t port, ProbeResult wanted, int probes) {
+  for (int i = 0; i < probes; ++i) {
+    if (ProbeResident(port) == wanted) return true;
+    std::this_thread::sleep_for(kPollInterval);
+  }
+  return false;
+}
+
+bool SpawnResident(std::int32_t port, const std::string& data_home_override) {
+  const std::string path = platform::ExecutablePath();
+  if (path.empty()) return false;
+  std::vector<std::string> arguments{path, "boot", "--port", std::to_string(port)};
+  if (!data_home_override.empty()) {
+    arguments.insert(arguments.end(), {"--conf", data_home_override});
+  }
+  return platform::SpawnDetached(arguments, platform::ParentPath(path)).has_value();
+}
+
+}  // namespace
+
+ProbeResult ProbeResident(std::int32_t port, std::string* version) {
+  const auto deadline = Clock::now() + kProbeTimeout;
+  auto socket = Open(port, kProbeTimeout);
+  if (!socket) return ProbeResult::NoListener;
+  if (!socket->send_all("GET /health HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n")) {
+    return ProbeResult::NoListener;
+  }
+  std::string reported;
+  const std::string answer = ReadAnswerUntil(*socket, deadline);
+  const ProbeResult result = ClassifyHealth(AnswerBody(answer), reported);
+  if (version != nullptr) *version = std::move(reported);
+  return result;
+}
+
+bool EnsureResident(std::int32_t port, const std::string& data_home_override) {
+  switch (ProbeResident(port)) {
+    case ProbeResult::Current:
+      return true;
+    case ProbeResult::NoListener:
+      break;
+    default:
+      return false;
+  }
+  return SpawnResident(port, data_home_override) &&
+         WaitFor(port, ProbeResult::Current, kStartProbes);
+}
+
+bool ShutdownResident(std::int32_t port) {
+  auto socket = Open(port, kShutdownTimeout);
+  if (!socket) return false;
+  if (!socket->send_all(
+          "POST /shutdown HTTP/1.1\r\nHost: 127.0.0.1\r\n"
+          "X-Mrb-Control: shutdown\r\nContent-Length: 0\r\nConnection: close\r\n\r\n")) {
+    return false;
+  }
+  const std::string answer = ReadAnswerUntil(*socket, Clock::now() + kShutdownTimeout);
+  socket.reset();
+  return answer.size() >= 4 && answer.find(" 200") != std::string::npos &&
+         WaitFor(port, ProbeResult::NoListener, kQuietProbes);
+}
+
+bool PostConsoleExec(std::int32_t port, std::string_view command_line, std::string& answer) {
+  auto socket = Open(port, kExecTimeout);
+  if (!socket) return false;
+  std::string request = "POST /console/exec?bot=cli HTTP/1.1\r\nHost: 127.0.0.1\r\n";
+  request += FolderHeader();
+  if (platform::StdoutIsConsole()) request += "X-Mrb-Tty: 1\r\n";
+  request += "Content-Type: text/plain\r\nContent-Length: " + std::to_string(command_line.size()) +
+             "\r\nConnection: close\r\n\r\n";
+  request += command_line;
+  if (!socket->send_all(request)) return false;
+  const std::string reply = ReadSlowAnswer(*socket);
+  if (reply.empty()) return false;
+  answer = ExtractOut(AnswerBody(reply));
+  return true;
+}
+
+std::string FolderHeader() {
+  const std::string folder = platform::CurrentDirectory();
+  const bool has_line_end = folder.find_first_of("\r\n") != std::string::npos;
+  if (folder.empty() || folder.size() >= kLongestFolder || has_line_end) return {};
+  return "X-Mrb-Cwd: " + folder + "\r\n";
+}
+
+std::optional<std::string> StdinLines::next() {
+  if (put_back_) return std::exchange(put_back_, std::nullopt);
+  while (auto line = platform::ReadStdinLine()) {
+    const std::string_view text = TrimLineEnd(*line);
+    if (!text.empty()) return std::string(text);
+  }
+  return std::nullopt;
+}
+
+bool ExecViaResident(std::int32_t port, std::string_view command_line, StdinLines& lines) {
+  std::string answer;
+  if (!command_line.empty()) {
+    if (!PostConsoleExec(port, command_line, answer)) return false;
+    PrintAnswer(answer);
+    return true;
+  }
+  bool delivered_any = false;
+  while (auto line = lines.next()) {
+    if (!PostConsoleExec(port, *line, answer)) {
+      if (delivered_any) {
+        platform::WriteStderr("Mirebolt: the resident went away; not delivered: " + *line + "\n");
+      } else {
+        lines.put_back(std::move(*line));
+      }
+      return delivered_any;
+    }
+    delivered_any = true;
+    PrintAnswer(answer);
+  }
+  return true;
+}
+
+void PrintAnswer(std::string_view answer) {
+  std::string text(answer);
+  if (!text.empty() && text.back() != '\n') text += '\n';
+  platform::WriteStdout(text);
+}
+
+}  // namespace mrb::front

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "front/health_text.h"
+
+namespace mrb::front {
+
+/// The client's side of the hand-off: finding, starting and ending the resident of a port on
+/// 127.0.0.1 and having it run command lines. Each request is one HTTP/1.1 exchange on a connection
+/// of its own. Failures are answered as false and told by the caller. Main thread only.
+
+/// Tells what listens on the port within 1.2 s. `version`, when given, receives what it reports.
+[[nodiscard]] ProbeResult ProbeResident(std::int32_t port, std::string* version = nullptr);
+
+/// True when a Current resident answers on the port. Where nothing listens one is started (with
+/// `data_home_override`, unless that is empty) and waited for, some 8 s at most.
+[[nodiscard]] bool EnsureResident(std::int32_t port, const std::string& data_home_override);
+
+/// Asks the resident to end; true once the port has gone quiet (some 6 s at most).
+[[nodiscard]] bool ShutdownResident(std::int32_t port);
+
+/// Has the resident run one command line. False when it was certainly not delivered: no connection,
+/// or one that ended before a byte of answer. An answer that is slow is waited for, with a note on
+/// a console's standard error, so that no command ever runs twice.
+[[nodiscard]] bool PostConsoleExec(std::int32_t port, std::string_view command_line,
+                                   std::string& answer);
+
+/// The X-Mrb-Cwd header line with its line end; empty when a header cannot tell the working
+/// directory.
+[[nodiscard]] std::string FolderHeader();
+
+/// Lines of standard input, one of which can be put back for whoever reads on.
+class StdinLines {
+ public:
+  /// The next line that is not empty, without its line end; nothing at the end of input.
+  [[nodiscard]] std::optional<std::string> next();
+  void put_back(std::string line) { put_back_ = std::move(line); }
+
+ private:
+  std::optional<std::string> put_back_;
+};
+
+/// Delivers a command line, or every line of standard input when it is empty, and prints the
+/// answers. False when nothing was delivered; a line of standard input that was not is put back
+/// into `lines`.
+[[nodiscard]] bool ExecViaResident(std::int32_t port, std::string_view command_line,
+                                   StdinLines& lines);
+
+/// Prints an answer on standard output, with a line feed behind it unless it is empty or has one.
+void PrintAnswer(std::string_view answer);
+
+}  // namespace mrb::front

@@ -1,0 +1,47 @@
+#include "front/line_driver.h"
+
+#include "common/answer.h"
+#include "common/text.h"
+#include "front/command_text.h"
+#include "front/dispatcher.h"
+#include "front/plain_language.h"
+#include "platform/console.h"
+
+namespace mrb::front {
+
+LineOutcome RunLine(const Engine& engine, std::string_view line) {
+  const CommandText command = SplitCommand(line);
+  LineOutcome outcome;
+  if (command.line.empty()) return outcome;
+  if (command.line.starts_with("?(")) {
+    outcome.answer = NotInThisBuild("?()");
+  } else if (command.line.starts_with('!') || command.head == "shell") {
+    outcome.answer = NotInThisBuild("shell");
+  } else if (!HasRoute(command.line) && IsPlainLanguage(command.line)) {
+    outcome.answer = RunPlainLanguage(engine, command.line);
+  } else {
+    outcome.understood = HasRoute(command.line);
+    Dispatch(engine, outcome.answer, command.line);
+  }
+  return outcome;
+}
+
+int RunLineHere(const Engine& engine, std::string_view line) {
+  const LineOutcome outcome = RunLine(engine, line);
+  PrintAnswer(outcome.answer);
+  if (!outcome.understood) {
+    platform::WriteStderr("fs parse error: unknown word '" + std::string(SplitCommand(line).head) +
+                          "' — line not understood; plain English works (try: Mirebolt help)\n");
+  }
+  return !outcome.understood || IsErrorAnswer(outcome.answer) ? 1 : 0;
+}
+
+int RunStdinHere(const Engine& engine, StdinLines& lines) {
+  int status = 0;
+  while (const auto line = lines.next()) {
+    if (RunLineHere(engine, *line) != 0) status = 1;
+  }
+  return status;
+}
+
+}  // namespace mrb::front

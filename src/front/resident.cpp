@@ -1,0 +1,154 @@
+#include "front/resident.h"
+
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include "common/text.h"
+#include "front/hand_off.h"
+#include "front/interpreter.h"
+#include "platform/console.h"
+#include "platform/open_page.h"
+#include "platform/paths.h"
+#include "platform/single_instance.h"
+#include "platform/until_closed.h"
+#include "server/server.h"
+
+namespace mrb::front {
+namespace {
+
+using platform::WriteStderr;
+using platform::WriteStdout;
+
+constexpr int kHealthProbes = 1300;
+constexpr std::chrono::milliseconds kHealthInterval{100};
+constexpr std::chrono::milliseconds kListenInterval{2};
+
+std::string Address(std::int32_t port, std::string_view path) {
+  return "http://127.0.0.1:" + std::to_string(port) + std::string(path);
+}
+
+/// The server on a thread of its own, with the commands it serves. Ends with the object.
+class RunningServer {
+ public:
+  RunningServer(const Settings& settings, const Homes& homes, bool open_page)
+      : interpreter_(homes), server_(options(settings, homes, open_page)) {
+    thread_ = std::thread([this] {
+      failed_ = server_.serve() != 0;
+      // Nobody could ever reach a resident that does not listen, not even to close it.
+      if (failed_) platform::RequestClose();
+      ended_ = true;
+    });
+  }
+  RunningServer(const RunningServer&) = delete;
+  RunningServer& operator=(const RunningServer&) = delete;
+  ~RunningServer() {
+    server_.stop();
+    thread_.join();
+  }
+
+  /// Returns once the server listens, or has given up.
+  void wait_until_listening() const {
+    while (server_.port() == 0 && !ended_) std::this_thread::sleep_for(kListenInterval);
+  }
+
+  [[nodiscard]] bool ended() const { return ended_; }
+  [[nodiscard]] bool failed() const { return failed_; }
+
+ private:
+  server::ServerOptions options(const Settings& settings, const Homes& homes, bool open_page) {
+    server::ServerOptions chosen;
+    chosen.port = settings.port;
+    chosen.executable_folder = homes.executable_folder;
+    chosen.install_home = homes.install_home;
+    chosen.bridge = &interpreter_;
+    chosen.log = [](std::string_view line) { WriteStderr(line); };
+    chosen.request_close = &platform::RequestClose;
+    chosen.open_browser = open_page;
+    return chosen;
+  }
+
+  Interpreter interpreter_;
+  server::Server server_;
+  std::atomic<bool> failed_{false};
+  std::atomic<bool> ended_{false};
+  std::thread thread_;
+};
+
+platform::TrayMenu TrayOf(std::int32_t port) {
+  return {.title = "Mirebolt", .open_page = [port] { ShowPage(port, "/ui/"); }};
+}
+
+bool BecomesHealthy(std::int32_t port, const RunningServer& server) {
+  server.wait_until_listening();
+  for (int i = 0; i < kHealthProbes && !server.ended(); ++i) {
+    if (ProbeResident(port) == ProbeResult::Current) return true;
+    std::this_thread::sleep_for(kHealthInterval);
+  }
+  return false;
+}
+
+void GreetTheUser(const Settings& settings, const Homes& homes) {
+  std::string text = "Mirebolt orchestration server up — " + Address(settings.port, "/") +
+                     "\n  data: " + homes.data_home + "\n  next, in another terminal:\n";
+  const std::string mb =
+      settings.port == kDefaultPort ? "mb" : "mb --port " + std::to_string(settings.port);
+  text += "    " + mb + " memory.add me, notes, build, , the build needs VS 17.9\n";
+  text += "    " + mb + " memory.retrieve me, notes, build\n";
+  text += "    " + mb + " help\n";
+  WriteStdout(text);
+}
+
+}  // namespace
+
+void ShowPage(std::int32_t port, std::string_view path) {
+  const std::string url = Address(port, path);
+  if (!platform::OpenPage(url)) WriteStdout(url + "\n");
+}
+
+int RunBoot(const Settings& settings, const Homes& homes, bool open_page) {
+  const std::string log = homes.log_path(settings.port);
+  Status detached = platform::MakeDirectories(platform::SystemFiles(), platform::ParentPath(log));
+  if (detached) detached = platform::DetachConsole(log);
+  // It still serves; it only cannot say what it saw.
+  if (!detached) WriteStderr("warning: no log: " + detached.error().text + "\n");
+  const auto instance = platform::SingleInstance::acquire(settings.port);
+  if (!instance.held()) return 0;
+  platform::PrepareUntilClosed();
+  const RunningServer server(settings, homes, false);
+  if (!BecomesHealthy(settings.port, server)) {
+    WriteStderr(
+        "Mirebolt: boot could not bind port " + std::to_string(settings.port) +
+        " (held by another process) — exiting instead of running a listener-less resident\n");
+    return 1;
+  }
+  if (open_page) ShowPage(settings.port, "/ui/");
+  platform::RunUntilClosed(TrayOf(settings.port));
+  return 0;
+}
+
+int RunInteractive(const Settings& settings, const Homes& homes, Role role, std::string_view word) {
+  const auto instance = platform::SingleInstance::acquire(settings.port);
+  if (!instance.held()) {
+    if (role == Role::kInteractive) {
+      ShowPage(settings.port, "/ui/");
+    } else {
+      WriteStdout("Mirebolt resident already running — " + Address(settings.port, "/") + "\n");
+    }
+    return 0;
+  }
+  platform::PrepareUntilClosed();
+  // `serve` is for a terminal or a service; the other words are for a person who wants the page.
+  const bool open_page = role == Role::kInteractive && word != "serve";
+  const RunningServer server(settings, homes, open_page);
+  server.wait_until_listening();
+  if (!server.ended()) GreetTheUser(settings, homes);
+  if (!HasConfiguration(homes, platform::SystemFiles())) {
+    platform::ShowBalloon("Mirebolt", "No configuration found — set it up in the tray.");
+  }
+  platform::RunUntilClosed(TrayOf(settings.port));
+  return server.failed() ? 1 : 0;
+}
+
+}  // namespace mrb::front

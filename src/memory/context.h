@@ -1,0 +1,50 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <shared_mutex>
+#include <string>
+
+#include "memory/context_store.h"
+#include "platform/file_lock.h"
+
+namespace mrb::memory {
+
+/// One context of this process: its store once that is loaded, the lock that keeps other processes
+/// out meanwhile, and the mutex by which readers share it while a writer has it alone.
+class Context {
+ public:
+  Context(platform::FileSystem& files, const std::string& contexts_folder, std::string id);
+
+  [[nodiscard]] std::shared_mutex& mutex() { return mutex_; }
+
+  /// The store, or nothing while it is not loaded (or must be loaded anew). Needs the mutex,
+  /// shared.
+  [[nodiscard]] const ContextStore* loaded() const {
+    return store_ && !store_->stale() ? store_.get() : nullptr;
+  }
+
+  /// Loads the store unless it is loaded. With `create` the context's folder is made when missing,
+  /// else that is kNotFound. kBusy, naming the holder, when another process has the context. Needs
+  /// the mutex alone.
+  [[nodiscard]] Status open(bool create);
+
+  /// The store for writing, once open(true) has succeeded: leaves the context's name in its folder
+  /// first, and refuses what must not be written. Needs the mutex alone.
+  [[nodiscard]] Result<ContextStore*> writable_store();
+
+ private:
+  [[nodiscard]] Status make_folder();
+  [[nodiscard]] Status take_lock();
+
+  platform::FileSystem& files_;
+  std::string contexts_folder_;
+  std::string folder_;
+  std::string id_;
+  std::shared_mutex mutex_;
+  std::optional<platform::FileLock> lock_;  // guarded by mutex_, as all below
+  std::unique_ptr<ContextStore> store_;
+  bool named_ = false;  // context.id is known to be there
+};
+
+}  // namespace mrb::memory

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "memory/keyword_links.h"
+#include "memory/memo_table.h"
+#include "memory/named_lists.h"
+#include "memory/recency_list.h"
+#include "memory/record.h"
+#include "memory/record_heap.h"
+
+namespace mrb::memory {
+
+/// Counts over all memos of a context.
+struct MemoTotals {
+  std::uint64_t untimed = 0;
+  std::uint64_t vectors = 0;
+  std::uint64_t oldest = 0;  ///< of the timed memos; 0 without any
+  std::uint64_t newest = 0;
+
+  void count(std::uint64_t written, bool vector);
+  void merge(const MemoTotals& other);
+  bool operator==(const MemoTotals&) const = default;
+};
+
+/// Everything derived from the records of one heap: the memo table, the topics with their memo
+/// lists, the keywords with their postings and links, the counts. However it came about (record by
+/// record, or all at once on any number of threads), the same records make the same index.
+///
+/// Readers share it; add() and the filling of its parts by BuildIndex() need it alone.
+class ContextIndex {
+ public:
+  explicit ContextIndex(const RecordHeap& heap);
+
+  /// Indexes the record at `offset`, which lies behind all those indexed before. False, and nothing
+  /// done, when no whole record starts there or there are kMaxMemos already.
+  bool add(std::uint64_t offset);
+
+  [[nodiscard]] const MemoTable& memos() const { return memos_; }
+  [[nodiscard]] const TopicTable& topics() const { return topics_; }
+  [[nodiscard]] const KeywordIndex& keywords() const { return keywords_; }
+  [[nodiscard]] const KeywordLinks& links() const { return links_; }
+  [[nodiscard]] const MemoTotals& totals() const { return totals_; }
+
+  /// Which topics were used last. Any reader may touch it.
+  [[nodiscard]] RecencyList& recency() const { return recency_; }
+
+  /// Row numbers of a topic's memos in append order; empty when there is no such topic.
+  [[nodiscard]] std::span<const std::uint32_t> topic_rows(std::string_view topic) const;
+
+  /// The record of a row.
+  [[nodiscard]] RecordView record(std::uint32_t row) const;
+
+ private:
+  friend class IndexBuilder;
+
+  /// Posts the memo under its keywords, linking new ones; returns their numbers, each once.
+  std::vector<std::uint32_t> post(std::uint32_t row, const RecordView& record);
+  [[nodiscard]] ThematicPicks find_picks(std::uint32_t keyword);
+
+  const RecordHeap* heap_;
+  MemoTable memos_;
+  TopicTable topics_;
+  KeywordIndex keywords_;
+  KeywordLinks links_;
+  SmallCounter counter_;  // scratch of find_picks()
+  MemoTotals totals_;
+  mutable RecencyList recency_;
+};
+
+}  // namespace mrb::memory

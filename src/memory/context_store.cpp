@@ -1,0 +1,266 @@
+#include "memory/context_store.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <utility>
+
+#include "memory/index_builder.h"
+#include "memory/record_walk.h"
+#include "memory/store_format.h"
+#include "platform/paths.h"
+
+namespace mrb::memory {
+
+namespace {
+
+constexpr std::uint64_t kDimensionBytes = sizeof(std::uint32_t);
+
+/// The record as bytes of its own.
+Result<std::string> encode(const RecordFields& fields) {
+  const auto length = RecordLength(fields);
+  if (!length) {
+    return Fail(ErrorKind::kInvalidArgument, "a field of the memo is longer than 4 GiB");
+  }
+  std::string bytes(*length, '\0');
+  WriteRecord(fields, bytes.data());
+  return bytes;
+}
+
+}  // namespace
+
+ContextStore::ContextStore() : index_(std::make_unique<ContextIndex>(heap_)) {}
+
+ContextStore::ContextStore(platform::FileSystem& files, std::string folder)
+    : file_(std::in_place, files, folder),
+      files_(&files),
+      folder_(std::move(folder)),
+      index_(std::make_unique<ContextIndex>(heap_)) {}
+
+Result<LoadedStore> ContextStore::read_files(std::size_t threads) {
+  auto loaded = LoadStoreFile(*files_, file_->path(), threads);
+  if (loaded || loaded.error().kind != ErrorKind::kNotFound) {
+    return loaded;
+  }
+  loaded = LoadStoreFile(*files_, platform::JoinPath(folder_, kLegacyStoreFileName), threads);
+  if (!loaded && loaded.error().kind == ErrorKind::kNotFound) {
+    return LoadedStore();
+  }
+  if (loaded) {
+    using Kind = LoadedStore::Kind;
+    const bool store = loaded->kind == Kind::kLegacy || loaded->kind == Kind::kCurrent;
+    loaded->kind = store ? Kind::kLegacy : Kind::kEmpty;
+    loaded->file_size = 0;  // there is no store file yet, and this one is never written
+  }
+  return loaded;
+}
+
+Result<std::uint64_t> ContextStore::load(std::size_t threads) {
+  auto loaded = read_files(threads);
+  if (!loaded) {
+    return std::unexpected(loaded.error());
+  }
+  const bool current = loaded->kind == LoadedStore::Kind::kCurrent;
+  foreign_ = loaded->kind == LoadedStore::Kind::kForeign;
+  convert_ = loaded->kind == LoadedStore::Kind::kLegacy;
+  heap_ = std::move(loaded->heap);
+  if (const Status room = heap_.reserve(heap_.used()); !room) {
+    return std::unexpected(room.error());
+  }
+  dropped_ = loaded->dropped;
+  vector_missing_ = loaded->vector_missing;
+  file_->loaded(loaded->file_size, current ? kMagic.size() + heap_.used() : 0);
+  index_.reset();
+  index_ = IndexBuilder::build(heap_, std::move(loaded->rows),
+                               threads != 0 ? threads : IndexThreads(heap_.used()));
+  return index_->memos().size();
+}
+
+std::optional<std::uint32_t> ContextStore::find_memo(std::string_view topic,
+                                                     std::uint64_t n) const {
+  const auto rows = index_->topic_rows(topic);
+  return n == 0 || n > rows.size() ? std::nullopt : std::optional(rows[n - 1]);
+}
+
+std::uint64_t ContextStore::bytes_on_disk() const {
+  return file_ ? file_->size_on_disk() : 0;
+}
+
+Status ContextStore::writable() const {
+  if (foreign_) {
+    return Fail(ErrorKind::kCorrupt,
+                "the store file in " + folder_ + " is of another format; it is left as it is");
+  }
+  return {};
+}
+
+std::uint64_t ContextStore::record_end(std::uint32_t row) const {
+  return row + 1 < index_->memos().size() ? index_->memos()[row + 1].offset : heap_.used();
+}
+
+/// Before anything follows a record that ends for want of its dimension word, that word is written:
+/// otherwise the next record's first bytes would be read as it.
+Status ContextStore::prepare_write() {
+  if (const Status allowed = writable(); !allowed) {
+    return allowed;
+  }
+  if (!vector_missing_) {
+    return {};
+  }
+  const std::uint64_t used = heap_.used();
+  if (const Status room = heap_.reserve(used + kDimensionBytes); !room) {
+    return room;
+  }
+  std::memset(heap_.data() + used, 0, kDimensionBytes);
+  if (file_ && !convert_) {
+    if (const Status closed = append_to_file({heap_.data() + used, kDimensionBytes}); !closed) {
+      return closed;
+    }
+  }
+  heap_.set_used(used + kDimensionBytes);
+  vector_missing_ = false;
+  return {};
+}
+
+Status ContextStore::rewrite(std::span<const std::string_view> pieces) {
+  if (!file_) {
+    return {};
+  }
+  const Status replaced = file_->replace(pieces);
+  // A name that is missing is found out before anything is changed. After any other failure the new
+  // file may be in place or not.
+  stale_ = stale_ || (!replaced && replaced.error().kind != ErrorKind::kNotFound);
+  convert_ = convert_ && !replaced;
+  return replaced;
+}
+
+Status ContextStore::append_to_file(std::string_view bytes) {
+  const Status written = file_->append(bytes);
+  stale_ = stale_ || (!written && written.error().kind == ErrorKind::kCorrupt);
+  return written;
+}
+
+/// Indexes the heap anew. The disk has the new state already, so a lack of memory here costs a
+/// reload, not the change.
+void ContextStore::rebuild() {
+  try {
+    index_.reset();
+    PagedArray<MemoRow> rows;
+    RecordWalk walk(rows);
+    walk.advance(heap_.bytes(), true);
+    index_ = IndexBuilder::build(heap_, std::move(rows), IndexThreads(heap_.used()));
+  } catch (const std::bad_alloc&) {
+    index_ = std::make_unique<ContextIndex>(heap_);
+    stale_ = true;
+  }
+}
+
+Result<std::uint64_t> ContextStore::append(const RecordFields& fields) {
+  if (const Status ready = prepare_write(); !ready) {
+    return std::unexpected(ready.error());
+  }
+  const auto length = RecordLength(fields);
+  if (!length) {
+    return Fail(ErrorKind::kInvalidArgument, "a field of the memo is longer than 4 GiB");
+  }
+  const std::uint64_t offset = heap_.used();
+  if (const Status room = heap_.reserve(offset + *length); !room) {
+    return std::unexpected(room.error());
+  }
+  WriteRecord(fields, heap_.data() + offset);
+  const std::string_view record(heap_.data() + offset, *length);
+  if (file_) {
+    const std::string_view whole(heap_.data(), offset + *length);
+    const Status written = convert_ ? rewrite(std::span(&whole, 1)) : append_to_file(record);
+    if (!written) {
+      return std::unexpected(written.error());
+    }
+  }
+  heap_.set_used(offset + *length);
+  try {
+    stale_ = !index_->add(offset) || stale_;
+  } catch (const std::bad_alloc&) {
+    stale_ = true;  // the memo is on the disk; a reload will find it
+  }
+  return offset;
+}
+
+Result<std::uint64_t> ContextStore::remove(std::span<const std::uint32_t> rows,
+                                           const RecordFields* added, bool keep_previous) {
+  if (const Status ready = prepare_write(); !ready) {
+    return std::unexpected(ready.error());
+  }
+  const auto record = added == nullptr ? Result<std::string>() : encode(*added);
+  if (!record) {
+    return std::unexpected(record.error());
+  }
+  if (const Status room = heap_.reserve(heap_.used() + record->size()); !room) {
+    return std::unexpected(room.error());
+  }
+  std::vector<std::string_view> pieces;  // what stays, in order
+  std::uint64_t kept = 0;
+  std::uint64_t from = 0;
+  const auto keep = [&](std::uint64_t to) {
+    if (to > from) {
+      pieces.push_back(heap_.text(from, to - from));
+      kept += to - from;
+    }
+  };
+  for (const std::uint32_t row : rows) {
+    keep(index_->memos()[row].offset);
+    from = record_end(row);
+  }
+  keep(heap_.used());
+  if (file_ && keep_previous) {
+    if (const Status previous = file_->keep_previous(heap_.bytes()); !previous) {
+      return std::unexpected(previous.error());
+    }
+  }
+  pieces.push_back(*record);
+  if (const Status written = rewrite(pieces); !written) {
+    return std::unexpected(written.error());
+  }
+  char* out = heap_.data();
+  for (const std::string_view piece : pieces) {  // each moves down or stays
+    std::memmove(out, piece.data(), piece.size());
+    out += piece.size();
+  }
+  heap_.set_used(kept + record->size());
+  rebuild();
+  return kept;
+}
+
+Status ContextStore::replace(std::uint32_t row, const RecordFields& fields) {
+  if (const Status ready = prepare_write(); !ready) {
+    return ready;
+  }
+  const auto record = encode(fields);
+  if (!record) {
+    return std::unexpected(record.error());
+  }
+  const std::uint64_t start = index_->memos()[row].offset;
+  const std::uint64_t end = record_end(row);
+  const std::uint64_t behind = heap_.used() - end;
+  if (const Status room = heap_.reserve(start + record->size() + behind); !room) {
+    return room;
+  }
+  const std::string_view pieces[] = {heap_.text(0, start), *record, heap_.text(end, behind)};
+  if (const Status written = rewrite(pieces); !written) {
+    return written;
+  }
+  std::memmove(heap_.data() + start + record->size(), heap_.data() + end, behind);
+  std::ranges::copy(*record, heap_.data() + start);
+  heap_.set_used(start + record->size() + behind);
+  rebuild();
+  return {};
+}
+
+Status ContextStore::save() {
+  if (const Status ready = prepare_write(); !ready) {
+    return ready;
+  }
+  const std::string_view whole = heap_.bytes();
+  return rewrite(std::span(&whole, 1));
+}
+
+}  // namespace mrb::memory

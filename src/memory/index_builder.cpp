@@ -1,0 +1,273 @@
+#include "memory/index_builder.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <thread>
+#include <utility>
+
+#include "memory/memo_types.h"
+#include "memory/parallel.h"
+
+namespace mrb::memory {
+
+namespace {
+
+constexpr std::size_t kMaxThreads = 16;
+constexpr std::uint64_t kBytesPerThread = 4U << 20;  // less is done before a thread has started
+constexpr std::size_t kBatch = 32;         // keywords whose table slots are fetched together
+constexpr std::uint32_t kMergeAhead = 8;   // names whose slots are fetched before their turn
+constexpr std::uint32_t kPickBlock = 256;  // keywords a thread takes at a time
+
+/// Where one thread's part of the numbered lists goes.
+struct Mapping {
+  std::vector<std::uint32_t> global;  // by local number
+  std::vector<std::uint64_t> next;    // arena place of the list's next row
+  std::vector<std::uint32_t> before;  // rows that earlier ranges put into the list
+};
+
+/// Adds the names of `local` to `all` in order, and their row counts to the counts there.
+template <typename Names>
+Mapping merge_names(Names& all, const Names& local) {
+  Mapping map;
+  map.global.resize(local.size());
+  map.before.resize(local.size());
+  for (std::uint32_t id = 0; id < local.size(); ++id) {
+    if (id + kMergeAhead < local.size()) {
+      all.prefetch(Names::hash(local.name(id + kMergeAhead)));
+    }
+    const std::uint32_t global = all.intern(local.name(id));
+    ListBlock& rows = all.entry(global).rows;
+    map.global[id] = global;
+    map.before[id] = rows.count;
+    rows.count += local.entry(id).rows.count;
+  }
+  return map;
+}
+
+/// The first range's names are the global ones, as they are.
+template <typename Names>
+Mapping first_mapping(const Names& names) {
+  Mapping map;
+  map.global.resize(names.size());
+  map.before.resize(names.size());
+  for (std::uint32_t id = 0; id < names.size(); ++id) {
+    map.global[id] = id;
+  }
+  return map;
+}
+
+/// Gives every list its exact room.
+template <typename Names>
+void place_lists(Names& names) {
+  std::uint64_t total = 0;
+  for (std::uint32_t id = 0; id < names.size(); ++id) {
+    ListBlock& rows = names.entry(id).rows;
+    rows.start = total;
+    rows.capacity = rows.count;
+    total += rows.count;
+  }
+  names.arena().extend(total);
+}
+
+template <typename Names>
+void start_lists(Mapping& map, const Names& names) {
+  map.next.resize(map.global.size());
+  for (std::size_t id = 0; id < map.global.size(); ++id) {
+    map.next[id] = names.entry(map.global[id]).rows.start + map.before[id];
+  }
+}
+
+}  // namespace
+
+struct IndexBuilder::Range {
+  Range(const RecordHeap& heap, std::uint32_t from, std::uint32_t to)
+      : first(from), last(to), topics(heap), keywords(heap) {}
+
+  std::uint32_t first;
+  std::uint32_t last;  // one past the end
+  // While a range is scanned, an entry's count is that of its rows so far and its capacity the last
+  // row + 1; the lists themselves are written by scatter().
+  TopicTable topics;
+  KeywordIndex keywords;
+  PagedArray<std::uint32_t> posted;  // local keyword numbers, memo after memo
+  PagedArray<std::uint64_t> starts;  // where in `posted` each memo's begin
+  MemoTotals totals;
+  Mapping topic_map;
+  Mapping keyword_map;
+};
+
+std::size_t IndexThreads(std::uint64_t bytes) {
+  const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
+  return std::clamp<std::size_t>(bytes / kBytesPerThread, 1, std::min(cores, kMaxThreads));
+}
+
+IndexBuilder::IndexBuilder(const RecordHeap& heap, PagedArray<MemoRow> rows, std::size_t threads)
+    : heap_(heap), index_(std::make_unique<ContextIndex>(heap)), rows_(index_->memos_.rows()) {
+  rows_ = std::move(rows);
+  split(std::max<std::size_t>(threads, 1));
+}
+
+std::unique_ptr<ContextIndex> IndexBuilder::build(const RecordHeap& heap, PagedArray<MemoRow> rows,
+                                                  std::size_t threads) {
+  IndexBuilder builder(heap, std::move(rows), threads);
+  auto& ranges = builder.ranges_;
+  RunParallel(ranges.size(), [&](std::size_t i) { builder.scan(ranges[i]); });
+  builder.merge();
+  RunParallel(ranges.size(), [&](std::size_t i) { builder.scatter(ranges[i]); });
+  builder.link_keywords();
+  builder.order_topics();
+  return std::move(builder.index_);
+}
+
+void IndexBuilder::split(std::size_t count) {
+  ranges_.reserve(count);
+  std::uint32_t first = 0;
+  const auto all = rows_.span();
+  for (std::size_t i = 1; i <= count; ++i) {
+    const std::uint64_t bytes = heap_.used() / count * i;
+    const auto upto = std::ranges::lower_bound(all, bytes, {}, &MemoRow::offset) - all.begin();
+    const auto last = i == count ? index_->memos_.size() : static_cast<std::uint32_t>(upto);
+    ranges_.emplace_back(heap_, first, last);
+    first = last;
+  }
+}
+
+void IndexBuilder::scan(Range& range) {
+  std::uint64_t keywords = 0;
+  for (std::uint32_t row = range.first; row < range.last; ++row) {
+    keywords += rows_[row].keywords;
+  }
+  range.posted.resize(keywords);
+  range.starts.resize(range.last - range.first);
+  std::uint64_t posted = 0;
+  const std::string_view heap = heap_.bytes();
+  for (std::uint32_t row = range.first; row < range.last; ++row) {
+    MemoRow& memo = rows_[row];
+    const std::uint64_t end = row + 1 < rows_.size() ? rows_[row + 1].offset : heap.size();
+    const RecordView record = ReadWholeRecord(heap.substr(memo.offset, end - memo.offset));
+    memo.props = record.props;
+    memo.written = record.written;
+    memo.topic = range.topics.intern(record.topic);
+    memo.ordinal = range.topics.entry(memo.topic).rows.count++;
+    range.starts[row - range.first] = posted;
+    KeywordCursor cursor = record.keywords();
+    posted += post(range, row, cursor, range.posted.data() + posted);
+    memo.keywords = static_cast<std::uint32_t>(posted - range.starts[row - range.first]);
+    const bool vector = (memo.props & kVectorBit) != 0 && cursor.rest().size() > 4;
+    range.totals.count(memo.written, vector);
+  }
+  range.posted.resize(posted);
+}
+
+std::uint32_t IndexBuilder::post(Range& range, std::uint32_t row, KeywordCursor& cursor,
+                                 std::uint32_t* out) {
+  const std::uint32_t* const start = out;
+  struct Pending {
+    std::uint64_t hash;
+    std::string_view name;
+  };
+  std::array<Pending, kBatch> batch;
+  for (std::size_t count = kBatch; count == kBatch;) {
+    count = 0;
+    while (count < kBatch && cursor.next(batch[count].name)) {
+      batch[count].hash = KeywordIndex::hash(batch[count].name);
+      range.keywords.prefetch(batch[count].hash);
+      ++count;
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+      const std::uint32_t id = range.keywords.intern(batch[i].hash, batch[i].name);
+      ListBlock& rows = range.keywords.entry(id).rows;
+      if (rows.capacity != row + 1) {  // a record may name a keyword twice
+        rows.capacity = row + 1;
+        ++rows.count;
+        *out++ = id;
+      }
+    }
+  }
+  return static_cast<std::uint32_t>(out - start);
+}
+
+void IndexBuilder::merge() {
+  ranges_[0].topic_map = first_mapping(ranges_[0].topics);
+  ranges_[0].keyword_map = first_mapping(ranges_[0].keywords);
+  index_->topics_ = std::move(ranges_[0].topics);
+  index_->keywords_ = std::move(ranges_[0].keywords);
+  index_->totals_ = ranges_[0].totals;
+  for (std::size_t i = 1; i < ranges_.size(); ++i) {
+    Range& range = ranges_[i];
+    range.topic_map = merge_names(index_->topics_, range.topics);
+    range.keyword_map = merge_names(index_->keywords_, range.keywords);
+    index_->totals_.merge(range.totals);
+    range.topics = TopicTable(heap_);
+    range.keywords = KeywordIndex(heap_);
+  }
+  place_lists(index_->topics_);
+  place_lists(index_->keywords_);
+}
+
+void IndexBuilder::scatter(Range& range) {
+  start_lists(range.topic_map, index_->topics_);
+  start_lists(range.keyword_map, index_->keywords_);
+  std::uint32_t* const topic_lists = index_->topics_.arena().data();
+  std::uint32_t* const keyword_lists = index_->keywords_.arena().data();
+  const std::uint32_t* posted = range.posted.data();
+  for (std::uint32_t row = range.first; row < range.last; ++row) {
+    MemoRow& memo = rows_[row];
+    topic_lists[range.topic_map.next[memo.topic]++] = row;
+    memo.ordinal += range.topic_map.before[memo.topic];
+    memo.topic = range.topic_map.global[memo.topic];
+    for (const std::uint32_t* const end = posted + memo.keywords; posted != end; ++posted) {
+      keyword_lists[range.keyword_map.next[*posted]++] = row;
+    }
+  }
+}
+
+void IndexBuilder::link_keywords() {
+  KeywordIndex& keywords = index_->keywords_;
+  PagedArray<ThematicPicks> picks;
+  picks.resize(keywords.size());
+  std::atomic<std::uint32_t> next = 0;
+  RunParallel(ranges_.size(), [&](std::size_t) {
+    SmallCounter counter;
+    std::array<std::uint32_t, kMaxSampleWords> ids;
+    const auto ids_of = [&](std::uint32_t row) {
+      const auto range = std::ranges::upper_bound(ranges_, row, {}, &Range::first) - 1;
+      const std::uint32_t count = std::min<std::uint32_t>(rows_[row].keywords, kMaxSampleWords);
+      const std::uint32_t* posted = range->posted.data() + range->starts[row - range->first];
+      for (std::uint32_t i = 0; i < count; ++i) {
+        ids[i] = range->keyword_map.global[posted[i]];
+      }
+      return std::span<const std::uint32_t>(ids).first(count);
+    };
+    for (std::uint32_t from; (from = next.fetch_add(kPickBlock)) < keywords.size();) {
+      const std::uint32_t to = std::min(keywords.size(), from + kPickBlock);
+      for (std::uint32_t id = from; id < to; ++id) {
+        picks[id] = FindPicks(keywords, id, counter, ids_of);
+      }
+    }
+  });
+  ranges_.clear();
+  for (std::uint32_t id = 0; id < keywords.size(); ++id) {
+    index_->links_.add_keyword(keywords, id);
+    index_->links_.set_picks(keywords, id, picks[id]);
+  }
+}
+
+void IndexBuilder::order_topics() {
+  // A topic was used last when its last memo was written.
+  const std::uint32_t topics = index_->topics_.size();
+  std::vector<bool> seen(topics);
+  std::vector<std::uint32_t> order(topics);
+  std::uint32_t left = topics;
+  for (std::uint32_t row = index_->memos_.size(); row-- > 0 && left > 0;) {
+    const std::uint32_t topic = rows_[row].topic;
+    if (!seen[topic]) {
+      seen[topic] = true;
+      order[--left] = topic;
+    }
+  }
+  index_->recency_.assign(order);
+}
+
+}  // namespace mrb::memory

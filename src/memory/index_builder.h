@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "memory/context_index.h"
+#include "memory/paged_array.h"
+
+namespace mrb::memory {
+
+/// Threads worth starting for a heap of `bytes`: the machine's, but none for a few megabytes.
+[[nodiscard]] std::size_t IndexThreads(std::uint64_t bytes);
+
+/// Indexes a whole heap at once, on several threads, into the state that adding its records one by
+/// one would have made.
+///
+/// Every thread takes a contiguous range of the memos and numbers its topics and keywords in tables
+/// of its own, writing down the keyword numbers of each memo. The tables are then merged range by
+/// range, which numbers every name by its first appearance in the heap, and the number of its
+/// postings gives each list its exact place. With the places known, the threads write the lists
+/// side by side: within a list, the part of an earlier range comes first, so each is ascending
+/// without a sort.
+class IndexBuilder {
+ public:
+  /// `rows` are what a RecordWalk over the heap found. Throws std::bad_alloc.
+  [[nodiscard]] static std::unique_ptr<ContextIndex> build(const RecordHeap& heap,
+                                                           PagedArray<MemoRow> rows,
+                                                           std::size_t threads);
+
+ private:
+  struct Range;
+
+  IndexBuilder(const RecordHeap& heap, PagedArray<MemoRow> rows, std::size_t threads);
+
+  void split(std::size_t count);
+  void scan(Range& range);
+  /// Numbers the keywords of one memo into `out`, each once; returns how many.
+  static std::uint32_t post(Range& range, std::uint32_t row, KeywordCursor& cursor,
+                            std::uint32_t* out);
+  void merge();
+  void scatter(Range& range);
+  void link_keywords();
+  void order_topics();
+
+  const RecordHeap& heap_;
+  std::unique_ptr<ContextIndex> index_;
+  PagedArray<MemoRow>& rows_;
+  std::vector<Range> ranges_;
+};
+
+}  // namespace mrb::memory

@@ -1,0 +1,51 @@
+#include "memory/memory_service.h"
+
+#include <exception>
+#include <new>
+#include <utility>
+
+#include "common/answer.h"
+#include "memory/context_registry.h"
+#include "memory/verb_table.h"
+
+namespace mrb::memory {
+
+class MemoryService::Impl {
+ public:
+  explicit Impl(MemoryOptions options)
+      : now_(std::move(options.now)),
+        contexts_(*options.files, std::move(options.contexts_folder)) {}
+
+  std::string execute(std::string_view bot, std::string_view verb, std::string_view rest) {
+    const VerbRow* row = FindVerb(verb);
+    if (row == nullptr) {
+      return ErrorAnswer("unknown memory verb '" + std::string(verb) + "'\n");
+    }
+    if (row->run == nullptr) {
+      return ErrorAnswer("'memory." + std::string(verb) + "' is not available in this build");
+    }
+    return row->run({contexts_, now_, bot, verb, rest});
+  }
+
+ private:
+  std::function<std::uint64_t()> now_;
+  ContextRegistry contexts_;
+};
+
+MemoryService::MemoryService(MemoryOptions options)
+    : impl_(std::make_unique<Impl>(std::move(options))) {}
+
+MemoryService::~MemoryService() = default;
+
+std::string MemoryService::execute(std::string_view bot, std::string_view verb,
+                                   std::string_view rest) {
+  try {
+    return impl_->execute(bot, verb, rest);
+  } catch (const std::bad_alloc&) {
+    return ErrorAnswer("out of memory");
+  } catch (const std::exception& failure) {
+    return ErrorAnswer(failure.what());
+  }
+}
+
+}  // namespace mrb::memory

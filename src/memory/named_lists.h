@@ -1,0 +1,108 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "common/fnv1a.h"
+#include "memory/list_arena.h"
+#include "memory/name_hash.h"
+#include "memory/name_table.h"
+#include "memory/record_heap.h"
+
+namespace mrb::memory {
+
+/// Topics hash by 64-bit FNV-1a; equal hashes are compared byte by byte.
+struct TopicHashing {
+  static std::uint64_t hash(std::string_view name) { return Fnv1a(name); }
+  static bool proves_equal(std::size_t) { return false; }
+};
+
+struct KeywordHashing {
+  static std::uint64_t hash(std::string_view name) { return HashName(name); }
+  static bool proves_equal(std::size_t bytes) { return bytes <= kExactHashBytes; }
+};
+
+/// Names that lie on a record heap, numbered from 0 in order of their first appearance, each with
+/// an ascending list of memo rows. A name is kept as a place on the heap, never as a string of its
+/// own, so the heap must outlive the object and keep its bytes. Not thread-safe.
+template <typename Hashing>
+class NamedLists {
+ public:
+  struct Entry {
+    std::uint64_t name_offset = 0;
+    std::uint32_t name_length = 0;
+    std::uint32_t spare = 0;  ///< for the owner; 0 at first
+    ListBlock rows;
+  };
+
+  explicit NamedLists(const RecordHeap& heap) : heap_(&heap) {}
+
+  [[nodiscard]] static std::uint64_t hash(std::string_view name) { return Hashing::hash(name); }
+
+  [[nodiscard]] std::uint32_t size() const { return static_cast<std::uint32_t>(entries_.size()); }
+
+  [[nodiscard]] std::string_view name(std::uint32_t id) const {
+    const Entry& entry = entries_[id];
+    return {heap_->bytes().data() + entry.name_offset, entry.name_length};
+  }
+
+  [[nodiscard]] std::span<const std::uint32_t> rows(std::uint32_t id) const {
+    return arena_.list(entries_[id].rows);
+  }
+
+  /// kNoId when the name is not there.
+  [[nodiscard]] std::uint32_t find(std::string_view name) const {
+    return table_.id_at(probe(Hashing::hash(name), name));
+  }
+
+  /// The number of `name`, a view into the heap; a new one when it was not there.
+  std::uint32_t intern(std::string_view name) { return intern(Hashing::hash(name), name); }
+
+  std::uint32_t intern(std::uint64_t hash, std::string_view name) {
+    const std::size_t slot = probe(hash, name);
+    const std::uint32_t found = table_.id_at(slot);
+    return found != kNoId ? found : add(slot, hash, name);
+  }
+
+  void prefetch(std::uint64_t hash) const { table_.prefetch(hash); }
+
+  void push(std::uint32_t id, std::uint32_t row) { arena_.push(entries_[id].rows, row); }
+
+  [[nodiscard]] Entry& entry(std::uint32_t id) { return entries_[id]; }
+  [[nodiscard]] const Entry& entry(std::uint32_t id) const { return entries_[id]; }
+  [[nodiscard]] ListArena& arena() { return arena_; }
+
+  void reserve(std::size_t names) {
+    entries_.reserve(names);
+    table_.reserve(names);
+  }
+
+ private:
+  [[nodiscard]] std::size_t probe(std::uint64_t hash, std::string_view wanted) const {
+    return table_.probe(hash, static_cast<std::uint32_t>(wanted.size()), [&](std::uint32_t id) {
+      return Hashing::proves_equal(wanted.size()) || name(id) == wanted;
+    });
+  }
+
+  std::uint32_t add(std::size_t slot, std::uint64_t hash, std::string_view name) {
+    Entry entry;
+    entry.name_offset = static_cast<std::uint64_t>(name.data() - heap_->bytes().data());
+    entry.name_length = static_cast<std::uint32_t>(name.size());
+    entries_.push_back(entry);
+    table_.place(slot, hash, entry.name_length, size() - 1);
+    return size() - 1;
+  }
+
+  const RecordHeap* heap_;
+  std::vector<Entry> entries_;
+  NameTable table_;
+  ListArena arena_;
+};
+
+using TopicTable = NamedLists<TopicHashing>;      ///< rows: the topic's memos in append order
+using KeywordIndex = NamedLists<KeywordHashing>;  ///< rows: the memos that hold the keyword
+
+}  // namespace mrb::memory

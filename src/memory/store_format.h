@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace mrb::memory {
+
+/// The files of a context's folder; docs/memory-store.md has the layouts.
+inline constexpr std::string_view kStoreFileName = "data.mrb4";
+inline constexpr std::string_view kPreviousStoreFileName = "data.mrb4.last";
+inline constexpr std::string_view kLegacyStoreFileName = "data.mem";
+inline constexpr std::string_view kContextIdFileName = "context.id";
+inline constexpr std::string_view kLockFileName = "context.lock";
+
+/// A store file is one of these four bytes and then records to its end: timed ones behind the first
+/// two, records without a write time behind the last.
+inline constexpr std::string_view kMagic = "MRB4";
+inline constexpr std::string_view kMagicTimedLegacy = "MRB3";
+inline constexpr std::string_view kMagicUntimedLegacy = "MRB2";
+
+}  // namespace mrb::memory

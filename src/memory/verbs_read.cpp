@@ -1,0 +1,143 @@
+// memos, getmemo, retrieve and recent: the verbs that show memos.
+
+#include <algorithm>
+#include <queue>
+#include <utility>
+
+#include "common/answer.h"
+#include "common/text.h"
+#include "memory/fields.h"
+#include "memory/memo_text.h"
+#include "memory/memo_types.h"
+#include "memory/verb_table.h"
+
+namespace mrb::memory {
+
+namespace {
+
+constexpr std::uint64_t kDefaultRecent = 20;
+constexpr std::uint64_t kMaxRecent = 10'000;  // lines that somebody may still want to read
+
+std::string types_in_brackets(std::uint32_t props) {
+  return "[" + FormatMemoTypes(props) + "]";
+}
+
+/// The `count` most recently written rows, newest first; the later of two rows with one time, and
+/// all untimed ones, behind. Looks at every memo once and keeps the best only.
+std::vector<std::uint32_t> newest_rows(const MemoTable& memos, std::size_t count) {
+  using Key = std::pair<std::uint64_t, std::uint32_t>;              // write time, row
+  std::priority_queue<Key, std::vector<Key>, std::greater<>> best;  // the oldest of them on top
+  std::uint32_t row = 0;
+  for (const MemoRow& memo : memos.span()) {
+    const Key key{memo.written, row++};
+    if (best.size() < count) {
+      best.push(key);
+    } else if (best.top() < key) {
+      best.pop();
+      best.push(key);
+    }
+  }
+  std::vector<std::uint32_t> rows(best.size());
+  for (auto out = rows.rbegin(); !best.empty(); ++out, best.pop()) {
+    *out = best.top().second;
+  }
+  return rows;
+}
+
+}  // namespace
+
+std::string RunMemos(const VerbCall& call) {
+  const auto fields = SplitFields(call.rest, 3);
+  if (fields.size() < 3) {
+    return GenericUsageError(call);
+  }
+  const auto access = call.contexts.read(fields[1]);
+  if (!access) {
+    return ErrorAnswer(access.error().text);
+  }
+  const ContextIndex& index = access->store->index();
+  const auto rows = index.topic_rows(fields[2]);
+  if (rows.empty()) {
+    return NoTopicError(fields[2], fields[1]);
+  }
+  std::string answer = std::to_string(rows.size()) + " memo(s) in '" + std::string(fields[2]) +
+                       "' of context '" + std::string(fields[1]) + "'";
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    answer += "\n  " + std::to_string(i + 1) + "  " +
+              types_in_brackets(index.memos()[rows[i]].props) + "  " +
+              FirstLine(index.record(rows[i]).content);
+  }
+  return OkAnswer(answer);
+}
+
+std::string RunGetMemo(const VerbCall& call) {
+  const auto fields = SplitFields(call.rest, 4);
+  const auto n = fields.size() < 4 ? std::nullopt : ParseDecimal(fields[3]);
+  if (!n) {
+    return ErrorAnswer("usage  memory.getmemo <botid>, <context>, <topic>, <n>");
+  }
+  const auto access = call.contexts.read(fields[1]);
+  if (!access) {
+    return ErrorAnswer(access.error().text);
+  }
+  const auto row = access->store->find_memo(fields[2], *n);
+  if (!row) {
+    return MemoRangeError(*access->store, fields[2], fields[1]);
+  }
+  const ContextIndex& index = access->store->index();
+  const MemoRow& memo = index.memos()[*row];
+  return OkAnswer("memo " + std::to_string(*n) + " of '" + std::string(fields[2]) + "' " +
+                  types_in_brackets(memo.props) + " @" + std::to_string(memo.offset) + "  " +
+                  FormatWritten(memo.written) + "\n" + std::string(index.record(*row).content));
+}
+
+std::string RunRetrieve(const VerbCall& call) {
+  const auto fields = SplitFields(call.rest, 3);
+  if (fields.size() < 3) {
+    return GenericUsageError(call);
+  }
+  const auto access = call.contexts.read(fields[1]);
+  if (!access) {
+    return ErrorAnswer(access.error().text);
+  }
+  const ContextIndex& index = access->store->index();
+  const auto rows = index.topic_rows(fields[2]);
+  std::string answer;
+  for (const std::uint32_t row : rows) {
+    answer.append(row == rows.front() ? "" : "\n").append(index.record(row).content);
+  }
+  if (!rows.empty()) {
+    index.recency().touch(index.memos()[rows.front()].topic);
+  }
+  return answer;
+}
+
+std::string RunRecent(const VerbCall& call) {
+  const auto fields = SplitFields(call.rest, 3);
+  const bool given = fields.size() == 3 && !OptionalField(fields[2]).empty();
+  const auto wanted = given ? ParseDecimal(fields[2]) : kDefaultRecent;
+  if (fields.size() < 2 || wanted.value_or(0) == 0) {
+    return GenericUsageError(call);
+  }
+  const auto access = call.contexts.read(fields[1]);
+  if (!access) {
+    return ErrorAnswer(access.error().text);
+  }
+  const std::string context(fields[1]);
+  const ContextIndex& index = access->store->index();
+  const auto rows = newest_rows(index.memos(), std::min(*wanted, kMaxRecent));
+  if (rows.empty()) {
+    return OkAnswer("context '" + context + "' has no memos");
+  }
+  std::string answer =
+      std::to_string(rows.size()) + " most recent memo(s) in '" + context + "' (newest first)\n";
+  for (const std::uint32_t row : rows) {
+    const MemoRow& memo = index.memos()[row];
+    answer += (row == rows.front() ? "  " : "\n  ") + MemoId(index, row) + " " +
+              types_in_brackets(memo.props) + " @ " + FormatWritten(memo.written) + "  " +
+              FirstLine(index.record(row).content);
+  }
+  return OkAnswer(answer);
+}
+
+}  // namespace mrb::memory

@@ -1,0 +1,81 @@
+#include "platform/console.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+
+#include "platform/posix/descriptor.h"
+
+namespace mrb::platform {
+namespace {
+
+/// Waits until a stream that somebody made non-blocking can be used again.
+bool WaitFor(int fd, short events) {
+  pollfd wait{fd, events, 0};
+  return Uninterrupted([&] { return ::poll(&wait, 1, -1); }) > 0;
+}
+
+void WriteAll(int fd, std::string_view text) {
+  while (!text.empty()) {
+    const auto put = Uninterrupted([&] { return ::write(fd, text.data(), text.size()); });
+    if (put >= 0) {
+      text.remove_prefix(static_cast<std::size_t>(put));
+    } else if (errno != EAGAIN || !WaitFor(fd, POLLOUT)) {
+      return;
+    }
+  }
+}
+
+/// Appends what standard input has next; false at its end.
+bool ReadMore(std::string& buffer) {
+  std::array<char, 4096> piece;
+  for (;;) {
+    const auto got =
+        Uninterrupted([&] { return ::read(STDIN_FILENO, piece.data(), piece.size()); });
+    if (got > 0) {
+      buffer.append(piece.data(), static_cast<std::size_t>(got));
+      return true;
+    }
+    if (got == 0 || errno != EAGAIN || !WaitFor(STDIN_FILENO, POLLIN)) return false;
+  }
+}
+
+}  // namespace
+
+bool StdinIsConsole() {
+  return ::isatty(STDIN_FILENO) == 1;
+}
+bool StdoutIsConsole() {
+  return ::isatty(STDOUT_FILENO) == 1;
+}
+bool StderrIsConsole() {
+  return ::isatty(STDERR_FILENO) == 1;
+}
+
+void WriteStdout(std::string_view text) {
+  WriteAll(STDOUT_FILENO, text);
+}
+void WriteStderr(std::string_view text) {
+  WriteAll(STDERR_FILENO, text);
+}
+
+std::optional<std::string> ReadStdinLine() {
+  static std::string buffer;  // read, but not yet handed out
+  std::size_t searched = 0;
+  for (;;) {
+    const auto end = buffer.find('\n', searched);
+    if (end != std::string::npos) {
+      std::string line = buffer.substr(0, end + 1);
+      buffer.erase(0, end + 1);
+      return line;
+    }
+    searched = buffer.size();
+    if (!ReadMore(buffer)) break;
+  }
+  if (buffer.empty()) return std::nullopt;
+  return std::exchange(buffer, {});
+}
+
+}  // namespace mrb::platform

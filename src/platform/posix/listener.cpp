@@ -1,0 +1,130 @@
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "platform/posix/system_error.h"
+#include "platform/sockets.h"
+
+// stop() shuts the listening socket down: the system then wakes every thread that waits in accept()
+// and refuses later calls, both with EINVAL. The descriptor stays open until destruction, so its
+// number cannot come back as something else under a thread that is about to call accept().
+
+namespace mrb::platform {
+namespace {
+
+/// Long enough for another connection to end and give its descriptor back, short enough not to
+/// notice.
+constexpr Milliseconds kOutOfDescriptorsPause{20};
+
+int OpenListener(std::uint16_t port, bool loopback_only) {
+  const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (fd < 0) return -1;
+  const int on = 1;
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(loopback_only ? INADDR_LOOPBACK : INADDR_ANY);
+  address.sin_port = htons(port);
+  // SO_REUSEADDR lets us bind while connections of an earlier resident linger; it does not let two
+  // processes listen.
+  if (::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) == 0 &&
+      ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+      ::listen(fd, SOMAXCONN) == 0) {
+    return fd;
+  }
+  const int reason = errno;
+  ::close(fd);
+  errno = reason;
+  return -1;
+}
+
+std::uint16_t BoundPort(int fd) {
+  sockaddr_in address{};
+  socklen_t length = sizeof address;
+  ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
+  return ntohs(address.sin_port);
+}
+
+/// Failures of the connection that was taken, or of the moment: the listener itself is sound.
+bool IsPassing(int code) {
+  switch (code) {
+    case EINTR:
+    case EAGAIN:
+    case ECONNABORTED:
+    case EPERM:
+    case EPROTO:
+    case ENETDOWN:
+    case ENOPROTOOPT:
+    case EHOSTDOWN:
+    case ENONET:
+    case EHOSTUNREACH:
+    case ENETUNREACH:
+    case ETIMEDOUT:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool IsShortage(int code) {
+  return code == EMFILE || code == ENFILE || code == ENOBUFS || code == ENOMEM;
+}
+
+}  // namespace
+
+struct Listener::Waiters {};  // the system knows them
+
+Listener::Listener() = default;
+
+Listener::Listener(Listener&& other) noexcept
+    : handle_(std::exchange(other.handle_, Socket::kNone)), port_(std::exchange(other.port_, 0)) {}
+
+Listener& Listener::operator=(Listener&& other) noexcept {
+  if (this != &other) {
+    if (handle_ != Socket::kNone) ::close(static_cast<int>(handle_));
+    handle_ = std::exchange(other.handle_, Socket::kNone);
+    port_ = std::exchange(other.port_, 0);
+  }
+  return *this;
+}
+
+Listener::~Listener() {
+  if (handle_ != Socket::kNone) ::close(static_cast<int>(handle_));
+}
+
+Result<Listener> Listener::listen(std::uint16_t port, bool loopback_only) {
+  const int fd = OpenListener(port, loopback_only);
+  if (fd < 0) return FailErrno("listen on", "port " + std::to_string(port));
+  Listener listener;
+  listener.handle_ = static_cast<Socket::Native>(fd);
+  listener.port_ = BoundPort(fd);
+  return listener;
+}
+
+Result<Listener::Accepted> Listener::accept() {
+  for (;;) {
+    sockaddr_in peer{};
+    socklen_t length = sizeof peer;
+    const int fd = ::accept4(static_cast<int>(handle_), reinterpret_cast<sockaddr*>(&peer), &length,
+                             SOCK_CLOEXEC);
+    if (fd >= 0) {
+      return Accepted{Socket(static_cast<Socket::Native>(fd)), ntohl(peer.sin_addr.s_addr)};
+    }
+    const int code = errno;
+    if (code == EINVAL) return Fail(ErrorKind::kClosed, "the listener was stopped");
+    if (IsShortage(code)) {
+      std::this_thread::sleep_for(kOutOfDescriptorsPause);
+    } else if (!IsPassing(code)) {
+      return FailErrno("accept on", "port " + std::to_string(port_));
+    }
+  }
+}
+
+void Listener::stop() {
+  if (handle_ != Socket::kNone) ::shutdown(static_cast<int>(handle_), SHUT_RDWR);
+}
+
+}  // namespace mrb::platform

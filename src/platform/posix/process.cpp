@@ -1,0 +1,79 @@
+#include "platform/process.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <climits>
+#include <cstdlib>
+
+#include "platform/paths.h"
+
+namespace mrb::platform {
+namespace {
+
+/// Whether `path` is a real folder of this user, in which nobody else can put or replace a name.
+bool IsOwnFolder(const std::string& path) {
+  struct stat info{};
+  constexpr mode_t kOthersMayWrite = 0022;
+  return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == ::geteuid() &&
+         (info.st_mode & kOthersMayWrite) == 0;
+}
+
+std::string VariableOrEmpty(const char* name) {
+  return EnvironmentVariable(name).value_or(std::string());
+}
+
+}  // namespace
+
+std::vector<std::string> ProcessArguments(int argc, char** argv) {
+  return {argv, argv + argc};
+}
+
+std::string ExecutablePath() {
+  std::array<char, PATH_MAX> path{};
+  const auto length = ::readlink("/proc/self/exe", path.data(), path.size());
+  if (length <= 0 || static_cast<std::size_t>(length) == path.size()) return {};
+  std::string text(path.data(), static_cast<std::size_t>(length));
+  // The system marks a program that was replaced while it ran; what lies at its path now is the one
+  // to start again.
+  static constexpr std::string_view kDeleted = " (deleted)";
+  if (text.ends_with(kDeleted) && ::access(text.c_str(), F_OK) != 0) {
+    text.resize(text.size() - kDeleted.size());
+  }
+  return text;
+}
+
+std::optional<std::string> EnvironmentVariable(const std::string& name) {
+  const char* value = std::getenv(name.c_str());
+  if (value == nullptr) return std::nullopt;
+  return value;
+}
+
+std::string CurrentDirectory() {
+  std::array<char, PATH_MAX> path{};
+  return ::getcwd(path.data(), path.size()) == nullptr ? std::string() : std::string(path.data());
+}
+
+std::uint32_t ProcessId() {
+  return static_cast<std::uint32_t>(::getpid());
+}
+
+std::string RuntimeFolder() {
+  const std::string session = VariableOrEmpty("XDG_RUNTIME_DIR");
+  if (!session.empty() && IsOwnFolder(session)) return session;
+  // /tmp is everyone's: a folder that somebody else made first, or left open, is not ours to trust.
+  const std::string own = "/tmp/mirebolt-" + std::to_string(::geteuid());
+  ::mkdir(own.c_str(), S_IRWXU);
+  return IsOwnFolder(own) ? own : std::string();
+}
+
+std::string DefaultDataHome() {
+  if (const std::string data = VariableOrEmpty("XDG_DATA_HOME"); data.starts_with('/')) {
+    return JoinPath(data, "mirebolt");
+  }
+  const std::string home = VariableOrEmpty("HOME");
+  return home.empty() ? std::string() : JoinPath(home, ".local/share/mirebolt");
+}
+
+}  // namespace mrb::platform

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "common/error.h"
+
+namespace mrb::platform {
+
+/// The process's arguments as UTF-8, its name first. On Windows they are read again from the wide
+/// command line, whatever the runtime passed; elsewhere these are argv.
+[[nodiscard]] std::vector<std::string> ProcessArguments(int argc, char** argv);
+
+/// Full path of the running executable; empty when the system will not say.
+[[nodiscard]] std::string ExecutablePath();
+
+/// Nothing when the variable is not set.
+[[nodiscard]] std::optional<std::string> EnvironmentVariable(const std::string& name);
+
+/// Full path of the working directory; empty when it cannot be read.
+[[nodiscard]] std::string CurrentDirectory();
+
+[[nodiscard]] std::uint32_t ProcessId();
+
+/// Where this user's short-lived files (locks) belong; made 0700 when missing, empty when
+/// impossible.
+[[nodiscard]] std::string RuntimeFolder();
+
+/// The data home when nothing else names one: the machine's shared data folder on Windows, the
+/// user's on Linux; empty when the environment names none.
+[[nodiscard]] std::string DefaultDataHome();
+
+/// Starts `arguments` (the program's path first) with no console window, none of this process's
+/// handles, its environment, and `folder` as working directory; it outlives this process and nobody
+/// waits for it. Standard input is empty, the output goes nowhere.
+[[nodiscard]] Status SpawnDetached(const std::vector<std::string>& arguments,
+                                   const std::string& folder);
+
+}  // namespace mrb::platform

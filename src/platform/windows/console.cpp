@@ -1,0 +1,123 @@
+#include "platform/console.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "platform/windows/console_log.h"
+#include "platform/windows/wide.h"
+
+namespace mrb::platform {
+namespace {
+
+/// Set once, by DetachConsole(), while there is one thread; never closed, for others write to it.
+HANDLE output_log = nullptr;
+
+bool IsConsole(HANDLE handle) {
+  DWORD mode = 0;
+  return ::GetConsoleMode(handle, &mode) != 0;
+}
+
+void WriteBytes(HANDLE handle, std::string_view text) {
+  while (!text.empty()) {
+    DWORD put = 0;
+    const auto wanted = static_cast<DWORD>(std::min<std::size_t>(text.size(), 1U << 20U));
+    if (!::WriteFile(handle, text.data(), wanted, &put, nullptr) || put == 0) return;
+    text.remove_prefix(put);
+  }
+}
+
+/// A console takes UTF-16, whatever its code page is, and only so much at once.
+void WriteToConsole(HANDLE console, std::string_view text) {
+  constexpr std::size_t kMostPerCall = 8192;
+  const std::wstring wide = Widen(text);
+  std::wstring_view rest = wide;
+  while (!rest.empty()) {
+    DWORD put = 0;
+    const auto wanted = static_cast<DWORD>(std::min(rest.size(), kMostPerCall));
+    if (!::WriteConsoleW(console, rest.data(), wanted, &put, nullptr) || put == 0) return;
+    rest.remove_prefix(put);
+  }
+}
+
+void Write(DWORD stream, std::string_view text) {
+  const HANDLE handle = output_log != nullptr ? output_log : ::GetStdHandle(stream);
+  if (IsConsole(handle)) {
+    WriteToConsole(handle, text);
+  } else {
+    WriteBytes(handle, text);
+  }
+}
+
+/// Appends what a console's user typed; false at the end of input, which Ctrl-Z at a line's start
+/// is.
+bool ReadFromConsole(HANDLE console, std::string& buffer) {
+  std::array<wchar_t, 2048> piece{};
+  DWORD got = 0;
+  if (!::ReadConsoleW(console, piece.data(), static_cast<DWORD>(piece.size()), &got, nullptr)) {
+    return false;
+  }
+  constexpr wchar_t kCtrlZ = 0x1a;
+  if (got == 0 || piece[0] == kCtrlZ) return false;
+  buffer += Narrow(std::wstring_view(piece.data(), got));
+  return true;
+}
+
+/// Appends what standard input has next; false at its end.
+bool ReadMore(std::string& buffer) {
+  const HANDLE input = ::GetStdHandle(STD_INPUT_HANDLE);
+  if (IsConsole(input)) return ReadFromConsole(input, buffer);
+  std::array<char, 4096> piece{};
+  DWORD got = 0;
+  if (!::ReadFile(input, piece.data(), static_cast<DWORD>(piece.size()), &got, nullptr)) {
+    return false;
+  }
+  buffer.append(piece.data(), got);
+  return got > 0;
+}
+
+}  // namespace
+
+void SendOutputToLog(Handle log) {
+  static Handle kept;
+  kept = std::move(log);
+  output_log = kept.get();
+}
+
+bool StdinIsConsole() {
+  return IsConsole(::GetStdHandle(STD_INPUT_HANDLE));
+}
+bool StdoutIsConsole() {
+  return IsConsole(::GetStdHandle(STD_OUTPUT_HANDLE));
+}
+bool StderrIsConsole() {
+  return IsConsole(::GetStdHandle(STD_ERROR_HANDLE));
+}
+
+void WriteStdout(std::string_view text) {
+  Write(STD_OUTPUT_HANDLE, text);
+}
+void WriteStderr(std::string_view text) {
+  Write(STD_ERROR_HANDLE, text);
+}
+
+std::optional<std::string> ReadStdinLine() {
+  static std::string buffer;  // read, but not yet handed out
+  std::size_t searched = 0;
+  for (;;) {
+    const auto end = buffer.find('\n', searched);
+    if (end != std::string::npos) {
+      std::string line = buffer.substr(0, end + 1);
+      buffer.erase(0, end + 1);
+      return line;
+    }
+    searched = buffer.size();
+    if (!ReadMore(buffer)) break;
+  }
+  if (buffer.empty()) return std::nullopt;
+  return std::exchange(buffer, {});
+}
+
+}  // namespace mrb::platform

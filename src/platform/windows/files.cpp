@@ -1,0 +1,146 @@
+#include "platform/files.h"
+
+#include <windows.h>
+
+#include "platform/windows/open_file.h"
+#include "platform/windows/rename.h"
+#include "platform/windows/system_error.h"
+#include "platform/windows/wide.h"
+
+namespace mrb::platform {
+namespace {
+
+constexpr std::int64_t kTicksTo1970 = 116'444'736'000'000'000;  // of 100 ns, from 1601
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+DWORD AccessOf(FileSystem::OpenMode mode) {
+  return mode == FileSystem::OpenMode::kRead ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
+}
+
+DWORD DispositionOf(FileSystem::OpenMode mode) {
+  switch (mode) {
+    case FileSystem::OpenMode::kRead:
+    case FileSystem::OpenMode::kAppend:
+      return OPEN_EXISTING;
+    case FileSystem::OpenMode::kAppendNew:
+      return OPEN_ALWAYS;
+    case FileSystem::OpenMode::kReplace:
+      break;
+  }
+  return CREATE_ALWAYS;
+}
+
+/// `tag` says what kind of reparse point it is. Links lead elsewhere; the other kinds (cloud
+/// storage, deduplication) are files as far as anybody can see.
+FileStatus::Type TypeOf(DWORD attributes, DWORD tag) {
+  const bool is_reparse = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+  if (is_reparse && (tag == IO_REPARSE_TAG_SYMLINK || tag == IO_REPARSE_TAG_MOUNT_POINT)) {
+    return FileStatus::Type::kOther;
+  }
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return FileStatus::Type::kDirectory;
+  return (attributes & FILE_ATTRIBUTE_DEVICE) != 0 ? FileStatus::Type::kOther
+                                                   : FileStatus::Type::kFile;
+}
+
+/// The reparse tag, which only a search tells without opening the file; 0 for what has none.
+DWORD TagOf(const std::wstring& path, DWORD attributes) {
+  if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) return 0;
+  WIN32_FIND_DATAW found{};
+  const HANDLE search = ::FindFirstFileW(path.c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) return 0;
+  ::FindClose(search);
+  return found.dwReserved0;
+}
+
+std::uint64_t Join(DWORD high, DWORD low) {
+  return (std::uint64_t{high} << 32U) | low;
+}
+
+FileStatus StatusOf(const WIN32_FILE_ATTRIBUTE_DATA& data, DWORD tag) {
+  FileStatus status;
+  status.type = TypeOf(data.dwFileAttributes, tag);
+  if (status.type == FileStatus::Type::kFile) {
+    status.size = Join(data.nFileSizeHigh, data.nFileSizeLow);
+  }
+  const auto ticks = static_cast<std::int64_t>(
+      Join(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime));
+  status.modified_ns = (ticks - kTicksTo1970) * 100;
+  return status;
+}
+
+/// Ends a search however list() is left.
+struct CloseSearch {
+  using pointer = HANDLE;
+  void operator()(HANDLE search) const { ::FindClose(search); }
+};
+
+class WindowsFiles final : public FileSystem {
+ public:
+  Result<std::unique_ptr<OpenFile>> open(const std::string& path, OpenMode mode) override {
+    Handle file(::CreateFileW(WidePath(path).c_str(), AccessOf(mode), kShareAll, nullptr,
+                              DispositionOf(mode), FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file) return FailLastError("open", path);
+    if (::GetFileType(file.get()) != FILE_TYPE_DISK) {  // "NUL", "CON" and their like
+      return Fail(ErrorKind::kInvalidArgument, "cannot open " + path + ": not a regular file");
+    }
+    return std::make_unique<WindowsFile>(std::move(file), path);
+  }
+
+  Result<FileStatus> status(const std::string& path) override {
+    const std::wstring wide = WidePath(path);
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    if (!::GetFileAttributesExW(wide.c_str(), GetFileExInfoStandard, &data)) {
+      return FailLastError("examine", path);
+    }
+    return StatusOf(data, TagOf(wide, data.dwFileAttributes));
+  }
+
+  Result<std::vector<DirectoryEntry>> list(const std::string& path) override {
+    std::vector<DirectoryEntry> entries;
+    WIN32_FIND_DATAW found{};
+    const HANDLE handle =
+        ::FindFirstFileExW((WidePath(path) + L"\\*").c_str(), FindExInfoBasic, &found,
+                           FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
+    if (handle == INVALID_HANDLE_VALUE) {
+      // Only the root of a drive has no entries at all; a missing folder is "path not found".
+      if (::GetLastError() == ERROR_FILE_NOT_FOUND) return entries;
+      return FailLastError("list", path);
+    }
+    const std::unique_ptr<HANDLE, CloseSearch> search(handle);
+    do {
+      const std::wstring_view name = found.cFileName;
+      if (name == L"." || name == L"..") continue;
+      entries.push_back({Narrow(name), TypeOf(found.dwFileAttributes, found.dwReserved0)});
+    } while (::FindNextFileW(handle, &found));
+    if (::GetLastError() != ERROR_NO_MORE_FILES) return FailLastError("list", path);
+    return entries;
+  }
+
+  Status make_directory(const std::string& path) override {
+    if (!::CreateDirectoryW(WidePath(path).c_str(), nullptr)) {
+      return FailLastError("make folder", path);
+    }
+    return {};
+  }
+
+  Status remove_file(const std::string& path) override { return Remove(path); }
+
+  Status rename_replace(const std::string& from, const std::string& to) override {
+    return Rename(from, to, true);
+  }
+
+  Status rename_new(const std::string& from, const std::string& to) override {
+    return Rename(from, to, false);
+  }
+
+  Status sync_directory(const std::string&) override { return {}; }  // renames write through
+};
+
+}  // namespace
+
+FileSystem& SystemFiles() {
+  static WindowsFiles files;
+  return files;
+}
+
+}  // namespace mrb::platform

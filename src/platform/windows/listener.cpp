@@ -1,0 +1,156 @@
+#include <winsock2.h>
+
+#include <atomic>
+#include <string>
+#include <utility>
+
+#include "platform/sockets.h"
+#include "platform/windows/socket_options.h"
+#include "platform/windows/system_error.h"
+
+// Closing the socket would end every accept() that waits, but its number may be another socket's
+// before a thread that was about to wait on it gets there. So stop() leaves the socket open, raises
+// a flag, and connects to its own port until nobody waits any more.
+
+namespace mrb::platform {
+
+struct Listener::Waiters {
+  std::atomic<int> count{0};
+  std::atomic<bool> stopped{false};
+};
+
+namespace {
+
+/// Long enough for another connection to end and give its buffers back, short enough not to notice.
+constexpr DWORD kShortagePauseMs = 20;
+
+/// A wake-up that finds the backlog full is not needed: somebody will be woken by what fills it.
+constexpr Milliseconds kWakeTimeout{200};
+
+/// Counts a thread as waiting for as long as it lives.
+class Waiting {
+ public:
+  explicit Waiting(std::atomic<int>& count) : count_(count) { ++count_; }
+  Waiting(const Waiting&) = delete;
+  Waiting& operator=(const Waiting&) = delete;
+  ~Waiting() { --count_; }
+
+ private:
+  std::atomic<int>& count_;
+};
+
+bool SetExclusive(SOCKET socket) {
+  const BOOL on = TRUE;
+  return ::setsockopt(socket, SOL_SOCKET, SO_EXCLUSIVEADDRUSE, reinterpret_cast<const char*>(&on),
+                      sizeof on) == 0;
+}
+
+SOCKET OpenListener(std::uint16_t port, bool loopback_only) {
+  const SOCKET socket = OpenTcpSocket();
+  if (socket == INVALID_SOCKET) return socket;
+  const sockaddr_in address = AddressOf(loopback_only ? INADDR_LOOPBACK : INADDR_ANY, port);
+  if (SetExclusive(socket) &&
+      ::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+      ::listen(socket, SOMAXCONN) == 0) {
+    return socket;
+  }
+  const int reason = ::WSAGetLastError();
+  ::closesocket(socket);
+  ::WSASetLastError(reason);
+  return INVALID_SOCKET;
+}
+
+std::uint16_t BoundPort(SOCKET socket) {
+  sockaddr_in address{};
+  int length = sizeof address;
+  ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
+  return ::ntohs(address.sin_port);
+}
+
+/// Failures of the connection that was taken, or of the moment: the listener itself is sound.
+bool IsPassing(int error) {
+  return error == WSAECONNRESET || error == WSAECONNABORTED || error == WSAEINTR ||
+         error == WSA_OPERATION_ABORTED || error == WSAENETDOWN;
+}
+
+bool IsShortage(int error) {
+  return error == WSAEMFILE || error == WSAENOBUFS || error == WSA_NOT_ENOUGH_MEMORY;
+}
+
+std::unexpected<Error> Stopped() {
+  return Fail(ErrorKind::kClosed, "the listener was stopped");
+}
+
+}  // namespace
+
+Listener::Listener() = default;
+
+Listener::Listener(Listener&& other) noexcept
+    : handle_(std::exchange(other.handle_, Socket::kNone)),
+      port_(std::exchange(other.port_, 0)),
+      waiters_(std::move(other.waiters_)) {}
+
+Listener& Listener::operator=(Listener&& other) noexcept {
+  if (this != &other) {
+    if (handle_ != Socket::kNone) ::closesocket(handle_);
+    handle_ = std::exchange(other.handle_, Socket::kNone);
+    port_ = std::exchange(other.port_, 0);
+    waiters_ = std::move(other.waiters_);
+  }
+  return *this;
+}
+
+Listener::~Listener() {
+  if (handle_ != Socket::kNone) ::closesocket(handle_);
+}
+
+Result<Listener> Listener::listen(std::uint16_t port, bool loopback_only) {
+  const SOCKET socket = OpenListener(port, loopback_only);
+  if (socket == INVALID_SOCKET) {
+    return FailLastError("listen on", "port " + std::to_string(port));
+  }
+  Listener listener;
+  listener.handle_ = socket;
+  listener.port_ = BoundPort(socket);
+  listener.waiters_ = std::make_unique<Waiters>();
+  return listener;
+}
+
+Result<Listener::Accepted> Listener::accept() {
+  if (waiters_ == nullptr) return Stopped();
+  const Waiting waiting(waiters_->count);
+  while (!waiters_->stopped) {
+    sockaddr_in peer{};
+    int length = sizeof peer;
+    const SOCKET taken = ::accept(handle_, reinterpret_cast<sockaddr*>(&peer), &length);
+    if (taken != INVALID_SOCKET) {
+      Socket socket(taken);
+      if (waiters_->stopped) break;
+      ::SetHandleInformation(reinterpret_cast<HANDLE>(taken), HANDLE_FLAG_INHERIT, 0);
+      return Accepted{std::move(socket), ::ntohl(peer.sin_addr.s_addr)};
+    }
+    const int error = ::WSAGetLastError();
+    if (IsShortage(error)) {
+      ::Sleep(kShortagePauseMs);
+    } else if (!IsPassing(error)) {
+      return FailLastError("accept on", "port " + std::to_string(port_));
+    }
+  }
+  return Stopped();
+}
+
+void Listener::stop() {
+  if (waiters_ == nullptr) return;
+  waiters_->stopped = true;
+  // Whoever is not counted yet will see the flag; whoever is either sees it or takes a connection.
+  while (const int waiting = waiters_->count) {
+    for (int i = 0; i < waiting; ++i) {
+      static_cast<void>(Socket::connect_loopback(port_, kWakeTimeout));
+    }
+    // For a machine whose firewall keeps us from ourselves.
+    ::CancelIoEx(reinterpret_cast<HANDLE>(handle_), nullptr);
+    ::Sleep(1);
+  }
+}
+
+}  // namespace mrb::platform

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+#include "platform/sockets.h"
+#include "server/request_reader.h"
+#include "server/route_table.h"
+#include "server/session_gate.h"
+#include "server/websocket_clients.h"
+
+namespace mrb::server {
+
+/// What one thread keeps from connection to connection, so that a small request allocates little.
+struct ConnectionBuffers {
+  RequestReader reader;
+  std::string answer;
+};
+
+/// What every connection of a server shares.
+struct ConnectionServices {
+  Services routes;
+  SessionGate& gate;
+  WebSocketClients& clients;
+  std::uint16_t port = 0;  ///< the one the server listens on
+};
+
+/// One accepted connection: reads the request, answers it and takes leave, or becomes a WebSocket.
+class Connection {
+ public:
+  Connection(platform::Socket& socket, bool loopback, const ConnectionServices& services,
+             ConnectionBuffers& buffers)
+      : socket_(socket), loopback_(loopback), services_(services), buffers_(buffers) {}
+
+  /// Blocks until the connection may be closed, which the caller does.
+  void serve();
+
+ private:
+  bool read_head();
+  void read_body(std::uint64_t length);
+  bool receive_piece();
+  void sign_in(std::uint64_t body_length);
+  void upgrade(const Request& request);
+  bool send_answer(const Response& response);
+  void answer(const Response& response);
+  void take_leave();
+  [[nodiscard]] Request request() const;
+
+  platform::Socket& socket_;
+  const bool loopback_;
+  const ConnectionServices& services_;
+  ConnectionBuffers& buffers_;
+};
+
+}  // namespace mrb::server

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <vector>
+
+#include "platform/sockets.h"
+#include "server/connection.h"
+
+namespace mrb::server {
+
+/// A thread for every open connection, without the price of starting one each time: idle threads
+/// wait in accept() themselves, and the one that accepts serves. Before it does, it sees to it that
+/// another waits; when it is done it goes back to waiting, or ends when enough others do. At the
+/// bound on open connections nobody is left to accept, so further ones wait in the system's queue.
+class ConnectionThreads {
+ public:
+  struct Limits {
+    std::size_t connections = 512;  ///< open at once, so that a flood cannot exhaust threads
+    std::size_t idle = 8;           ///< threads kept waiting after a burst
+  };
+  struct Hooks {
+    std::function<void(platform::Socket&, std::uint32_t peer_ipv4, ConnectionBuffers&)> serve;
+    /// Runs the function on a new detached thread; false when the system has none to give.
+    std::function<bool(std::function<void()>)> start_thread;
+    /// A thread could not be started. `last`: while this one serves, nobody accepts or ever will.
+    std::function<void(bool last)> start_failed;
+  };
+
+  /// The listener outlives this.
+  ConnectionThreads(platform::Listener& listener, Limits limits, Hooks hooks);
+
+  /// Accepts and serves, on the calling thread too, until stop(). Returns when every other thread
+  /// has ended its work. Once.
+  void run();
+
+  /// Ends the accepting and shuts open connections down. Returns at once. Any thread.
+  void stop();
+
+ private:
+  void work(bool permanent);
+  bool begin(platform::Socket& socket);
+  bool finish(platform::Socket& socket, bool permanent);
+  void start_another();
+
+  platform::Listener& listener_;
+  const Limits limits_;
+  const Hooks hooks_;
+  std::mutex mutex_;
+  std::condition_variable ended_;
+  // All guarded by mutex_:
+  bool stopping_ = false;
+  std::size_t threads_ = 0;  ///< run()'s own and those being started included
+  std::size_t idle_ = 0;     ///< of these, the ones that wait in accept() or are on the way there
+  std::vector<platform::Socket*> open_;
+};
+
+/// The start_thread hook of real servers.
+[[nodiscard]] bool StartDetachedThread(std::function<void()> body);
+
+}  // namespace mrb::server

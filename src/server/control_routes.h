@@ -1,0 +1,22 @@
+#pragma once
+
+#include "server/route_table.h"
+
+namespace mrb::server {
+
+/// The routes through which the command line and other local tools drive the interpreter.
+
+[[nodiscard]] Response AnswerHealth(const Request& request, const Services& services);
+[[nodiscard]] Response AnswerShutdown(const Request& request, const Services& services);
+[[nodiscard]] Response AnswerConsoleExec(const Request& request, const Services& services);
+[[nodiscard]] Response AnswerConsoleTail(const Request& request, const Services& services);
+[[nodiscard]] Response AnswerInterp(const Request& request, const Services& services);
+[[nodiscard]] Response AnswerJsonRpc(const Request& request, const Services& services);
+[[nodiscard]] Response AnswerMcpBanner(const Request& request, const Services& services);
+
+/// The fixed answers of subsystems that are not part of this build.
+[[nodiscard]] Response AnswerAgentBanner(const Request& request, const Services& services);
+[[nodiscard]] Response AnswerNodeDisabled(const Request& request, const Services& services);
+[[nodiscard]] Response AnswerNotFound(const Request& request, const Services& services);
+
+}  // namespace mrb::server

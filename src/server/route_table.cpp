@@ -1,0 +1,122 @@
+#include "server/route_table.h"
+
+#include <exception>
+#include <new>
+
+#include "server/control_routes.h"
+#include "server/static_pages.h"
+
+namespace mrb::server {
+namespace {
+
+constexpr bool kExact = false;
+constexpr bool kPrefix = true;
+
+constexpr Route kRoutes[] = {
+    {kGet, "/health", kExact, Access::kAny, AnswerHealth},
+    {kPost, "/shutdown", kExact, Access::kTrusted, AnswerShutdown},
+    {kPost, "/console/exec", kExact, Access::kTrusted, AnswerConsoleExec,
+     "/console/exec is loopback-only"},
+    {kGet, "/console/tail", kExact, Access::kTrusted, AnswerConsoleTail,
+     "/console/tail is loopback-only"},
+    {kGet | kPost, "/interp", kExact, Access::kTrusted, AnswerInterp, "interp is loopback-only",
+     true},
+
+    {kPost, "/", kExact, Access::kNoForeignPage, AnswerJsonRpc},
+    {kPost, "/rpc", kExact, Access::kNoForeignPage, AnswerJsonRpc},
+    {kPost, "/mcp", kExact, Access::kNoForeignPage, AnswerJsonRpc},
+    {kPost, "/a2a", kExact, Access::kNoForeignPage, AnswerJsonRpc},
+    {kGet, "/mcp", kExact, Access::kAny, AnswerMcpBanner},
+    {kGet, "/a2a", kExact, Access::kAny, AnswerAgentBanner},
+
+    {kGet, "/", kExact, Access::kAny, AnswerIndex},
+    {kGet, "/index.html", kExact, Access::kAny, AnswerIndex},
+    {kGet, "/ui", kExact, Access::kAny, AnswerUi},
+    {kGet, "/ui/", kPrefix, Access::kAny, AnswerUi},
+    {kGet, "/backgrounds/", kPrefix, Access::kAny, AnswerBackground},
+    {kGet, "/screensaver-", kPrefix, Access::kAny, AnswerScreensaver},
+    {kGet, "/g-walk", kExact, Access::kAny, AnswerGlyphwalkers},
+    {kGet, "/glyphwalkers", kExact, Access::kAny, AnswerGlyphwalkers},
+    {kGet, "/panel", kExact, Access::kAny, AnswerPanel},
+    {kGet, "/mirebolt_panel.html", kExact, Access::kAny, AnswerPanel},
+    {kGet, "/orchestration", kExact, Access::kAny, AnswerOrchestration},
+    {kGet, "/orch", kExact, Access::kAny, AnswerOrchestration},
+    {kGet, "/tasksync", kExact, Access::kAny, AnswerTaskSync},
+    {kGet, "/onboard", kExact, Access::kAny, AnswerConfigure},
+    {kGet, "/config_collector.html", kExact, Access::kAny, AnswerConfigure},
+    {kGet, "/configure", kExact, Access::kAny, AnswerConfigure},
+
+    // Parts that this build leaves out. Their rows say who is turned away, and what exists.
+    {kEveryMethod, "/mirenode/", kPrefix, Access::kAny, AnswerNodeDisabled},
+    {kEveryMethod, "/term/", kPrefix, Access::kTrusted, AnswerNotFound},
+    {kEveryMethod, "/vc/dirs", kExact, Access::kTrusted, AnswerNotFound,
+     "/vc/dirs is loopback-only"},
+    {kEveryMethod, "/vc/add", kExact, Access::kTrusted, AnswerNotFound, "/vc/add is loopback-only"},
+    {kEveryMethod, "/attendant/focus", kExact, Access::kTrusted, AnswerNotFound,
+     "attendant focus is loopback-only"},
+    {kEveryMethod, "/tick/run", kExact, Access::kTrusted, AnswerNotFound,
+     "tick run is loopback-only"},
+    {kEveryMethod, "/jobs/tick", kExact, Access::kTrusted, AnswerNotFound,
+     "job tick is loopback-only"},
+    {kEveryMethod, "/jobs", kExact, Access::kTrusted, AnswerNotFound,
+     "job control is loopback-only"},
+    {kEveryMethod, "/work", kExact, Access::kTrusted, AnswerNotFound,
+     "work control is loopback-only"},
+};
+
+/// Methods without a bit of their own match only the rows for every method.
+unsigned MethodBit(std::string_view method) {
+  static constexpr unsigned kOther = 1U << 31U;
+  return method == "GET" ? kGet : method == "POST" ? kPost : kOther;
+}
+
+const Route* FindRoute(const RequestLine& line) {
+  const unsigned method = MethodBit(line.method);
+  for (const Route& route : kRoutes) {
+    if ((route.methods & method) == 0) continue;
+    if (route.prefix ? line.path.starts_with(route.path) : line.path == route.path) return &route;
+  }
+  return nullptr;
+}
+
+Response Refuse(const Route& route) {
+  if (!route.plain_refusal) return JsonFailure(kForbidden, route.refusal);
+  Response response;
+  response.status = kForbidden;
+  response.type = kPlain;
+  response.body = route.refusal;
+  return response;
+}
+
+}  // namespace
+
+std::span<const Route> Routes() {
+  return kRoutes;
+}
+
+bool MayEnter(const Request& request, Access access) {
+  switch (access) {
+    case Access::kAny:
+      return true;
+    case Access::kNoForeignPage:
+      return request.trusted || !request.loopback;
+    case Access::kTrusted:
+      return request.trusted;
+  }
+  return false;
+}
+
+Response AnswerRequest(const Request& request, const Services& services) {
+  const Route* route = FindRoute(request.line);
+  if (route == nullptr) return AnswerNotFound(request, services);
+  if (!MayEnter(request, route->access)) return Refuse(*route);
+  try {
+    return route->handler(request, services);
+  } catch (const std::bad_alloc&) {
+    return JsonFailure(kServerError, "out of memory");
+  } catch (const std::exception&) {
+    return JsonFailure(kServerError, "internal error");
+  }
+}
+
+}  // namespace mrb::server

@@ -1,0 +1,160 @@
+#include "server/server.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "platform/files.h"
+#include "platform/open_page.h"
+#include "platform/sockets.h"
+#include "server/connection.h"
+#include "server/connection_threads.h"
+#include "server/listening.h"
+#include "server/session_gate.h"
+#include "server/start_up.h"
+#include "server/trust.h"
+#include "server/websocket_clients.h"
+
+namespace mrb::server {
+
+class Server::Impl {
+ public:
+  explicit Impl(ServerOptions options) : options_(std::move(options)) {}
+
+  ~Impl() {
+    stop();
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return !serving_; });
+  }
+
+  int serve() {
+    {
+      const std::scoped_lock lock(mutex_);
+      serving_ = true;
+    }
+    const int result = run();
+    const std::scoped_lock lock(mutex_);
+    serving_ = false;
+    changed_.notify_all();
+    return result;
+  }
+
+  void stop() {
+    const std::scoped_lock lock(mutex_);
+    stopping_ = true;
+    if (threads_ != nullptr) threads_->stop();
+    changed_.notify_all();
+  }
+
+  [[nodiscard]] std::uint16_t port() const { return port_.load(); }
+
+ private:
+  int run() {
+    platform::FileSystem& files = platform::SystemFiles();
+    MakeStartUpFolders(files, options_.install_home);
+    direct_messages_ = CountDirectMessages(files, options_.install_home);
+    const CachedPages pages = LoadCachedPages(files, options_.executable_folder);
+    if (!platform::StartSockets()) {
+      log("chat: WSAStartup failed\n");
+      return 1;
+    }
+    auto listener = open_listener();
+    if (!listener) return stopping() ? 0 : 1;
+    port_ = listener->port();
+    log("orchestration server listening on " + address() + "\n");
+    if (options_.open_browser && !platform::OpenPage(address() + "ui/")) {
+      log("no browser to open " + address() + "ui/ in\n");
+    }
+    accept_on(*listener, {{options_, files, pages}, gate(), clients_, listener->port()});
+    return 0;
+  }
+
+  [[nodiscard]] std::optional<platform::Listener> open_listener() {
+    const auto port = static_cast<std::uint16_t>(options_.port);
+    return OpenListener(options_.port,
+                        {[port] { return platform::Listener::listen(port, false); },
+                         [this](std::chrono::milliseconds time) { return pause(time); },
+                         [this](std::string_view line) { log(line); }});
+  }
+
+  void accept_on(platform::Listener& listener, const ConnectionServices& services) {
+    ConnectionThreads threads(
+        listener, {},
+        {[&services](platform::Socket& socket, std::uint32_t peer, ConnectionBuffers& buffers) {
+           Connection(socket, IsLoopback(peer), services, buffers).serve();
+         },
+         StartDetachedThread, [this](bool last) { thread_missing(last); }});
+    {
+      const std::scoped_lock lock(mutex_);
+      if (stopping_) return;
+      threads_ = &threads;
+    }
+    threads.run();
+    const std::scoped_lock lock(mutex_);
+    threads_ = nullptr;
+  }
+
+  /// A resident that cannot accept any more is worse than none: clients would wait for it.
+  void thread_missing(bool last) {
+    if (!thread_warning_.test_and_set()) log("chat: a connection thread could not be started\n");
+    if (!last) return;
+    log("chat: no thread is left to accept with — ending\n");
+    std::_Exit(EXIT_FAILURE);
+  }
+
+  bool pause(std::chrono::milliseconds time) {
+    std::unique_lock lock(mutex_);
+    return !changed_.wait_for(lock, time, [this] { return stopping_; });
+  }
+
+  bool stopping() {
+    const std::scoped_lock lock(mutex_);
+    return stopping_;
+  }
+
+  SessionGate& gate() { return options_.sessions != nullptr ? *options_.sessions : closed_gate_; }
+
+  [[nodiscard]] std::string address() const {
+    return "http://127.0.0.1:" + std::to_string(port()) + "/";
+  }
+
+  void log(std::string_view line) const {
+    if (options_.log) options_.log(line);
+  }
+
+  const ServerOptions options_;
+  ClosedGate closed_gate_;
+  WebSocketClients clients_;
+  std::uint64_t direct_messages_ = 0;  ///< in the log at start-up; the chat layer counts on
+  std::atomic<std::uint16_t> port_ = 0;
+  std::atomic_flag thread_warning_;  ///< given once; under load it would fill the log
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool serving_ = false;                  // guarded by mutex_
+  bool stopping_ = false;                 // guarded by mutex_
+  ConnectionThreads* threads_ = nullptr;  // guarded by mutex_
+};
+
+Server::Server(ServerOptions options) : impl_(std::make_unique<Impl>(std::move(options))) {}
+
+Server::~Server() = default;
+
+int Server::serve() {
+  return impl_->serve();
+}
+
+void Server::stop() {
+  impl_->stop();
+}
+
+std::uint16_t Server::port() const {
+  return impl_->port();
+}
+
+}  // namespace mrb::server

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "server/json_rpc_entry.h"
+
+namespace mrb::server {
+
+class ChatLayer;
+class InterpreterBridge;
+class SessionGate;
+
+struct ServerOptions {
+  std::int32_t port = 9999;
+  std::string executable_folder;  ///< where the pages are looked for
+  std::string install_home;       ///< holds bots/, chatlogs/; made when missing
+  InterpreterBridge* bridge =
+      nullptr;                ///< may be null: routes then answer 503. Outlives the server
+  ChatLayer* chat = nullptr;  ///< may be null: messages are dropped. Outlives the server
+  std::function<void(std::string_view)> log;  ///< one whole line with its line feed; any thread
+  std::function<void()> request_close;        ///< POST /shutdown, after its answer went out
+  bool open_browser = false;                  ///< open the workstation page once it listens
+  JsonRpcEntry json_rpc;                      ///< may be empty: its routes then answer 503
+  SessionGate* sessions = nullptr;  ///< null: nobody from outside comes in. Outlives the server
+};
+
+/// The HTTP/1.1 and WebSocket server of a resident. One per process and port.
+///
+///     Server server(options);
+///     std::thread([&] { server.serve(); }).detach();
+class Server {
+ public:
+  explicit Server(ServerOptions options);
+  Server(const Server&) = delete;
+  Server& operator=(const Server&) = delete;
+  /// Ends every connection and waits for their threads.
+  ~Server();
+
+  /// Listens and answers until stop(). 1 when the network cannot be set up (the reason is logged; a
+  /// port in use is retried for 120 s), 0 after stop().
+  [[nodiscard]] int serve();
+
+  /// Makes serve() return and closes open connections. Any thread.
+  void stop();
+
+  /// The port it listens on; 0 before that.
+  [[nodiscard]] std::uint16_t port() const;
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace mrb::server

@@ -1,0 +1,187 @@
+"""The client against listeners that are not a healthy resident of its own version."""
+import concurrent.futures
+import socket
+import threading
+import time
+
+import pytest
+
+from conftest import listens, wait_until
+
+HEALTH = b'{"ok":true,"app":"Mirebolt","version":"%s"}'
+HEAD = b"HTTP/1.1 200 OK\r\n\r\n"
+
+
+class Listener:
+    """A scripted peer: answers each request by `reply`, bytes or a function of (request, socket)."""
+
+    def __init__(self, port, reply):
+        self.server = socket.create_server(("127.0.0.1", port))
+        self.reply = reply
+        self.requests = []
+
+    def __enter__(self):
+        threading.Thread(target=self._serve, daemon=True).start()
+        return self
+
+    def __exit__(self, *_):
+        # Closing alone would leave the thread waiting in accept() with the port still taken.
+        try:
+            self.server.shutdown(socket.SHUT_RDWR)
+        except OSError:
+            pass  # ended before
+        self.server.close()
+
+    def _serve(self):
+        while True:
+            try:
+                peer, _ = self.server.accept()
+            except OSError:
+                return
+            threading.Thread(target=self._answer, args=(peer,), daemon=True).start()
+
+    def _answer(self, peer):
+        with peer:
+            request = b""
+            while b"\r\n\r\n" not in request:
+                piece = peer.recv(4096)
+                if not piece:
+                    break
+                request += piece
+            head, _, body = request.partition(b"\r\n\r\n")
+            for line in head.split(b"\r\n"):
+                if line.startswith(b"Content-Length: "):
+                    while len(body) < int(line[16:]):
+                        body += peer.recv(4096)
+            self.requests.append(head + b"\r\n\r\n" + body)
+            try:
+                if callable(self.reply):
+                    self.reply(request, peer)
+                else:
+                    peer.sendall(self.reply)
+            except OSError:
+                pass
+
+
+def current(request, peer):
+    if request.startswith(b"GET /health"):
+        peer.sendall(HEAD + HEALTH % b"2.0.0")
+    else:
+        peer.sendall(HEAD + b'{"ok":true,"bot":"cli","out":"a\\"b\\nc\\u0007"}')
+
+
+@pytest.mark.parametrize("body,holder", [
+    (b"{}", "a non-Mirebolt process"),
+    (HEALTH % b"2.0.0" + b"", None),
+    (HEALTH % b"2.1.0", "a different Mirebolt version"),
+    (b'{"ok":true,"app":"Mirebolt"}', "a different Mirebolt version"),
+    (b"", "a non-Mirebolt process"),
+])
+def test_whoever_is_not_ours_never_gets_a_command(mb, body, holder):
+    with Listener(mb.port, HEAD + body) as peer:
+        done = mb.run("memory.striptotokens Local Run")
+    posts = [request for request in peer.requests if request.startswith(b"POST")]
+    if holder is None:
+        assert len(posts) == 1
+        return
+    assert done.stderr == f"Mirebolt: port {mb.port} is held by {holder} — running this command locally\n"
+    assert (done.returncode, done.stdout) == (0, "OK: local run\n")
+    assert posts == []
+
+
+def test_the_requests_are_what_the_resident_expects(mb):
+    with Listener(mb.port, current) as peer:
+        assert mb.out("memory.list", "my", "bot") == 'a"b\nc?'
+    probe, command = peer.requests
+    assert probe == b"GET /health HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n"
+    assert command == (
+        b"POST /console/exec?bot=cli HTTP/1.1\r\nHost: 127.0.0.1\r\nX-Mrb-Cwd: " +
+        str(mb.folder).encode() +
+        b"\r\nContent-Type: text/plain\r\nContent-Length: 18\r\nConnection: close\r\n\r\nmemory.list my bot")
+
+
+def test_an_older_resident_is_evicted_and_replaced(mb):
+    def reply(request, peer):
+        if request.startswith(b"GET /health"):
+            peer.sendall(HEAD + HEALTH % b"1.9.9")
+        else:
+            peer.sendall(HEAD + b'{"ok":true}')
+            old.__exit__()
+
+    old = Listener(mb.port, reply)
+    with old:
+        done = mb.run("memory.striptotokens Taken Over")
+        assert done.stderr == (f"Mirebolt: evicting stale resident 1.9.9 on port {mb.port}, "
+                               "starting 2.0.0\n")
+        assert done.stdout == "OK: taken over\n"
+        assert len(mb.resident_pids()) == 1
+
+
+def test_an_older_resident_that_stays_means_a_local_run(mb):
+    def reply(request, peer):
+        if request.startswith(b"GET"):
+            peer.sendall(HEAD + HEALTH % b"1.9.9")
+        else:
+            peer.sendall(b"HTTP/1.1 403 Forbidden\r\n\r\n{}")
+
+    with Listener(mb.port, reply):
+        done = mb.run("memory.striptotokens Stays Here")
+    assert done.stderr.endswith(
+        f"Mirebolt: could not take over port {mb.port} — running this command locally\n")
+    assert done.stdout == "OK: stays here\n"
+
+
+def test_a_dripping_probe_answer_is_cut_off(mb):
+    def drip(_, peer):
+        for _ in range(100):
+            peer.sendall(b"x")
+            time.sleep(0.1)
+
+    started = time.monotonic()
+    with Listener(mb.port, drip):
+        mb.run("memory.striptotokens x")
+    assert time.monotonic() - started < 6  # two probes of 1.2 s, not 10 s
+
+
+def test_a_slow_answer_is_waited_for_and_runs_once(mb):
+    def slow(request, peer):
+        if request.startswith(b"POST"):
+            time.sleep(5)  # longer than the client's receive time-out
+        current(request, peer)
+
+    with Listener(mb.port, slow) as peer:
+        assert mb.out("anything") == 'a"b\nc?'
+    assert len([r for r in peer.requests if r.startswith(b"POST")]) == 1
+
+
+def test_ten_at_once_bring_up_exactly_one_resident(mb):
+    def add(i):
+        return mb.run(f"memory.addmemo me, shared, t, , note, memo {i}")
+
+    with concurrent.futures.ThreadPoolExecutor(10) as pool:
+        done = list(pool.map(add, range(10)))
+    assert [d.returncode for d in done] == [0] * 10, done
+    assert len({d.stdout for d in done}) == 10
+    assert all(d.stdout.startswith("OK: memo ") and d.stderr == "" for d in done), done
+    # The losers of the race end by themselves, a moment after they were started.
+    wait_until(lambda: len(mb.resident_pids()) == 1, "exactly one resident")
+    assert len(mb.out("memory.retrieve me, shared, t").splitlines()) == 10
+
+
+def test_boot_without_its_port_does_not_stay(mb):
+    first = mb.serve()
+    assert mb.run("boot").returncode == 0  # the port has its resident
+    assert listens(mb.port) and first.poll() is None
+
+
+@pytest.mark.smoke
+def test_two_processes_never_write_one_data_home(mb):
+    mb.out("memory.add me, notes, t, , by the resident")
+    from conftest import free_port
+    with Listener(free_port(), HEAD + b"somebody else's page") as peer:
+        port = peer.server.getsockname()[1]
+        refused = mb.run("memory.add me, notes, u, , by a local run", port=port)
+        assert refused.returncode == 1
+        assert "in use by another mb process" in refused.stdout
+    assert mb.out("memory.retrieve me, notes, u") == ""
+    assert mb.out("memory.retrieve me, notes, t") == "by the resident"

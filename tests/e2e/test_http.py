@@ -1,0 +1,127 @@
+"""The resident as its peers on the wire see it."""
+import json
+import socket
+import struct
+
+import pytest
+
+from conftest import http, raw
+
+EXEC = "POST /console/exec?bot=me HTTP/1.1\nHost: 127.0.0.1"
+
+
+@pytest.fixture
+def port(mb):
+    mb.serve()
+    return mb.port
+
+
+@pytest.mark.smoke
+def test_health_to_the_byte(port):
+    assert raw(port, b"GET /health HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n") == (
+        b"HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: 46\r\n"
+        b"Cache-Control: no-store\r\nConnection: close\r\n\r\n"
+        b'{"ok":true,"app":"Mirebolt","version":"2.0.0"}')
+
+
+@pytest.mark.smoke
+def test_exec_runs_a_line_and_escapes_its_answer(port):
+    status, headers, body = http(port, EXEC, b">memory.striptotokens One TWO\r\n\n")
+    assert (status, json.loads(body)) == (200, {"ok": True, "bot": "me", "out": "OK: one two"})
+    assert headers["content-type"] == "application/json"
+    http(port, EXEC, b"memory.add me, c, t, , \xff\x00\x1b\"\\")
+    answer = json.loads(http(port, EXEC, b"memory.retrieve me, c, t")[2])
+    assert answer["out"] == "�\x00\x1b\"\\"
+
+
+FOREIGN = [
+    "Origin: http://evil.example",
+    "Origin: null",
+    "Host: evil.example",
+    "Sec-Fetch-Site: cross-site",
+    "Origin: http://127.0.0.1:1",
+]
+
+
+@pytest.mark.parametrize("header", FOREIGN)
+def test_a_page_of_a_foreign_origin_cannot_run_a_command(mb, port, header):
+    head = EXEC if not header.startswith("Host") else EXEC.replace("Host: 127.0.0.1", "X: y")
+    status, _, body = http(port, f"{head}\n{header}", b"memory.add me, evil, t, , gotcha")
+    assert (status, body) == (403, b'{"ok":false,"error":"/console/exec is loopback-only"}')
+    status, _, _ = http(port, f"GET /interp?cmd=memory.add+me,evil,t,,x HTTP/1.1\n{header}")
+    assert status == 403
+    for path in ("/", "/rpc", "/mcp"):
+        assert http(port, f"POST {path} HTTP/1.1\n{header}", b"{}")[0] == 403
+    status, _, _ = http(port, f"POST /shutdown HTTP/1.1\n{header}\nX-Mrb-Control: shutdown\nContent-Length: 0")
+    assert status == 403
+    assert not (mb.home / ".contexts" / "evil").exists()
+
+
+def test_own_pages_may(port):
+    for header in (f"Origin: http://127.0.0.1:{port}", f"Origin: http://localhost:{port}",
+                   "Sec-Fetch-Site: same-origin", "Sec-Fetch-Site: none"):
+        assert http(port, f"{EXEC}\n{header}", b"memory.striptotokens ab")[0] == 200, header
+
+
+@pytest.mark.smoke
+@pytest.mark.parametrize("request_line,status,body", [
+    ("GET /no/such HTTP/1.1", 404, b"not found"),
+    ("GET /ui/../secret HTTP/1.1", 404, b"no such ui file"),
+    ("GET /ui/%2e%2e/secret HTTP/1.1", 404, b"no such ui file"),
+    ("GET /backgrounds/background-12.html HTTP/1.1", 404, b"no such background"),
+    ("POST /shutdown HTTP/1.1\nContent-Length: 0", 403,
+     b'{"ok":false,"error":"missing X-Mrb-Control: shutdown"}'),
+    ("GET /console/tail HTTP/1.1", 400, b'{"ok":false,"error":"bot required"}'),
+    ("GET /console/tail?bot=../../etc&off=9 HTTP/1.1", 200, b'{"ok":true,"off":0,"data":""}'),
+    ("POST /interp HTTP/1.1\nContent-Length: 0", 400, b"cmd required (query ?cmd= or POST body)"),
+    ("POST /console/exec?bot= HTTP/1.1\nContent-Length: 0", 400,
+     b'{"ok":false,"error":"bot and command required"}'),
+    ("GET /mcp HTTP/1.1", 200,
+     "Mirebolt MCP server — POST JSON-RPC 2.0 to /mcp. Call tools/list to begin.".encode()),
+])
+def test_fixed_answers(port, request_line, status, body):
+    assert http(port, request_line)[::2] == (status, body)
+
+
+def test_the_page_without_files_carries_its_policy(port):
+    status, headers, body = http(port, "GET / HTTP/1.1\nHost: localhost")
+    assert status == 200 and b"<title>Mirebolt chat</title>" in body
+    assert headers["content-security-policy"] == "default-src 'self'"
+    assert headers["x-content-type-options"] == "nosniff"
+
+
+def test_oversized_requests_are_cut_off_unanswered(port):
+    def ends_without_answer(data):
+        try:
+            return raw(port, data) == b""
+        except ConnectionError:
+            return True
+
+    assert ends_without_answer(b"GET / HTTP/1.1\r\nX: " + b"a" * 70000)
+    assert ends_without_answer(b"POST /rpc HTTP/1.1\r\nContent-Length: 33554433\r\n\r\n")
+    big = b"x" * 1048577
+    assert http(port, EXEC, big)[::2] == (
+        413, b'{"ok":false,"error":"command too large (limit 1 MiB)"}')
+
+
+def frame(opcode, payload):
+    mask = b"\x01\x02\x03\x04"
+    masked = bytes(byte ^ mask[i % 4] for i, byte in enumerate(payload))
+    return bytes([0x80 | opcode, 0x80 | len(payload)]) + mask + masked
+
+
+@pytest.mark.smoke
+def test_websocket_handshake_ping_and_close(port):
+    with socket.create_connection(("127.0.0.1", port), 10) as peer:
+        peer.sendall(f"GET /chat HTTP/1.1\r\nHost: localhost\r\nUpgrade: WebSocket\r\n"
+                     f"Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n".encode())
+        answer = b""
+        while b"\r\n\r\n" not in answer:
+            answer += peer.recv(4096)
+        # The key and accept value of RFC 6455, 1.3.
+        assert b"Sec-WebSocket-Accept: s3pPLMBiTxaQ9kYGzzhZRbK+xOo=\r\n" in answer
+        peer.sendall(frame(9, b"are you there") + frame(1, b"join") + frame(8, b""))
+        rest = b""
+        while piece := peer.recv(4096):
+            rest += piece
+        assert rest == b"\x8a\x0dare you there" + b"\x88\x02" + struct.pack(">H", 1000)

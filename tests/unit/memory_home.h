@@ -1,0 +1,66 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "memory/memory_service.h"
+#include "platform/files.h"
+#include "platform/replace_file.h"
+#include "temp_folder.h"
+
+namespace mrb::test {
+
+/// A folder of contexts and a memory service over it, with a clock that the test sets.
+class MemoryHome {
+ public:
+  explicit MemoryHome(platform::FileSystem& files = platform::SystemFiles()) : files_(files) {
+    reopen();
+  }
+
+  /// A new service over the same disk: what a restarted process would see.
+  void reopen() {
+    service_.reset();  // gives the contexts' locks back first
+    service_ = std::make_unique<memory::MemoryService>(
+        memory::MemoryOptions{folder_.path("contexts"), &files_, [this] { return now; }});
+  }
+
+  void close() { service_.reset(); }
+
+  /// "verb rest of the line".
+  std::string run(std::string_view line) {
+    const std::size_t blank = line.find(' ');
+    return service_->execute("cli", line.substr(0, blank),
+                             blank == std::string_view::npos ? "" : line.substr(blank + 1));
+  }
+
+  [[nodiscard]] std::string path(const std::string& context, const std::string& file = "") const {
+    const std::string folder = folder_.path("contexts") + "/" + context;
+    return file.empty() ? folder : folder + "/" + file;
+  }
+
+  [[nodiscard]] std::string read(const std::string& context, const std::string& file) const {
+    return platform::ReadFile(platform::SystemFiles(), path(context, file)).value_or("(no file)");
+  }
+
+  void write(const std::string& context, const std::string& file, std::string_view bytes) {
+    ASSERT_TRUE(platform::MakeDirectories(platform::SystemFiles(), path(context)));
+    ASSERT_TRUE(platform::ReplaceFile(platform::SystemFiles(), path(context, file), bytes));
+  }
+
+  [[nodiscard]] bool exists(const std::string& context, const std::string& file = "") const {
+    return platform::Exists(platform::SystemFiles(), path(context, file));
+  }
+
+  std::uint64_t now = 1'700'000'000;  // 2023-11-14 22:13 UTC
+
+ private:
+  TempFolder folder_;
+  platform::FileSystem& files_;
+  std::unique_ptr<memory::MemoryService> service_;
+};
+
+}  // namespace mrb::test
