@@ -60,7 +60,7 @@ void PrepareUntilClosed() {
   signal_pipe = ClosePipe()[1];
   // Handled once: who asks a second time, because closing takes too long, ends the process.
   for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
-    Handle(signal, OnCloseSignal, SA_RESTART | SA_RESETHAND);
+    Handle(signal, OnCloseSignal, static_cast<int>(SA_RESTART | SA_RESETHAND));
   }
   Handle(SIGPIPE, OnBrokenPipe, SA_RESTART);  // a reader of our output that went away
 }
