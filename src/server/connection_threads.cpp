@@ -29,10 +29,12 @@ void ConnectionThreads::run() {
 }
 
 void ConnectionThreads::stop() {
+  {
+    const std::scoped_lock lock(mutex_);
+    stopping_ = true;
+    for (platform::Socket* socket : open_) socket->shutdown_both();
+  }
   listener_.stop();
-  const std::scoped_lock lock(mutex_);
-  stopping_ = true;
-  for (platform::Socket* socket : open_) socket->shutdown_both();
 }
 
 void ConnectionThreads::work(bool permanent) {

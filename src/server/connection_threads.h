@@ -37,7 +37,8 @@ class ConnectionThreads {
   /// has ended its work. Once.
   void run();
 
-  /// Ends the accepting and shuts open connections down. Returns at once. Any thread.
+  /// Ends the accepting and shuts open connections down. Does not wait for them. Any
+  /// thread.
   void stop();
 
  private:
