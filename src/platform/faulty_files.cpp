@@ -1,6 +1,11 @@
 #include "platform/faulty_files.h"
 
+#include <algorithm>
+#include <optional>
 #include <utility>
+#include <vector>
+
+#include "platform/paths.h"
 
 namespace mrb::platform {
 namespace {
@@ -11,11 +16,18 @@ std::unexpected<Error> Injected(const std::string& path) {
 
 }  // namespace
 
+/// How much of one file is on the disk for certain. Shared by the name and the handles, so that it
+/// stays with the file when that gets another name while it is open.
+struct FaultyFiles::Growth {
+  std::optional<std::uint64_t> flushed;  // guarded by mutex_; nothing until the file first grows
+};
+
 /// An open file whose every operation is counted with its file system's.
 class FaultyFiles::Handle : public OpenFile {
  public:
-  Handle(FaultyFiles& files, std::unique_ptr<OpenFile> real, std::string path)
-      : files_(files), real_(std::move(real)), path_(std::move(path)) {}
+  Handle(FaultyFiles& files, std::unique_ptr<OpenFile> real, std::string path,
+         std::shared_ptr<Growth> growth)
+      : files_(files), real_(std::move(real)), path_(std::move(path)), growth_(std::move(growth)) {}
 
   Result<std::uint64_t> size() override {
     if (files_.faulty()) return Injected(path_);
@@ -30,27 +42,40 @@ class FaultyFiles::Handle : public OpenFile {
   Status append(std::string_view bytes) override {
     const Fate fate = files_.next();
     if (fate == Fate::kIsDead) return Injected(path_);
-    if (const auto size = real_->size()) files_.note_synced(path_, *size, false);
+    const auto before = real_->size();
+    if (!before) return std::unexpected(before.error());
+    {
+      const std::lock_guard lock(files_.mutex_);
+      if (!growth_->flushed) growth_->flushed = *before;
+    }
     if (fate == Fate::kWorks) return real_->append(bytes);
-    (void)real_->append(bytes.substr(0, bytes.size() / 2));
+    static_cast<void>(real_->append(bytes.substr(0, bytes.size() / 2)));
     return Injected(path_);
   }
 
   Status truncate(std::uint64_t size) override {
     if (files_.faulty()) return Injected(path_);
-    return real_->truncate(size);
+    Status cut = real_->truncate(size);
+    const std::lock_guard lock(files_.mutex_);
+    if (cut && growth_->flushed) growth_->flushed = std::min(*growth_->flushed, size);
+    return cut;
   }
 
   Status sync() override {
     if (files_.faulty()) return Injected(path_);
-    if (const auto size = real_->size()) files_.note_synced(path_, *size, true);
-    return real_->sync();
+    if (Status synced = real_->sync(); !synced) return synced;
+    const auto size = real_->size();
+    if (!size) return std::unexpected(size.error());
+    const std::lock_guard lock(files_.mutex_);
+    growth_->flushed = *size;
+    return {};
   }
 
  private:
   FaultyFiles& files_;
   std::unique_ptr<OpenFile> real_;
   std::string path_;
+  std::shared_ptr<Growth> growth_;
 };
 
 void FaultyFiles::fail_at(std::uint64_t operation) {
@@ -85,29 +110,54 @@ FaultyFiles::Fate FaultyFiles::next() {
   return crash_ ? Fate::kIsDead : Fate::kWorks;
 }
 
-void FaultyFiles::note_synced(const std::string& path, std::uint64_t size, bool replace) {
-  const std::lock_guard lock(mutex_);
-  const auto [entry, is_new] = synced_.try_emplace(path, size);
-  if (!is_new && replace) entry->second = size;
-}
-
 void FaultyFiles::lose_unsynced() {
   const std::lock_guard lock(mutex_);
-  for (const auto& [path, size] : synced_) {
+  for (const auto& [path, growth] : growths_) {
+    if (!growth->flushed) continue;
     const auto file = real_.open(path, OpenMode::kAppend);
-    if (!file) continue;  // removed meanwhile
+    if (!file) continue;  // removed meanwhile, by somebody else
     const auto now = (*file)->size();
-    if (now && *now > size) (void)(*file)->truncate(size);
+    if (now && *now > *growth->flushed) static_cast<void>((*file)->truncate(*growth->flushed));
   }
-  synced_.clear();
+  growths_.clear();
+}
+
+std::shared_ptr<FaultyFiles::Growth> FaultyFiles::growth_of(const std::string& path) {
+  const std::lock_guard lock(mutex_);
+  auto& growth = growths_[path];
+  if (!growth) growth = std::make_shared<Growth>();
+  return growth;
+}
+
+void FaultyFiles::move_growth(const std::string& from, const std::string& to) {
+  const std::lock_guard lock(mutex_);
+  growths_.erase(to);
+  if (auto entry = growths_.extract(from)) {
+    entry.key() = to;
+    growths_.insert(std::move(entry));
+  }
+  const std::string folder = JoinPath(from, "");  // when it was one, its files move along
+  std::vector<std::string> inside;
+  for (const auto& [path, growth] : growths_) {
+    if (path.starts_with(folder)) inside.push_back(path);
+  }
+  for (const std::string& path : inside) {
+    auto entry = growths_.extract(path);
+    entry.key() = JoinPath(to, path.substr(folder.size()));
+    growths_.insert(std::move(entry));
+  }
 }
 
 Result<std::unique_ptr<OpenFile>> FaultyFiles::open(const std::string& path, OpenMode mode) {
   if (faulty()) return Injected(path);
   auto real = real_.open(path, mode);
   if (!real) return real;
-  if (mode == OpenMode::kReplace) note_synced(path, 0, true);
-  return std::make_unique<Handle>(*this, std::move(*real), path);
+  auto growth = growth_of(path);
+  if (mode == OpenMode::kReplace) {
+    const std::lock_guard lock(mutex_);
+    growth->flushed = 0;
+  }
+  return std::make_unique<Handle>(*this, std::move(*real), path, std::move(growth));
 }
 
 Result<FileStatus> FaultyFiles::status(const std::string& path) {
@@ -127,27 +177,24 @@ Status FaultyFiles::make_directory(const std::string& path) {
 
 Status FaultyFiles::remove_file(const std::string& path) {
   if (faulty()) return Injected(path);
+  Status removed = real_.remove_file(path);
   const std::lock_guard lock(mutex_);
-  synced_.erase(path);
-  return real_.remove_file(path);
+  if (removed) growths_.erase(path);
+  return removed;
 }
 
 Status FaultyFiles::rename_replace(const std::string& from, const std::string& to) {
   if (faulty()) return Injected(from);
-  const auto renamed = real_.rename_replace(from, to);
-  if (!renamed) return renamed;
-  const std::lock_guard lock(mutex_);
-  synced_.erase(to);
-  if (auto entry = synced_.extract(from)) {
-    entry.key() = to;
-    synced_.insert(std::move(entry));
-  }
-  return {};
+  Status renamed = real_.rename_replace(from, to);
+  if (renamed) move_growth(from, to);
+  return renamed;
 }
 
 Status FaultyFiles::rename_new(const std::string& from, const std::string& to) {
   if (faulty()) return Injected(from);
-  return real_.rename_new(from, to);
+  Status renamed = real_.rename_new(from, to);
+  if (renamed) move_growth(from, to);
+  return renamed;
 }
 
 Status FaultyFiles::sync_directory(const std::string& path) {

@@ -33,7 +33,9 @@ class FaultyFiles : public FileSystem {
   void reset();
   [[nodiscard]] std::uint64_t operations() const;
 
-  /// Cuts every file that grew through this object back to its length at its last sync().
+  /// Cuts every file that grew through this object back to what was flushed of it: its length at
+  /// its last sync(), or when it first grew, or the least that truncate() left since. A file that
+  /// was renamed meanwhile is cut under its new name. Names themselves are never lost.
   void lose_unsynced();
 
   Result<std::unique_ptr<OpenFile>> open(const std::string& path, OpenMode mode) override;
@@ -47,6 +49,7 @@ class FaultyFiles : public FileSystem {
 
  private:
   class Handle;
+  struct Growth;
 
   enum class Fate { kWorks, kFails, kIsDead };  // dead: after the crash nothing happens at all
 
@@ -54,15 +57,15 @@ class FaultyFiles : public FileSystem {
   [[nodiscard]] Fate next();
   [[nodiscard]] bool faulty() { return next() != Fate::kWorks; }
 
-  /// `size` is what of the file is on the disk; kept unless more is known already.
-  void note_synced(const std::string& path, std::uint64_t size, bool replace);
+  [[nodiscard]] std::shared_ptr<Growth> growth_of(const std::string& path);
+  void move_growth(const std::string& from, const std::string& to);
 
   FileSystem& real_;
   mutable std::mutex mutex_;
-  std::uint64_t count_ = 0;                      // guarded by mutex_
-  std::uint64_t fail_at_ = 0;                    // guarded by mutex_; 0: never
-  bool crash_ = false;                           // guarded by mutex_
-  std::map<std::string, std::uint64_t> synced_;  // guarded by mutex_; length at the last sync
+  std::uint64_t count_ = 0;                                 // guarded by mutex_
+  std::uint64_t fail_at_ = 0;                               // guarded by mutex_; 0: never
+  bool crash_ = false;                                      // guarded by mutex_
+  std::map<std::string, std::shared_ptr<Growth>> growths_;  // guarded by mutex_
 };
 
 }  // namespace mrb::platform

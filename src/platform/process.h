@@ -34,7 +34,8 @@ namespace mrb::platform {
 
 /// Starts `arguments` (the program's path first) with no console window, none of this process's
 /// handles, its environment, and `folder` as working directory; it outlives this process and nobody
-/// waits for it. Standard input is empty, the output goes nowhere.
+/// waits for it. What it prints goes nowhere; its standard input is empty, or on Windows that of a
+/// hidden console, where a read waits for ever.
 [[nodiscard]] Status SpawnDetached(const std::vector<std::string>& arguments,
                                    const std::string& folder);
 

@@ -73,9 +73,15 @@ class Listener {
   ~Listener();
 
   /// Binds all IPv4 interfaces (or loopback only) and listens with the system's largest backlog.
-  /// No other process can listen on the port meanwhile. Port 0 takes a free one. kBusy: port in
-  /// use.
+  /// No other process can listen on the port meanwhile. Port 0 takes a free one. The kind of a
+  /// failure tells its step: kUnavailable no socket, kBusy no binding (the port is in use, or not
+  /// allowed), kIo no listening.
   [[nodiscard]] static Result<Listener> listen(std::uint16_t port, bool loopback_only);
+
+  /// For protocols in which the client speaks first: sockets are accepted with these time-outs in
+  /// force, and, where the system can wait for it, not before their first bytes came or about a
+  /// second has passed. Before the first accept().
+  [[nodiscard]] Status expect_requests(Milliseconds receive_timeout, Milliseconds send_timeout);
 
   [[nodiscard]] std::uint16_t port() const { return port_; }
 

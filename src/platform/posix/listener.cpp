@@ -1,4 +1,5 @@
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 
 #include <cerrno>
@@ -6,6 +7,7 @@
 #include <thread>
 #include <utility>
 
+#include "platform/posix/socket_options.h"
 #include "platform/posix/system_error.h"
 #include "platform/sockets.h"
 
@@ -20,25 +22,19 @@ namespace {
 /// notice.
 constexpr Milliseconds kOutOfDescriptorsPause{20};
 
-int OpenListener(std::uint16_t port, bool loopback_only) {
-  const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (fd < 0) return -1;
-  const int on = 1;
+/// The kind tells which step failed, whatever the system's reason.
+std::unexpected<Error> FailStep(ErrorKind step, std::string_view attempt, std::uint16_t port) {
+  Error error = SystemError(errno, attempt, "port " + std::to_string(port));
+  error.kind = step;
+  return std::unexpected(std::move(error));
+}
+
+sockaddr_in AddressOf(bool loopback_only, std::uint16_t port) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(loopback_only ? INADDR_LOOPBACK : INADDR_ANY);
   address.sin_port = htons(port);
-  // SO_REUSEADDR lets us bind while connections of an earlier resident linger; it does not let two
-  // processes listen.
-  if (::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) == 0 &&
-      ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-      ::listen(fd, SOMAXCONN) == 0) {
-    return fd;
-  }
-  const int reason = errno;
-  ::close(fd);
-  errno = reason;
-  return -1;
+  return address;
 }
 
 std::uint16_t BoundPort(int fd) {
@@ -96,12 +92,35 @@ Listener::~Listener() {
 }
 
 Result<Listener> Listener::listen(std::uint16_t port, bool loopback_only) {
-  const int fd = OpenListener(port, loopback_only);
-  if (fd < 0) return FailErrno("listen on", "port " + std::to_string(port));
+  const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (fd < 0) return FailStep(ErrorKind::kUnavailable, "open a socket for", port);
   Listener listener;
   listener.handle_ = static_cast<Socket::Native>(fd);
+  // Lets us bind while connections of an earlier resident linger; it does not let two processes
+  // listen.
+  const int on = 1;
+  const sockaddr_in address = AddressOf(loopback_only, port);
+  if (::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
+      ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    return FailStep(ErrorKind::kBusy, "bind", port);
+  }
+  if (::listen(fd, SOMAXCONN) != 0) return FailStep(ErrorKind::kIo, "listen on", port);
   listener.port_ = BoundPort(fd);
   return listener;
+}
+
+Status Listener::expect_requests(Milliseconds receive_timeout, Milliseconds send_timeout) {
+  // Accepted sockets inherit the time-outs, which saves two calls for each. accept() itself then
+  // comes back empty-handed now and again, and goes on.
+  const int fd = static_cast<int>(handle_);
+  if (Status set = SetSocketTimeout(fd, SO_RCVTIMEO, receive_timeout); !set) return set;
+  if (Status set = SetSocketTimeout(fd, SO_SNDTIMEO, send_timeout); !set) return set;
+#ifdef TCP_DEFER_ACCEPT
+  // One wake-up for connection and request instead of two.
+  const int seconds = 1;
+  ::setsockopt(fd, IPPROTO_TCP, TCP_DEFER_ACCEPT, &seconds, sizeof seconds);
+#endif
+  return {};
 }
 
 Result<Listener::Accepted> Listener::accept() {

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/posix/descriptor.h"
+#include "platform/posix/socket_options.h"
 #include "platform/posix/system_error.h"
 
 namespace mrb::platform {
@@ -27,7 +28,15 @@ sockaddr_in AddressOf(std::uint32_t ipv4, std::uint16_t port) {
   return address;
 }
 
-Status SetTimeout(int fd, int option, Milliseconds timeout) {
+/// A send or receive that ran into its time-out reports "try again".
+std::unexpected<Error> FailTransfer(std::string_view attempt) {
+  const int code = errno == EAGAIN ? ETIMEDOUT : errno;
+  return std::unexpected<Error>(SystemError(code, attempt, "a connection"));
+}
+
+}  // namespace
+
+Status SetSocketTimeout(int fd, int option, Milliseconds timeout) {
   timeval value{};
   value.tv_sec = timeout.count() / 1000;
   value.tv_usec = timeout.count() % 1000 * 1000;
@@ -36,14 +45,6 @@ Status SetTimeout(int fd, int option, Milliseconds timeout) {
   }
   return {};
 }
-
-/// A send or receive that ran into its time-out reports "try again".
-std::unexpected<Error> FailTransfer(std::string_view attempt) {
-  const int code = errno == EAGAIN ? ETIMEDOUT : errno;
-  return std::unexpected<Error>(SystemError(code, attempt, "a connection"));
-}
-
-}  // namespace
 
 // Every send carries MSG_NOSIGNAL, so there is nothing to prepare, and children keep their SIGPIPE.
 Status StartSockets() {
@@ -85,11 +86,11 @@ Result<Socket> Socket::connect_loopback(std::uint16_t port, Milliseconds timeout
 }
 
 Status Socket::set_receive_timeout(Milliseconds timeout) {
-  return SetTimeout(static_cast<int>(handle_), SO_RCVTIMEO, timeout);
+  return SetSocketTimeout(static_cast<int>(handle_), SO_RCVTIMEO, timeout);
 }
 
 Status Socket::set_send_timeout(Milliseconds timeout) {
-  return SetTimeout(static_cast<int>(handle_), SO_SNDTIMEO, timeout);
+  return SetSocketTimeout(static_cast<int>(handle_), SO_SNDTIMEO, timeout);
 }
 
 Status Socket::set_no_delay() {

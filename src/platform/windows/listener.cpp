@@ -17,6 +17,8 @@ namespace mrb::platform {
 struct Listener::Waiters {
   std::atomic<int> count{0};
   std::atomic<bool> stopped{false};
+  Milliseconds receive_timeout{0};
+  Milliseconds send_timeout{0};
 };
 
 namespace {
@@ -45,19 +47,11 @@ bool SetExclusive(SOCKET socket) {
                       sizeof on) == 0;
 }
 
-SOCKET OpenListener(std::uint16_t port, bool loopback_only) {
-  const SOCKET socket = OpenTcpSocket();
-  if (socket == INVALID_SOCKET) return socket;
-  const sockaddr_in address = AddressOf(loopback_only ? INADDR_LOOPBACK : INADDR_ANY, port);
-  if (SetExclusive(socket) &&
-      ::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-      ::listen(socket, SOMAXCONN) == 0) {
-    return socket;
-  }
-  const int reason = ::WSAGetLastError();
-  ::closesocket(socket);
-  ::WSASetLastError(reason);
-  return INVALID_SOCKET;
+/// The kind tells which step failed, whatever the system's reason.
+std::unexpected<Error> FailStep(ErrorKind step, std::string_view attempt, std::uint16_t port) {
+  Error error = SystemError(::GetLastError(), attempt, "port " + std::to_string(port));
+  error.kind = step;
+  return std::unexpected(std::move(error));
 }
 
 std::uint16_t BoundPort(SOCKET socket) {
@@ -105,15 +99,26 @@ Listener::~Listener() {
 }
 
 Result<Listener> Listener::listen(std::uint16_t port, bool loopback_only) {
-  const SOCKET socket = OpenListener(port, loopback_only);
-  if (socket == INVALID_SOCKET) {
-    return FailLastError("listen on", "port " + std::to_string(port));
-  }
+  const SOCKET socket = OpenTcpSocket();
+  if (socket == INVALID_SOCKET) return FailStep(ErrorKind::kUnavailable, "open a socket for", port);
   Listener listener;
   listener.handle_ = socket;
+  const sockaddr_in address = AddressOf(loopback_only ? INADDR_LOOPBACK : INADDR_ANY, port);
+  if (!SetExclusive(socket) ||
+      ::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    return FailStep(ErrorKind::kBusy, "bind", port);
+  }
+  if (::listen(socket, SOMAXCONN) != 0) return FailStep(ErrorKind::kIo, "listen on", port);
   listener.port_ = BoundPort(socket);
   listener.waiters_ = std::make_unique<Waiters>();
   return listener;
+}
+
+Status Listener::expect_requests(Milliseconds receive_timeout, Milliseconds send_timeout) {
+  // Nothing is inherited here that could be relied on: accept() sets them on each socket.
+  waiters_->receive_timeout = receive_timeout;
+  waiters_->send_timeout = send_timeout;
+  return {};
 }
 
 Result<Listener::Accepted> Listener::accept() {
@@ -126,6 +131,8 @@ Result<Listener::Accepted> Listener::accept() {
     if (taken != INVALID_SOCKET) {
       Socket socket(taken);
       if (waiters_->stopped) break;
+      static_cast<void>(socket.set_receive_timeout(waiters_->receive_timeout));
+      static_cast<void>(socket.set_send_timeout(waiters_->send_timeout));
       ::SetHandleInformation(reinterpret_cast<HANDLE>(taken), HANDLE_FLAG_INHERIT, 0);
       return Accepted{std::move(socket), ::ntohl(peer.sin_addr.s_addr)};
     }
