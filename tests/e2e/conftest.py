@@ -8,6 +8,7 @@ import pathlib
 import signal
 import socket
 import subprocess
+import tempfile
 import time
 
 import pytest
@@ -88,9 +89,22 @@ class Mirebolt:
         return [*self.command, "--port", str(port or self.port), "--conf", home, *words]
 
     def run(self, *words, stdin="", port=None, home=None, cwd=None):
-        return subprocess.run(self.arguments(*words, port=port, home=home), input=stdin,
-                              capture_output=True, text=True, encoding="utf-8", timeout=120,
-                              env=self.environment, cwd=cwd or self.folder, check=False)
+        return self.run_exactly(self.arguments(*words, port=port, home=home), stdin, cwd)
+
+    def run_exactly(self, arguments, stdin="", cwd=None):
+        options = {"text": True, "encoding": "utf-8", "timeout": 120, "env": self.environment,
+                   "cwd": cwd or self.folder, "check": False}
+        if not self.is_windows:
+            # Pipes: a resident that kept one of its client's streams would be noticed here.
+            return subprocess.run(arguments, input=stdin, capture_output=True, **options)
+        # Wine itself hands its standard error on to every process, so a pipe would never end.
+        with tempfile.TemporaryFile("w+", encoding="utf-8", newline="") as out, \
+                tempfile.TemporaryFile("w+", encoding="utf-8", newline="") as err:
+            done = subprocess.run(arguments, input=stdin, stdout=out, stderr=err, **options)
+            out.seek(0)
+            err.seek(0)
+            done.stdout, done.stderr = out.read(), err.read()
+            return done
 
     def out(self, *words, **options):
         """Standard output of a command that must end with status 0, without its final line feed."""

@@ -11,8 +11,7 @@ from conftest import http
 @pytest.mark.smoke
 @pytest.mark.parametrize("port", ["0", "65536", "12ab", ""])
 def test_a_bad_port_is_refused(mb, port):
-    done = subprocess.run([*mb.command, "--port", port, "x"], capture_output=True, text=True,
-                          env=mb.environment, check=False)
+    done = mb.run_exactly([*mb.command, "--port", port, "x"])
     assert done.returncode == 1
     assert done.stdout == ""
     assert done.stderr == f"Mirebolt: --port value '{port}' is not a valid port (must be 1-65535)\n"
@@ -82,8 +81,7 @@ def mb_with_foreign_listener(mb):
 
 def test_tools_of_other_subsystems_say_so(mb):
     for words in (["claude"], ["mterm", "list"], ["terminal", "bash"], ["vc:start"]):
-        done = mb.run(*words) if words != ["claude"] else subprocess.run(
-            [*mb.command, "claude"], capture_output=True, text=True, env=mb.environment, check=False)
+        done = mb.run_exactly([*mb.command, "claude"]) if words == ["claude"] else mb.run(*words)
         assert done.returncode == 1
         assert done.stderr == f"ERROR: '{' '.join(words) if words[0] == 'terminal' else words[0]}' is " \
                               "not available in this build\n"
