@@ -12,9 +12,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using platform::Milliseconds;
 
-constexpr Milliseconds kSendTimeout{5000};
-constexpr Milliseconds kReceiveTimeout{15000};  // of silence
-constexpr Milliseconds kDrainTimeout{2000};     // of silence
+constexpr Milliseconds kDrainTimeout{2000};  // of silence
 constexpr Milliseconds kNoTimeout{0};
 
 // However steadily a peer drips bytes, it gives its thread back after these.
@@ -26,15 +24,10 @@ constexpr std::size_t kPiece = 4096;
 constexpr std::size_t kDrainPiece = 512;
 constexpr std::size_t kKeptAnswer = 65536;
 
-// A fresh connection's send buffer takes this much at once, so such an answer needs no time-out,
-// and the many small ones save a call into the system.
-constexpr std::size_t kNeverBlocks = 4096;
-
 }  // namespace
 
 void Connection::serve() {
   buffers_.reader.clear();
-  (void)socket_.set_receive_timeout(kReceiveTimeout);
   if (!read_head()) return;
 
   Request request = this->request();
@@ -108,7 +101,6 @@ void Connection::upgrade(const Request& request) {
     return answer(JsonFailure(kForbidden, "loopback only"));
   }
   (void)socket_.set_receive_timeout(kNoTimeout);
-  (void)socket_.set_send_timeout(kSendTimeout);
   WebSocketConnection connection(socket_, services_.clients, services_.routes.options.chat);
   connection.serve(request, buffers_.reader.rest());
 }
@@ -117,7 +109,6 @@ bool Connection::send_answer(const Response& response) {
   std::string& bytes = buffers_.answer;
   bytes.clear();
   AppendHttpResponse(bytes, response);
-  if (bytes.size() > kNeverBlocks) (void)socket_.set_send_timeout(kSendTimeout);
   const bool sent = socket_.send_all(bytes).has_value();
   if (bytes.capacity() > kKeptAnswer) bytes = {};
   return sent;

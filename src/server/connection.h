@@ -26,7 +26,12 @@ struct ConnectionServices {
   std::uint16_t port = 0;  ///< the one the server listens on
 };
 
-/// One accepted connection: reads the request, answers it and takes leave, or becomes a WebSocket.
+/// The time-outs that a connection begins with: the server's listener hands them to each.
+inline constexpr platform::Milliseconds kReceiveTimeout{15000};  ///< of silence in a request
+inline constexpr platform::Milliseconds kSendTimeout{5000};
+
+/// One accepted connection, its time-outs set: reads the request, answers it and takes leave, or
+/// becomes a WebSocket.
 class Connection {
  public:
   Connection(platform::Socket& socket, bool loopback, const ConnectionServices& services,

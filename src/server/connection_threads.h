@@ -20,7 +20,7 @@ class ConnectionThreads {
  public:
   struct Limits {
     std::size_t connections = 512;  ///< open at once, so that a flood cannot exhaust threads
-    std::size_t idle = 8;           ///< threads kept waiting after a burst
+    std::size_t idle = 16;  ///< threads kept waiting: fewer, and eight busy clients churn them
   };
   struct Hooks {
     std::function<void(platform::Socket&, std::uint32_t peer_ipv4, ConnectionBuffers&)> serve;

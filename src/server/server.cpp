@@ -21,6 +21,18 @@
 #include "server/websocket_clients.h"
 
 namespace mrb::server {
+namespace {
+
+Result<platform::Listener> Listen(std::uint16_t port) {
+  auto listener = platform::Listener::listen(port, false);
+  if (!listener) return listener;
+  if (Status set = listener->expect_requests(kReceiveTimeout, kSendTimeout); !set) {
+    return Fail(ErrorKind::kIo, set.error().text);
+  }
+  return listener;
+}
+
+}  // namespace
 
 class Server::Impl {
  public:
@@ -77,7 +89,7 @@ class Server::Impl {
   [[nodiscard]] std::optional<platform::Listener> open_listener() {
     const auto port = static_cast<std::uint16_t>(options_.port);
     return OpenListener(options_.port,
-                        {[port] { return platform::Listener::listen(port, false); },
+                        {[port] { return Listen(port); },
                          [this](std::chrono::milliseconds time) { return pause(time); },
                          [this](std::string_view line) { log(line); }});
   }

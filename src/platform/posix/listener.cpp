@@ -115,11 +115,9 @@ Status Listener::expect_requests(Milliseconds receive_timeout, Milliseconds send
   const int fd = static_cast<int>(handle_);
   if (Status set = SetSocketTimeout(fd, SO_RCVTIMEO, receive_timeout); !set) return set;
   if (Status set = SetSocketTimeout(fd, SO_SNDTIMEO, send_timeout); !set) return set;
-#ifdef TCP_DEFER_ACCEPT
   // One wake-up for connection and request instead of two.
   const int seconds = 1;
   ::setsockopt(fd, IPPROTO_TCP, TCP_DEFER_ACCEPT, &seconds, sizeof seconds);
-#endif
   return {};
 }
 
