@@ -73,7 +73,7 @@ std::vector<std::uint32_t> ContextIndex::post(std::uint32_t row, const RecordVie
 
 ThematicPicks ContextIndex::find_picks(std::uint32_t keyword) {
   std::vector<std::uint32_t> ids;
-  return FindPicks(keywords_, keyword, counter_, [&](std::uint32_t row) {
+  const auto ids_of = [&](std::uint32_t row) {
     ids.clear();
     std::string_view name;
     for (KeywordCursor cursor = record(row).keywords();
@@ -84,7 +84,8 @@ ThematicPicks ContextIndex::find_picks(std::uint32_t keyword) {
       }
     }
     return std::span<const std::uint32_t>(ids);
-  });
+  };
+  return FindPicks(keywords_, keyword, SampleRows(keywords_, keyword), counter_, ids_of);
 }
 
 std::span<const std::uint32_t> ContextIndex::topic_rows(std::string_view topic) const {

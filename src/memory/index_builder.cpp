@@ -15,9 +15,17 @@ namespace {
 
 constexpr std::size_t kMaxThreads = 16;
 constexpr std::uint64_t kBytesPerThread = 4U << 20;  // less is done before a thread has started
+constexpr std::size_t kBlock = 16;                   // records whose topics are fetched together
 constexpr std::size_t kBatch = 32;         // keywords whose table slots are fetched together
 constexpr std::uint32_t kMergeAhead = 8;   // names whose slots are fetched before their turn
 constexpr std::uint32_t kPickBlock = 256;  // keywords a thread takes at a time
+
+/// What a range knows of a keyword while it is scanned; small, because it is touched for every
+/// posting.
+struct Tally {
+  std::uint32_t memos = 0;
+  std::uint32_t last = 0;  // row + 1
+};
 
 /// Where one thread's part of the numbered lists goes.
 struct Mapping {
@@ -86,15 +94,22 @@ struct IndexBuilder::Range {
 
   std::uint32_t first;
   std::uint32_t last;  // one past the end
-  // While a range is scanned, an entry's count is that of its rows so far and its capacity the last
-  // row + 1; the lists themselves are written by scatter().
+  // While a range is scanned its lists are only counted; scatter() writes them.
   TopicTable topics;
   KeywordIndex keywords;
+  std::vector<Tally> tallies;        // by local keyword number
   PagedArray<std::uint32_t> posted;  // local keyword numbers, memo after memo
-  PagedArray<std::uint64_t> starts;  // where in `posted` each memo's begin
+  PagedArray<std::uint64_t> starts;  // where in `posted` each memo's begin, and the end of all
   MemoTotals totals;
   Mapping topic_map;
   Mapping keyword_map;
+};
+
+/// A record on its way into the index.
+struct IndexBuilder::Memo {
+  RecordView record;
+  std::uint64_t topic_hash;
+  std::uint32_t topic;  // a guess, or kNoId
 };
 
 std::size_t IndexThreads(std::uint64_t bytes) {
@@ -139,25 +154,63 @@ void IndexBuilder::scan(Range& range) {
     keywords += rows_[row].keywords;
   }
   range.posted.resize(keywords);
-  range.starts.resize(range.last - range.first);
+  range.starts.resize(std::size_t{range.last} - range.first + 1);
   std::uint64_t posted = 0;
-  const std::string_view heap = heap_.bytes();
-  for (std::uint32_t row = range.first; row < range.last; ++row) {
-    MemoRow& memo = rows_[row];
-    const std::uint64_t end = row + 1 < rows_.size() ? rows_[row + 1].offset : heap.size();
-    const RecordView record = ReadWholeRecord(heap.substr(memo.offset, end - memo.offset));
-    memo.props = record.props;
-    memo.written = record.written;
-    memo.topic = range.topics.intern(record.topic);
-    memo.ordinal = range.topics.entry(memo.topic).rows.count++;
-    range.starts[row - range.first] = posted;
-    KeywordCursor cursor = record.keywords();
-    posted += post(range, row, cursor, range.posted.data() + posted);
-    memo.keywords = static_cast<std::uint32_t>(posted - range.starts[row - range.first]);
-    const bool vector = (memo.props & kVectorBit) != 0 && cursor.rest().size() > 4;
-    range.totals.count(memo.written, vector);
+  std::array<Memo, kBlock> block;
+  for (std::uint32_t row = range.first; row < range.last;) {
+    const std::uint32_t count = std::min<std::uint32_t>(kBlock, range.last - row);
+    read_block(range, row, std::span(block).first(count));
+    for (std::uint32_t i = 0; i < count; ++i, ++row) {
+      range.starts[row - range.first] = posted;
+      posted += index_memo(range, row, block[i], range.posted.data() + posted);
+    }
   }
+  range.starts[range.last - range.first] = posted;
   range.posted.resize(posted);
+  for (std::uint32_t id = 0; id < range.keywords.size(); ++id) {
+    range.keywords.entry(id).rows.count = range.tallies[id].memos;
+  }
+}
+
+/// Reads the next records and finds their topics, in passes that each fetch the memory that the
+/// following one needs: a topic's slot, its entry, its name.
+void IndexBuilder::read_block(const Range& range, std::uint32_t first, std::span<Memo> block) {
+  const std::string_view heap = heap_.bytes();
+  for (std::size_t i = 0; i < block.size(); ++i) {
+    const std::uint64_t start = rows_[first + i].offset;
+    const bool last = first + i + 1 == rows_.size();
+    const std::uint64_t end = last ? heap.size() : rows_[first + i + 1].offset;
+    block[i].record = ReadWholeRecord(heap.substr(start, end - start));
+    block[i].topic_hash = TopicTable::hash(block[i].record.topic);
+    range.topics.prefetch(block[i].topic_hash);
+  }
+  for (Memo& memo : block) {
+    memo.topic = range.topics.guess(memo.topic_hash, memo.record.topic.size());
+    if (memo.topic != kNoId) {
+      __builtin_prefetch(&range.topics.entry(memo.topic));
+    }
+  }
+  for (const Memo& memo : block) {
+    if (memo.topic != kNoId) {
+      __builtin_prefetch(range.topics.name(memo.topic).data());
+    }
+  }
+}
+
+std::uint32_t IndexBuilder::index_memo(Range& range, std::uint32_t row, const Memo& memo,
+                                       std::uint32_t* posted) {
+  const RecordView& record = memo.record;
+  MemoRow& out = rows_[row];
+  out.props = record.props;
+  out.written = record.written;
+  const bool known = memo.topic != kNoId && range.topics.is(memo.topic, record.topic);
+  out.topic = known ? memo.topic : range.topics.intern(memo.topic_hash, record.topic);
+  out.ordinal = range.topics.entry(out.topic).rows.count++;
+  KeywordCursor cursor = record.keywords();
+  out.keywords = post(range, row, cursor, posted);
+  const bool vector = (record.props & kVectorBit) != 0 && cursor.rest().size() > 4;
+  range.totals.count(record.written, vector);
+  return out.keywords;
 }
 
 std::uint32_t IndexBuilder::post(Range& range, std::uint32_t row, KeywordCursor& cursor,
@@ -166,22 +219,31 @@ std::uint32_t IndexBuilder::post(Range& range, std::uint32_t row, KeywordCursor&
   struct Pending {
     std::uint64_t hash;
     std::string_view name;
+    std::uint32_t id;
   };
   std::array<Pending, kBatch> batch;
   for (std::size_t count = kBatch; count == kBatch;) {
+    // Three passes, so that the table's memory is on its way when it is needed.
     count = 0;
     while (count < kBatch && cursor.next(batch[count].name)) {
       batch[count].hash = KeywordIndex::hash(batch[count].name);
       range.keywords.prefetch(batch[count].hash);
       ++count;
     }
-    for (std::size_t i = 0; i < count; ++i) {
-      const std::uint32_t id = range.keywords.intern(batch[i].hash, batch[i].name);
-      ListBlock& rows = range.keywords.entry(id).rows;
-      if (rows.capacity != row + 1) {  // a record may name a keyword twice
-        rows.capacity = row + 1;
-        ++rows.count;
-        *out++ = id;
+    for (Pending& word : std::span(batch).first(count)) {
+      word.id = range.keywords.guess(word.hash, word.name.size());
+      __builtin_prefetch(range.tallies.data() + word.id);
+    }
+    for (Pending& word : std::span(batch).first(count)) {
+      if (word.id == kNoId || !range.keywords.is(word.id, word.name)) {
+        word.id = range.keywords.intern(word.hash, word.name);
+        range.tallies.resize(range.keywords.size());
+      }
+      Tally& tally = range.tallies[word.id];
+      if (tally.last != row + 1) {  // a record may name a keyword twice
+        tally.last = row + 1;
+        ++tally.memos;
+        *out++ = word.id;
       }
     }
   }
@@ -223,6 +285,45 @@ void IndexBuilder::scatter(Range& range) {
   }
 }
 
+/// The keyword numbers of any memo, for one thread.
+class IndexBuilder::PostedIds {
+ public:
+  explicit PostedIds(const std::vector<Range>& ranges) : ranges_(ranges) {}
+
+  /// Rows are scattered over the whole store: each is asked for in three steps, many rows at a
+  /// time.
+  void prefetch_start(std::uint32_t row) {
+    const Range& range = range_of(row);
+    __builtin_prefetch(range.starts.data() + (row - range.first));
+  }
+  void prefetch_ids(std::uint32_t row) {
+    const Range& range = range_of(row);
+    const std::uint32_t* ids = range.posted.data() + range.starts[row - range.first];
+    __builtin_prefetch(ids);
+    __builtin_prefetch(ids + 16);  // the next cache line
+  }
+  std::span<const std::uint32_t> operator()(std::uint32_t row) {
+    const Range& range = range_of(row);
+    const std::uint64_t* start = range.starts.data() + (row - range.first);
+    const std::size_t count = std::min<std::size_t>(start[1] - start[0], kMaxSampleWords);
+    const std::span<const std::uint32_t> local{range.posted.data() + start[0], count};
+    if (&range == &ranges_.front()) {
+      return local;  // its numbers are the global ones
+    }
+    std::ranges::transform(local, ids_.begin(),
+                           [&](std::uint32_t id) { return range.keyword_map.global[id]; });
+    return std::span(ids_).first(count);
+  }
+
+ private:
+  [[nodiscard]] const Range& range_of(std::uint32_t row) const {
+    return *(std::ranges::upper_bound(ranges_, row, {}, &Range::first) - 1);
+  }
+
+  const std::vector<Range>& ranges_;
+  std::array<std::uint32_t, kMaxSampleWords> ids_;
+};
+
 void IndexBuilder::link_keywords() {
   KeywordIndex& keywords = index_->keywords_;
   PagedArray<ThematicPicks> picks;
@@ -230,20 +331,14 @@ void IndexBuilder::link_keywords() {
   std::atomic<std::uint32_t> next = 0;
   RunParallel(ranges_.size(), [&](std::size_t) {
     SmallCounter counter;
-    std::array<std::uint32_t, kMaxSampleWords> ids;
-    const auto ids_of = [&](std::uint32_t row) {
-      const auto range = std::ranges::upper_bound(ranges_, row, {}, &Range::first) - 1;
-      const std::uint32_t count = std::min<std::uint32_t>(rows_[row].keywords, kMaxSampleWords);
-      const std::uint32_t* posted = range->posted.data() + range->starts[row - range->first];
-      for (std::uint32_t i = 0; i < count; ++i) {
-        ids[i] = range->keyword_map.global[posted[i]];
-      }
-      return std::span<const std::uint32_t>(ids).first(count);
-    };
+    PostedIds ids_of(ranges_);
     for (std::uint32_t from; (from = next.fetch_add(kPickBlock)) < keywords.size();) {
       const std::uint32_t to = std::min(keywords.size(), from + kPickBlock);
       for (std::uint32_t id = from; id < to; ++id) {
-        picks[id] = FindPicks(keywords, id, counter, ids_of);
+        const std::vector<std::uint32_t> rows = SampleRows(keywords, id);
+        std::ranges::for_each(rows, [&](std::uint32_t row) { ids_of.prefetch_start(row); });
+        std::ranges::for_each(rows, [&](std::uint32_t row) { ids_of.prefetch_ids(row); });
+        picks[id] = FindPicks(keywords, id, rows, counter, ids_of);
       }
     }
   });

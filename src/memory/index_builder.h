@@ -30,11 +30,16 @@ class IndexBuilder {
 
  private:
   struct Range;
+  struct Memo;
+  class PostedIds;
 
   IndexBuilder(const RecordHeap& heap, PagedArray<MemoRow> rows, std::size_t threads);
 
   void split(std::size_t count);
   void scan(Range& range);
+  void read_block(const Range& range, std::uint32_t first, std::span<Memo> block);
+  std::uint32_t index_memo(Range& range, std::uint32_t row, const Memo& memo,
+                           std::uint32_t* posted);
   /// Numbers the keywords of one memo into `out`, each once; returns how many.
   static std::uint32_t post(Range& range, std::uint32_t row, KeywordCursor& cursor,
                             std::uint32_t* out);

@@ -9,8 +9,12 @@
 namespace mrb::memory {
 
 /// Up to this length two names of equal length and equal hash are equal: the hash is then a
-/// one-to-one function of the bytes, and most words need no second look at them.
+/// one-to-one function of the bytes.
 inline constexpr std::size_t kExactHashBytes = 8;
+
+/// Up to this length the same holds once their tails are equal too: every step of the hash can be
+/// undone when its word is known. So hardly any word needs a second look at its bytes.
+inline constexpr std::size_t kExactTailBytes = 16;
 
 namespace name_hash_internal {
 
@@ -54,6 +58,11 @@ namespace name_hash_internal {
     hash = Mix(hash ^ LoadU64(bytes));
   }
   return Mix(hash ^ LoadU64(bytes + size - 8));  // overlaps the words before it
+}
+
+/// The last eight bytes of a longer name; 0 where the hash says it all.
+[[nodiscard]] inline std::uint64_t NameTail(std::string_view name) {
+  return name.size() <= kExactHashBytes ? 0 : LoadU64(name.data() + name.size() - 8);
 }
 
 }  // namespace mrb::memory

@@ -14,15 +14,16 @@
 
 namespace mrb::memory {
 
-/// Topics hash by 64-bit FNV-1a; equal hashes are compared byte by byte.
+/// Topics hash by 64-bit FNV-1a; where the hashes are equal the bytes are compared.
 struct TopicHashing {
+  static constexpr bool kProves = false;
   static std::uint64_t hash(std::string_view name) { return Fnv1a(name); }
-  static bool proves_equal(std::size_t) { return false; }
 };
 
+/// Keywords, of which a load looks up millions, hash so that short ones need no comparison.
 struct KeywordHashing {
+  static constexpr bool kProves = true;
   static std::uint64_t hash(std::string_view name) { return HashName(name); }
-  static bool proves_equal(std::size_t bytes) { return bytes <= kExactHashBytes; }
 };
 
 /// Names that lie on a record heap, numbered from 0 in order of their first appearance, each with
@@ -67,6 +68,29 @@ class NamedLists {
     return found != kNoId ? found : add(slot, hash, name);
   }
 
+  /// What very likely is the name's number, or kNoId, without a look at its bytes: for a caller
+  /// that fetches memory ahead and makes sure with is() later.
+  [[nodiscard]] std::uint32_t guess(std::uint64_t hash, std::size_t length) const {
+    const auto any = [](std::uint32_t) { return true; };
+    return table_.id_at(table_.probe(hash, static_cast<std::uint32_t>(length), any));
+  }
+
+  /// Whether a guess for `wanted` was right.
+  [[nodiscard]] bool is(std::uint32_t id, std::string_view wanted) const {
+    if constexpr (Hashing::kProves) {
+      if (wanted.size() <= kExactHashBytes) {
+        return true;
+      }
+      if (tails_[id] != NameTail(wanted)) {
+        return false;
+      }
+      if (wanted.size() <= kExactTailBytes) {
+        return true;
+      }
+    }
+    return name(id) == wanted;
+  }
+
   void prefetch(std::uint64_t hash) const { table_.prefetch(hash); }
 
   void push(std::uint32_t id, std::uint32_t row) { arena_.push(entries_[id].rows, row); }
@@ -75,16 +99,10 @@ class NamedLists {
   [[nodiscard]] const Entry& entry(std::uint32_t id) const { return entries_[id]; }
   [[nodiscard]] ListArena& arena() { return arena_; }
 
-  void reserve(std::size_t names) {
-    entries_.reserve(names);
-    table_.reserve(names);
-  }
-
  private:
   [[nodiscard]] std::size_t probe(std::uint64_t hash, std::string_view wanted) const {
-    return table_.probe(hash, static_cast<std::uint32_t>(wanted.size()), [&](std::uint32_t id) {
-      return Hashing::proves_equal(wanted.size()) || name(id) == wanted;
-    });
+    return table_.probe(hash, static_cast<std::uint32_t>(wanted.size()),
+                        [&](std::uint32_t id) { return is(id, wanted); });
   }
 
   std::uint32_t add(std::size_t slot, std::uint64_t hash, std::string_view name) {
@@ -92,12 +110,16 @@ class NamedLists {
     entry.name_offset = static_cast<std::uint64_t>(name.data() - heap_->bytes().data());
     entry.name_length = static_cast<std::uint32_t>(name.size());
     entries_.push_back(entry);
+    if constexpr (Hashing::kProves) {
+      tails_.push_back(NameTail(name));
+    }
     table_.place(slot, hash, entry.name_length, size() - 1);
     return size() - 1;
   }
 
   const RecordHeap* heap_;
   std::vector<Entry> entries_;
+  std::vector<std::uint64_t> tails_;  // one per entry where the hashing makes use of them
   NameTable table_;
   ListArena arena_;
 };

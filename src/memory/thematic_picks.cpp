@@ -13,7 +13,7 @@ struct Candidate {
   std::uint64_t shared = 0;
   std::uint64_t frequency = 0;
 
-  /// shared² / frequency, compared without rounding: shared <= 32, frequency < 2^32.
+  /// shared² / frequency, compared without rounding: shared <= kMaxSample, frequency < 2^32.
   [[nodiscard]] bool better_than(const Candidate& other) const {
     const std::uint64_t mine = shared * shared * other.frequency;
     const std::uint64_t theirs = other.shared * other.shared * frequency;
@@ -45,7 +45,10 @@ std::vector<std::uint32_t> SampleRows(const KeywordIndex& keywords, std::uint32_
   std::vector<std::uint32_t> sample;
   sample.reserve(kMaxSample);
   for (std::uint32_t i = 0; i < prefix; i += stride) {
-    sample.push_back(rows[i]);
+    // Not the same place in every step: what is written in turns must not look as if it went
+    // together.
+    const std::uint32_t scattered = ((i + stride) * 0x9E3779B1U) >> 16;
+    sample.push_back(rows[i + scattered % stride]);
   }
   return sample;
 }
@@ -61,13 +64,14 @@ ThematicPicks ChoosePicks(const KeywordIndex& keywords, std::uint32_t keyword,
     if (shared < kMinShared || id == keyword) {
       return;
     }
+    // Most candidates are just frequent: more memos of theirs than this, and chance explains it.
+    const std::uint64_t most = shared * memos / (kMinLift * sampled);
     const auto others = keywords.rows(id);
-    const auto upto = std::ranges::upper_bound(others, last_row) - others.begin();
-    const Candidate candidate{id, shared, static_cast<std::uint64_t>(upto)};
-    if (shared * memos < kMinLift * sampled * candidate.frequency ||
-        IsCommonWord(keywords.name(id))) {
+    if ((others.size() > most && others[most] <= last_row) || IsCommonWord(keywords.name(id))) {
       return;
     }
+    const auto upto = std::ranges::upper_bound(others, last_row) - others.begin();
+    const Candidate candidate{id, shared, static_cast<std::uint64_t>(upto)};
     std::size_t at = found;
     for (; at > 0 && candidate.better_than(best[at - 1]); --at) {
       best[at] = best[at - 1];

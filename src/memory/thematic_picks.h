@@ -13,7 +13,7 @@ namespace mrb::memory {
 /// Which keywords go together: those that share memos more often than chance would have it.
 ///
 /// A keyword's picks are made anew whenever the number of its memos reaches a power of two (4 or
-/// more), from an even sample of those memos. A candidate must share at least kMinShared of them
+/// more), from a spread sample of those memos. A candidate must share at least kMinShared of them
 /// and at least kMinLift times as many as its own frequency lets expect; of these the kMaxPicks
 /// with the greatest shared² / frequency win, the earlier keyword at a tie. All counts are those of
 /// the moment the power of two was reached, read off the ascending posting lists, so the picks
@@ -22,7 +22,7 @@ namespace mrb::memory {
 
 inline constexpr std::size_t kMaxPicks = 4;
 inline constexpr std::uint32_t kFirstPick = 4;      ///< memos a keyword needs for its first picks
-inline constexpr std::uint32_t kMaxSample = 32;     ///< memos looked at, which bounds the work
+inline constexpr std::uint32_t kMaxSample = 16;     ///< memos looked at, which bounds the work
 inline constexpr std::size_t kMaxSampleWords = 64;  ///< keywords looked at in each of them
 inline constexpr std::uint32_t kMinShared = 3;
 inline constexpr std::uint64_t kMinLift = 2;
@@ -64,7 +64,7 @@ class SmallCounter {
     std::uint16_t count = 0;
     std::uint16_t round = 0;  // of another round: free
   };
-  static constexpr unsigned kBits = 12;
+  static constexpr unsigned kBits = 11;
   static constexpr std::size_t kCells = 1U << kBits;
   static_assert(kCells >= 2 * std::size_t{kMaxSample} * kMaxSampleWords, "at most half full");
 
@@ -73,7 +73,7 @@ class SmallCounter {
   std::uint16_t round_ = 1;
 };
 
-/// The memo rows of `keyword` to look at: an even sample of the largest power of two of them; none
+/// The memo rows of `keyword` to look at: a spread sample of the largest power of two of them; none
 /// when there are too few.
 [[nodiscard]] std::vector<std::uint32_t> SampleRows(const KeywordIndex& keywords,
                                                     std::uint32_t keyword);
@@ -82,11 +82,12 @@ class SmallCounter {
 [[nodiscard]] ThematicPicks ChoosePicks(const KeywordIndex& keywords, std::uint32_t keyword,
                                         std::uint32_t sampled, const SmallCounter& counter);
 
-/// The picks of `keyword` now. `ids_of(row)` yields the numbers of a memo's keywords as a span.
+/// The picks of `keyword`, whose sample is `rows`. `ids_of(row)` yields the numbers of a memo's
+/// keywords as a span.
 template <typename IdsOf>
 [[nodiscard]] ThematicPicks FindPicks(const KeywordIndex& keywords, std::uint32_t keyword,
-                                      SmallCounter& counter, IdsOf ids_of) {
-  const std::vector<std::uint32_t> rows = SampleRows(keywords, keyword);
+                                      std::span<const std::uint32_t> rows, SmallCounter& counter,
+                                      IdsOf& ids_of) {
   if (rows.empty()) {
     return {};
   }
