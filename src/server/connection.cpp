@@ -102,7 +102,7 @@ void Connection::upgrade(const Request& request) {
   }
   (void)socket_.set_receive_timeout(kNoTimeout);
   WebSocketConnection connection(socket_, services_.clients, services_.routes.options.chat);
-  connection.serve(request, buffers_.reader.rest());
+  if (connection.serve(request, buffers_.reader.rest())) take_leave();
 }
 
 bool Connection::send_answer(const Response& response) {

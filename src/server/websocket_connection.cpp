@@ -5,14 +5,15 @@
 
 namespace mrb::server {
 
-void WebSocketConnection::serve(const Request& request, std::string_view early) {
-  if (!shake_hands(request)) return;
+bool WebSocketConnection::serve(const Request& request, std::string_view early) {
+  if (!shake_hands(request)) return false;
   (void)socket_.set_no_delay();  // a slower chat is still a chat
   trusted_ = request.trusted;
   id_ = clients_.add(*this);
   receive_frames(early);
   clients_.remove(*this);
   if (chat_ != nullptr) chat_->leave(*this);
+  return close_sent_;
 }
 
 bool WebSocketConnection::shake_hands(const Request& request) {
@@ -47,10 +48,10 @@ bool WebSocketConnection::take(std::string_view bytes) {
         if (!send_frame(WebSocketOpcode::kPong, reader_.payload())) return false;
         break;
       case Event::kClose:
-        send(CloseFrame(kCloseNormal));
+        close_sent_ = send(CloseFrame(kCloseNormal), true);
         return false;
       case Event::kProtocolError:
-        send(CloseFrame(kCloseProtocolError));
+        close_sent_ = send(CloseFrame(kCloseProtocolError), true);
         return false;
       case Event::kTooLarge:
         return false;
@@ -68,14 +69,14 @@ bool WebSocketConnection::send_frame(WebSocketOpcode opcode, std::string_view pa
   return send(frame);
 }
 
-bool WebSocketConnection::send(std::string_view bytes) {
+bool WebSocketConnection::send(std::string_view bytes, bool last) {
   const std::scoped_lock lock(send_mutex_);
-  if (!broken_ && !socket_.send_all(bytes)) {
-    // Nothing can follow half a frame; the receiving thread has to hear of it, too.
-    broken_ = true;
-    socket_.shutdown_both();
-  }
-  return !broken_;
+  if (ended_) return false;
+  const bool sent = socket_.send_all(bytes).has_value();
+  ended_ = last || !sent;
+  // Nothing can follow half a frame; the receiving thread has to hear of it, too.
+  if (!sent) socket_.shutdown_both();
+  return sent;
 }
 
 }  // namespace mrb::server

@@ -22,9 +22,9 @@ class WebSocketConnection final : public WebSocketClient {
       : socket_(socket), clients_(clients), chat_(chat) {}
 
   /// Answers the handshake and serves frames until the client, an error or a shutdown ends it.
-  /// `early` are the bytes that came behind the head. Closes without an answer when the request has
-  /// no key.
-  void serve(const Request& request, std::string_view early);
+  /// `early` are the bytes that came behind the head. No answer when the request has no key. True
+  /// when a close frame was the last thing sent, which the client should get to read.
+  bool serve(const Request& request, std::string_view early);
 
   std::uint64_t id() const override { return id_; }
   bool trusted() const override { return trusted_; }
@@ -35,16 +35,17 @@ class WebSocketConnection final : public WebSocketClient {
   void receive_frames(std::string_view early);
   bool take(std::string_view bytes);
   bool send_frame(WebSocketOpcode opcode, std::string_view payload);
-  bool send(std::string_view bytes);
+  bool send(std::string_view bytes, bool last = false);
 
   platform::Socket& socket_;
   WebSocketClients& clients_;
   ChatLayer* chat_;
   std::uint64_t id_ = 0;
   bool trusted_ = false;
+  bool close_sent_ = false;
   WebSocketReader reader_;
   std::mutex send_mutex_;  // whole frames only, whoever sends
-  bool broken_ = false;    // guarded by send_mutex_: a frame went out in part
+  bool ended_ = false;     // guarded by send_mutex_: a close frame went out, or another in part
 };
 
 }  // namespace mrb::server
