@@ -1,7 +1,6 @@
 #include "platform/faulty_files.h"
 
 #include <algorithm>
-#include <optional>
 #include <utility>
 #include <vector>
 
@@ -19,7 +18,9 @@ std::unexpected<Error> Injected(const std::string& path) {
 /// How much of one file is on the disk for certain. Shared by the name and the handles, so that it
 /// stays with the file when that gets another name while it is open.
 struct FaultyFiles::Growth {
-  std::optional<std::uint64_t> flushed;  // guarded by mutex_; nothing until the file first grows
+  static constexpr std::uint64_t kAll = ~std::uint64_t{0};
+
+  std::uint64_t flushed = kAll;  // guarded by mutex_; bytes, once the file has changed
 };
 
 /// An open file whose every operation is counted with its file system's.
@@ -46,7 +47,7 @@ class FaultyFiles::Handle : public OpenFile {
     if (!before) return std::unexpected(before.error());
     {
       const std::lock_guard lock(files_.mutex_);
-      if (!growth_->flushed) growth_->flushed = *before;
+      if (growth_->flushed == Growth::kAll) growth_->flushed = *before;
     }
     if (fate == Fate::kWorks) return real_->append(bytes);
     static_cast<void>(real_->append(bytes.substr(0, bytes.size() / 2)));
@@ -57,7 +58,7 @@ class FaultyFiles::Handle : public OpenFile {
     if (files_.faulty()) return Injected(path_);
     Status cut = real_->truncate(size);
     const std::lock_guard lock(files_.mutex_);
-    if (cut && growth_->flushed) growth_->flushed = std::min(*growth_->flushed, size);
+    if (cut) growth_->flushed = std::min(growth_->flushed, size);
     return cut;
   }
 
@@ -113,11 +114,11 @@ FaultyFiles::Fate FaultyFiles::next() {
 void FaultyFiles::lose_unsynced() {
   const std::lock_guard lock(mutex_);
   for (const auto& [path, growth] : growths_) {
-    if (!growth->flushed) continue;
+    if (growth->flushed == Growth::kAll) continue;
     const auto file = real_.open(path, OpenMode::kAppend);
     if (!file) continue;  // removed meanwhile, by somebody else
     const auto now = (*file)->size();
-    if (now && *now > *growth->flushed) static_cast<void>((*file)->truncate(*growth->flushed));
+    if (now && *now > growth->flushed) static_cast<void>((*file)->truncate(growth->flushed));
   }
   growths_.clear();
 }

@@ -1,7 +1,6 @@
 #include "platform/files.h"
 
-#include <new>
-#include <stdexcept>
+#include <exception>
 
 #include "platform/paths.h"
 
@@ -51,10 +50,9 @@ Result<std::string> ReadFile(FileSystem& files, const std::string& path) {
   if (!size) return std::unexpected(size.error());
   try {
     return ReadToEnd(**file, *size);
-  } catch (const std::bad_alloc&) {
-  } catch (const std::length_error&) {
+  } catch (const std::exception&) {  // a size that no string can have, or no memory for it
+    return Fail(ErrorKind::kNoSpace, "cannot read " + path + ": not enough memory");
   }
-  return Fail(ErrorKind::kNoSpace, "cannot read " + path + ": not enough memory");
 }
 
 Status MakeDirectories(FileSystem& files, const std::string& path) {

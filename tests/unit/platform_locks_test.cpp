@@ -24,10 +24,10 @@ TEST(FileLockTest, OneHolderAtATimeAndItsNoteIsReadable) {
   ASSERT_FALSE(second);
   EXPECT_EQ(second.error().kind, ErrorKind::kBusy);
 
-  std::optional<FileLock> moved = std::move(*lock);
-  lock.reset();
-  EXPECT_FALSE(FileLock::try_acquire(path));
-  moved.reset();
+  {
+    const std::optional<FileLock> moved = std::move(lock);
+    EXPECT_FALSE(FileLock::try_acquire(path));
+  }
   EXPECT_TRUE(FileLock::try_acquire(path));
   EXPECT_EQ(FileLock::read_note(path), "process 7");  // the file stays
 }

@@ -30,6 +30,7 @@ bool OnWindows() {
 std::vector<std::string> OwnArguments() {
   std::vector<std::string> all = ::testing::internal::GetArgvs();
   std::vector<char*> pointers;
+  pointers.reserve(all.size());
   for (std::string& argument : all) pointers.push_back(argument.data());
   return ProcessArguments(static_cast<int>(pointers.size()), pointers.data());
 }

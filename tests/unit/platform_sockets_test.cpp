@@ -141,6 +141,7 @@ TEST_F(SocketsTest, ManyThreadsAcceptEachConnectionOnceAndAllStop) {
   std::multiset<std::string> served;  // guarded by mutex
   std::atomic<int> stopped{0};
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&] {
       for (;;) {
@@ -174,6 +175,7 @@ TEST_F(SocketsTest, StopRacesWithThreadsThatBeginToWait) {
   for (int round = 0; round < 50; ++round) {
     Listener listener = Listener::listen(0, true).value();
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
       threads.emplace_back([&] {
         while (listener.accept()) {

@@ -60,7 +60,7 @@ std::uint32_t ProcessId() {
 }
 
 std::string RuntimeFolder() {
-  const std::string session = VariableOrEmpty("XDG_RUNTIME_DIR");
+  std::string session = VariableOrEmpty("XDG_RUNTIME_DIR");
   if (!session.empty() && IsOwnFolder(session)) return session;
   // /tmp is everyone's: a folder that somebody else made first, or left open, is not ours to trust.
   const std::string own = "/tmp/mirebolt-" + std::to_string(::geteuid());

@@ -133,7 +133,7 @@ Result<Listener::Accepted> Listener::accept() {
       if (waiters_->stopped) break;
       static_cast<void>(socket.set_receive_timeout(waiters_->receive_timeout));
       static_cast<void>(socket.set_send_timeout(waiters_->send_timeout));
-      ::SetHandleInformation(reinterpret_cast<HANDLE>(taken), HANDLE_FLAG_INHERIT, 0);
+      ::SetHandleInformation(AsHandle(taken), HANDLE_FLAG_INHERIT, 0);
       return Accepted{std::move(socket), ::ntohl(peer.sin_addr.s_addr)};
     }
     const int error = ::WSAGetLastError();
@@ -155,7 +155,7 @@ void Listener::stop() {
       static_cast<void>(Socket::connect_loopback(port_, kWakeTimeout));
     }
     // For a machine whose firewall keeps us from ourselves.
-    ::CancelIoEx(reinterpret_cast<HANDLE>(handle_), nullptr);
+    ::CancelIoEx(AsHandle(handle_), nullptr);
     ::Sleep(1);
   }
 }

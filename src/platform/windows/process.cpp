@@ -17,6 +17,7 @@ std::vector<std::string> ProcessArguments(int argc, char** argv) {
   wchar_t** words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
   if (words == nullptr || count < 1) return {argv, argv + argc};
   std::vector<std::string> arguments;
+  arguments.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) arguments.push_back(Narrow(words[i]));
   ::LocalFree(static_cast<HLOCAL>(words));
   return arguments;

@@ -88,6 +88,11 @@ int Connect(SOCKET socket, std::uint16_t port, Milliseconds timeout) {
 
 }  // namespace
 
+HANDLE AsHandle(SOCKET socket) {
+  // A socket is a handle by the system's own account, although its type is an integer.
+  return reinterpret_cast<HANDLE>(socket);  // NOLINT(performance-no-int-to-ptr)
+}
+
 SOCKET OpenTcpSocket() {
   return ::WSASocketW(AF_INET, SOCK_STREAM, IPPROTO_TCP, nullptr, 0,
                       WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT);
@@ -168,7 +173,8 @@ Result<std::size_t> Socket::receive(char* out, std::size_t bytes) {
 }
 
 Result<std::size_t> Socket::send(std::string_view bytes) {
-  const int put = ::send(handle_, bytes.data(), LengthOf(bytes.size()), 0);
+  bytes = bytes.substr(0, INT_MAX);
+  const int put = ::send(handle_, bytes.data(), static_cast<int>(bytes.size()), 0);
   if (put < 0) return FailLastError("send to", "a connection");
   return static_cast<std::size_t>(put);
 }
@@ -180,7 +186,7 @@ void Socket::shutdown_send() {
 void Socket::shutdown_both() {
   ::shutdown(handle_, SD_BOTH);
   // A receive that began before the shutdown goes on waiting for the peer; it must be called off.
-  ::CancelIoEx(reinterpret_cast<HANDLE>(handle_), nullptr);
+  ::CancelIoEx(AsHandle(handle_), nullptr);
 }
 
 }  // namespace mrb::platform

@@ -79,7 +79,8 @@ void OnTrayMessage(HWND window, const TrayMenu& menu, LPARAM mouse) {
 }
 
 LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM wide, LPARAM parameter) {
-  const auto* loop = reinterpret_cast<const Loop*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
+  const LONG_PTR kept = ::GetWindowLongPtrW(window, GWLP_USERDATA);
+  const auto* loop = reinterpret_cast<const Loop*>(kept);  // NOLINT(performance-no-int-to-ptr)
   if (message == WM_CLOSE) {
     ::PostQuitMessage(0);  // the window lives on until the icon that names it is gone
     return 0;

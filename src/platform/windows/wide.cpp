@@ -9,28 +9,23 @@ namespace {
 // for a short name of 12.
 constexpr std::size_t kLongestPlainPath = 247;
 
-int LengthOf(std::string_view text) {
-  return static_cast<int>(text.size());
-}
-int LengthOf(std::wstring_view text) {
-  return static_cast<int>(text.size());
-}
-
 }  // namespace
 
 std::wstring Widen(std::string_view text) {
-  const int length = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), LengthOf(text), nullptr, 0);
+  const int length =
+      ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
   std::wstring wide(static_cast<std::size_t>(length), L'\0');
-  ::MultiByteToWideChar(CP_UTF8, 0, text.data(), LengthOf(text), wide.data(), length);
+  ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(),
+                        length);
   return wide;
 }
 
 std::string Narrow(std::wstring_view text) {
-  const int length =
-      ::WideCharToMultiByte(CP_UTF8, 0, text.data(), LengthOf(text), nullptr, 0, nullptr, nullptr);
+  const int length = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
+                                           nullptr, 0, nullptr, nullptr);
   std::string narrow(static_cast<std::size_t>(length), '\0');
-  ::WideCharToMultiByte(CP_UTF8, 0, text.data(), LengthOf(text), narrow.data(), length, nullptr,
-                        nullptr);
+  ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), narrow.data(),
+                        length, nullptr, nullptr);
   return narrow;
 }
 
