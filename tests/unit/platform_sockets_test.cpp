@@ -73,6 +73,16 @@ TEST_F(SocketsTest, TellsThePeersAddress) {
   EXPECT_TRUE(accepted->socket.is_open());
 }
 
+TEST_F(SocketsTest, AcceptedSocketsHaveTheTimeOutsOfTheirListener) {
+  ASSERT_TRUE(listener_.expect_requests(Milliseconds(30), kPatience));
+  Socket client = connect();
+  ASSERT_TRUE(client.send_all("x"));
+  Socket server = std::move(listener_.accept().value().socket);
+  char byte = 0;
+  EXPECT_EQ(server.receive(&byte, 1).value(), 1U);
+  EXPECT_EQ(server.receive(&byte, 1).error().kind, ErrorKind::kTimedOut);
+}
+
 TEST_F(SocketsTest, ReceiveTimesOutAndCanBeSetFreeAgain) {
   auto [client, server] = pair();
   ASSERT_TRUE(server.set_receive_timeout(Milliseconds(30)));
