@@ -2,11 +2,11 @@
 
 #include <memory>
 #include <optional>
-#include <shared_mutex>
 #include <string>
 
 #include "memory/context_store.h"
 #include "platform/file_lock.h"
+#include "platform/shared_mutex.h"
 
 namespace mrb::memory {
 
@@ -16,7 +16,7 @@ class Context {
  public:
   Context(platform::FileSystem& files, const std::string& contexts_folder, std::string id);
 
-  [[nodiscard]] std::shared_mutex& mutex() { return mutex_; }
+  [[nodiscard]] platform::SharedMutex& mutex() { return mutex_; }
 
   /// The store, or nothing while it is not loaded (or must be loaded anew). Needs the mutex,
   /// shared.
@@ -41,7 +41,7 @@ class Context {
   std::string contexts_folder_;
   std::string folder_;
   std::string id_;
-  std::shared_mutex mutex_;
+  platform::SharedMutex mutex_;
   std::optional<platform::FileLock> lock_;  // guarded by mutex_, as all below
   std::unique_ptr<ContextStore> store_;
   bool named_ = false;  // context.id is known to be there

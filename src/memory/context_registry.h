@@ -14,14 +14,14 @@ namespace mrb::memory {
 /// A context that can be read for as long as the object lives; others may read it too.
 struct ReadAccess {
   std::shared_ptr<Context> context;  ///< nothing when no such context exists
-  std::shared_lock<std::shared_mutex> lock;
+  std::shared_lock<platform::SharedMutex> lock;
   const ContextStore* store = nullptr;  ///< an empty one when no such context exists
 };
 
 /// A context that nobody else reads or writes for as long as the object lives.
 struct WriteAccess {
   std::shared_ptr<Context> context;
-  std::unique_lock<std::shared_mutex> lock;
+  std::unique_lock<platform::SharedMutex> lock;
   ContextStore* store = nullptr;
 };
 
