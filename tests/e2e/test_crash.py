@@ -3,9 +3,10 @@ import concurrent.futures
 import json
 import re
 
-from conftest import http
+from conftest import http, wait_until
 
 CLIENTS = 8
+ENOUGH = 400  # answered adds before the kill
 
 
 def test_kill_in_a_stream_of_adds_loses_no_answered_memo(mb):
@@ -31,8 +32,7 @@ def test_kill_in_a_stream_of_adds_loses_no_answered_memo(mb):
 
     with concurrent.futures.ThreadPoolExecutor(CLIENTS + 1) as pool:
         streams = [pool.submit(client, i) for i in range(CLIENTS)]
-        while sum(len(texts) for texts in answered.values()) < 400:
-            pass
+        wait_until(lambda: sum(len(texts) for texts in answered.values()) >= ENOUGH, "enough adds")
         mb.kill_resident()
         for stream in streams:
             stream.result()
@@ -43,7 +43,7 @@ def test_kill_in_a_stream_of_adds_loses_no_answered_memo(mb):
         assert set(kept) <= sent
         assert len(kept) - len(answered[i]) <= 1  # the memo whose answer the kill cut off
     stats = mb.out("memory.stats me, stream")
-    assert int(re.search(r"memos: +(\d+)", stats).group(1)) >= 400
+    assert int(re.search(r"memos: +(\d+)", stats).group(1)) >= ENOUGH
 
 
 def test_a_torn_tail_costs_the_cut_memo_alone(mb):

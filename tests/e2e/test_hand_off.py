@@ -100,6 +100,7 @@ def test_the_requests_are_what_the_resident_expects(mb):
         b"\r\nContent-Type: text/plain\r\nContent-Length: 18\r\nConnection: close\r\n\r\nmemory.list my bot")
 
 
+@pytest.mark.smoke
 def test_an_older_resident_is_evicted_and_replaced(mb):
     def reply(request, peer):
         if request.startswith(b"GET /health"):
@@ -154,6 +155,7 @@ def test_a_slow_answer_is_waited_for_and_runs_once(mb):
     assert len([r for r in peer.requests if r.startswith(b"POST")]) == 1
 
 
+@pytest.mark.smoke
 def test_ten_at_once_bring_up_exactly_one_resident(mb):
     def add(i):
         return mb.run(f"memory.addmemo me, shared, t, , note, memo {i}")

@@ -43,6 +43,7 @@ FOREIGN = [
 ]
 
 
+@pytest.mark.smoke
 @pytest.mark.parametrize("header", FOREIGN)
 def test_a_page_of_a_foreign_origin_cannot_run_a_command(mb, port, header):
     head = EXEC if not header.startswith("Host") else EXEC.replace("Host: 127.0.0.1", "X: y")
