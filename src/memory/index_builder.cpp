@@ -232,7 +232,9 @@ std::uint32_t IndexBuilder::post(Range& range, std::uint32_t row, KeywordCursor&
     }
     for (Pending& word : std::span(batch).first(count)) {
       word.id = range.keywords.guess(word.hash, word.name.size());
-      __builtin_prefetch(range.tallies.data() + word.id);
+      if (word.id != kNoId) {
+        __builtin_prefetch(&range.tallies[word.id]);
+      }
     }
     for (Pending& word : std::span(batch).first(count)) {
       if (word.id == kNoId || !range.keywords.is(word.id, word.name)) {
