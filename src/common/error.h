@@ -20,8 +20,8 @@ enum class ErrorKind {
   kIo,               ///< any other failure of the system
 };
 
-/// A failure as a value: its class, and one sentence for the user that names the object (path, port)
-/// and the system's reason.
+/// A failure as a value: its class, and one sentence for the user that names the object (path,
+/// port) and the system's reason.
 struct Error {
   ErrorKind kind = ErrorKind::kIo;
   std::string text;

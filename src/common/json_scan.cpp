@@ -199,9 +199,9 @@ std::optional<bool> JsonValue::boolean() const {
 std::optional<std::int64_t> JsonValue::integer() const {
   if (!is(Kind::kNumber)) return std::nullopt;
   std::int64_t value = 0;
-  const std::string_view digits = raw();
-  const char* end = digits.data() + digits.size();
-  const auto parsed = std::from_chars(digits.data(), end, value);
+  const char* begin = raw().data();
+  const char* end = begin + raw().size();
+  const auto parsed = std::from_chars(begin, end, value);
   if (parsed.ec != std::errc{} || parsed.ptr != end) return std::nullopt;
   return value;
 }

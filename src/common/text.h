@@ -26,7 +26,8 @@ namespace mrb {
 /// The pieces between runs of spaces and tabs, none empty.
 [[nodiscard]] std::vector<std::string_view> SplitWords(std::string_view text);
 
-/// The whole text as a decimal number: digits only, no sign, no blanks, in range; nothing otherwise.
+/// The whole text as a decimal number: digits only, no sign, no blanks, in range; nothing
+/// otherwise.
 [[nodiscard]] std::optional<std::uint64_t> ParseDecimal(std::string_view text);
 
 /// Two hexadecimal digits become their value; -1 for a byte that is none.
