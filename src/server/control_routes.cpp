@@ -36,7 +36,8 @@ std::string SelfDescription() {
 }
 
 std::string WithDefault(std::string text, std::string_view otherwise) {
-  return text.empty() ? std::string(otherwise) : text;
+  if (text.empty()) text = otherwise;
+  return text;
 }
 
 /// A prompt's ">" and the line ends that a shell adds are not part of the command.

@@ -53,13 +53,6 @@ TEST(TrustTest, TellsTheUserFromAWebPage) {
   EXPECT_FALSE(IsTrusted("GET / HTTP/1.1\r\n\r\n", false, 9999));
 }
 
-TEST(TrustTest, KnowsLoopbackAddresses) {
-  EXPECT_TRUE(IsLoopback(0x7F000001));
-  EXPECT_TRUE(IsLoopback(0x7FFFFFFF));
-  EXPECT_FALSE(IsLoopback(0x0A000001));
-  EXPECT_FALSE(IsLoopback(0x80000001));
-}
-
 /// Two sessions and one token, as remote access might keep them.
 class FakeGate final : public SessionGate {
  public:
