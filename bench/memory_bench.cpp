@@ -1,0 +1,232 @@
+// Persistent memory at size: memory_bench [--dir=<folder>] [workload ...]
+//
+//   load-1m    open a store of 1,000,000 memos, five times
+//   load-10m   open a store of 10,000,000 memos, once (needs 4 GB of disk and 9 GB of memory)
+//   add        durable addmemo into the 1,000,000 memos, against append + flush of the same bytes
+//   retrieve   read random topics of them
+//   delete     remove a topic of them
+//   tokenize   run the tokenizer over their text
+//
+// Without names: all but load-10m. Store files are made once and left in the folder for the next
+// run.
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "memory/context_store.h"
+#include "memory/memory_service.h"
+#include "memory/store_format.h"
+#include "memory/tokenizer.h"
+#include "memory_corpus.h"
+#include "platform/paths.h"
+#include "platform/system_memory.h"
+
+namespace mrb::bench {
+namespace {
+
+constexpr std::uint64_t kMillion = 1'000'000;
+constexpr double kMegabyte = 1e6;
+
+double seconds_of(const std::function<void()>& work) {
+  const auto start = std::chrono::steady_clock::now();
+  work();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+double median(std::vector<double> values) {
+  std::ranges::sort(values);
+  return values[values.size() / 2];
+}
+
+double resident_megabytes() {
+  return static_cast<double>(platform::ProcessResidentBytes()) / kMegabyte;
+}
+
+[[noreturn]] void stop(const std::string& why) {
+  std::fprintf(stderr, "memory_bench: %s\n", why.c_str());
+  std::exit(1);
+}
+
+class Bench {
+ public:
+  explicit Bench(std::string folder) : folder_(std::move(folder)) {}
+
+  void run(const std::string& workload) {
+    if (workload == "load-1m") return load(kMillion, 5, "1.0 s, 900 MB");
+    if (workload == "load-10m") return load(10 * kMillion, 1, "12 s, 9000 MB");
+    if (workload == "add") return add();
+    if (workload == "retrieve") return retrieve();
+    if (workload == "delete") return remove();
+    if (workload == "tokenize") return tokenize();
+    stop("no workload '" + workload + "'");
+  }
+
+ private:
+  /// The folder of a context of `memos` memos; its store is made when it is not there.
+  std::string context(std::uint64_t memos) {
+    const std::string path = platform::JoinPath(folder_, "corpus-" + std::to_string(memos));
+    const std::string store = platform::JoinPath(path, memory::kStoreFileName);
+    if (!platform::MakeDirectories(files_, path)) stop("cannot make " + path);
+    if (!platform::Exists(files_, store)) {
+      MemoryCorpus corpus;
+      const auto written = corpus.write_store(files_, store, memos);
+      if (!written) stop(written.error().text);
+      std::printf("made %s: %llu memos, %llu postings, %.0f MB\n", store.c_str(),
+                  static_cast<unsigned long long>(memos),
+                  static_cast<unsigned long long>(written->postings),
+                  static_cast<double>(written->bytes) / kMegabyte);
+    }
+    return path;
+  }
+
+  /// A service over the folder, its context of a million memos loaded.
+  memory::MemoryService& service() {
+    if (!service_) {
+      (void)context(kMillion);
+      service_ = std::make_unique<memory::MemoryService>(
+          memory::MemoryOptions{folder_, &files_, [] { return std::uint64_t{1'700'000'000}; }});
+      std::printf("%s\n", service_->execute("bench", "stats", "bench, corpus-1000000").c_str());
+    }
+    return *service_;
+  }
+
+  void load(std::uint64_t memos, int runs, const char* target) {
+    const std::string path = context(memos);
+    (void)platform::ReadFile(files_, platform::JoinPath(path, memory::kStoreFileName));  // to cache
+    std::vector<double> times;
+    double resident = 0;
+    for (int i = 0; i < runs; ++i) {
+      memory::ContextStore store(files_, path);
+      std::uint64_t loaded = 0;
+      const std::clock_t cpu = std::clock();
+      times.push_back(seconds_of([&] { loaded = store.load().value_or(0); }));
+      if (loaded < memos) stop("loaded only " + std::to_string(loaded));
+      resident = std::max(resident, resident_megabytes());
+      const double spent = static_cast<double>(std::clock() - cpu) / CLOCKS_PER_SEC;
+      std::printf("  run %d: %.3f s (%.3f s of all threads), %u keywords, %u topics\n", i + 1,
+                  times.back(), spent, store.index().keywords().size(),
+                  store.index().topics().size());
+    }
+    std::printf(
+        "load %llu memos on %u threads: median %.3f s of %d, %.0f MB resident (target %s)\n",
+        static_cast<unsigned long long>(memos), std::thread::hardware_concurrency(), median(times),
+        runs, resident, target);
+  }
+
+  void add() {
+    constexpr int kAdds = 400;
+    auto& memories = service();
+    const std::string raw_path = platform::JoinPath(folder_, "raw.bin");
+    auto raw = files_.open(raw_path, platform::FileSystem::OpenMode::kReplace);
+    if (!raw) stop(raw.error().text);
+    MemoryCorpus corpus(2);
+    std::vector<double> adds, appends;
+    for (int i = 0; i < kAdds; ++i) {
+      const auto& memo = corpus.next(kMillion);
+      const memory::RecordFields fields{.props = 0,
+                                        .written = 1,
+                                        .content = memo.content,
+                                        .topic = memo.topic,
+                                        .keywords = memo.keywords,
+                                        .vector = {}};
+      std::string bytes(*memory::RecordLength(fields), '\0');
+      memory::WriteRecord(fields, bytes.data());
+      appends.push_back(seconds_of([&] {
+        if (!(*raw)->append(bytes) || !(*raw)->sync()) stop("append failed");
+      }));
+      const std::string rest = "bench, corpus-1000000, " + memo.topic + ", , , " + memo.content;
+      adds.push_back(seconds_of([&] {
+        if (!memories.execute("bench", "addmemo", rest).starts_with("OK: ")) stop("add failed");
+      }));
+    }
+    (void)files_.remove_file(raw_path);
+    std::printf(
+        "durable addmemo at 1,000,000 memos: median %.3f ms of %d; append + flush of the same "
+        "bytes: median %.3f ms; ratio %.2f (target 1.30)\n",
+        median(adds) * 1e3, kAdds, median(appends) * 1e3, median(adds) / median(appends));
+  }
+
+  void retrieve() {
+    constexpr int kReads = 100'000;
+    auto& memories = service();
+    std::uint64_t bytes = 0;
+    const double time = seconds_of([&] {
+      for (std::uint64_t i = 0; i < kReads; ++i) {
+        const std::uint64_t topic = i * 7919 % (kMillion / MemoryCorpus::kMemosPerTopic);
+        bytes += memories
+                     .execute("bench", "retrieve",
+                              "bench, corpus-1000000, topic-" + std::to_string(topic))
+                     .size();
+      }
+    });
+    std::printf("retrieve of %d random topics: %.2f us each, %.0f bytes on average\n", kReads,
+                time / kReads * 1e6, static_cast<double>(bytes) / kReads);
+  }
+
+  void remove() {
+    auto& memories = service();
+    std::vector<double> times;
+    for (int i = 0; i < 3; ++i) {
+      const std::string rest = "bench, corpus-1000000, topic-" + std::to_string(100 + i);
+      (void)memories.execute("bench", "addmemo", rest + ", , , to be deleted");
+      times.push_back(seconds_of([&] {
+        if (!memories.execute("bench", "delete", rest).starts_with("OK: ")) stop("delete failed");
+      }));
+    }
+    std::printf("delete of a topic among 1,000,000 memos: median %.2f s of %zu\n", median(times),
+                times.size());
+  }
+
+  void tokenize() {
+    MemoryCorpus corpus(3);
+    std::vector<std::string> texts;
+    std::uint64_t bytes = 0;
+    for (int i = 0; i < 100'000; ++i) {
+      texts.push_back(corpus.next(kMillion).content);
+      bytes += texts.back().size();
+    }
+    std::vector<double> times;
+    std::uint64_t tokens = 0;
+    for (int run = 0; run < 5; ++run) {
+      times.push_back(seconds_of([&] {
+        for (const std::string& text : texts) tokens += memory::StripToTokens(text).size();
+      }));
+    }
+    std::printf("tokenizer: median %.0f MB/s, %.2f us a memo (%llu tokens)\n",
+                static_cast<double>(bytes) / kMegabyte / median(times),
+                median(times) / static_cast<double>(texts.size()) * 1e6,
+                static_cast<unsigned long long>(tokens / times.size()));
+  }
+
+  std::string folder_;
+  platform::FileSystem& files_ = platform::SystemFiles();
+  std::unique_ptr<memory::MemoryService> service_;
+};
+
+}  // namespace
+}  // namespace mrb::bench
+
+int main(int argc, char** argv) {
+  std::setvbuf(stdout, nullptr, _IOLBF, 0);
+  std::string folder = "memory-bench";
+  std::vector<std::string> workloads;
+  for (int i = 1; i < argc; ++i) {
+    const std::string argument = argv[i];
+    if (argument.starts_with("--dir=")) {
+      folder = argument.substr(6);
+    } else {
+      workloads.push_back(argument);
+    }
+  }
+  if (workloads.empty()) workloads = {"load-1m", "add", "retrieve", "delete", "tokenize"};
+  mrb::bench::Bench bench(folder);
+  for (const std::string& workload : workloads) bench.run(workload);
+}
