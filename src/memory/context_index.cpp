@@ -94,7 +94,9 @@ std::span<const std::uint32_t> ContextIndex::topic_rows(std::string_view topic) 
 }
 
 RecordView ContextIndex::record(std::uint32_t row) const {
-  return ReadRecord(heap_->bytes(), memos_[row].offset).value_or(RecordView());
+  const std::uint64_t start = memos_[row].offset;
+  const std::uint64_t end = row + 1 < memos_.size() ? memos_[row + 1].offset : heap_->used();
+  return ReadWholeRecord(heap_->bytes().substr(start, end - start));
 }
 
 }  // namespace mrb::memory

@@ -51,7 +51,7 @@ class ContextIndex {
   /// Row numbers of a topic's memos in append order; empty when there is no such topic.
   [[nodiscard]] std::span<const std::uint32_t> topic_rows(std::string_view topic) const;
 
-  /// The record of a row.
+  /// The record of a row, without its vector (see ReadWholeRecord).
   [[nodiscard]] RecordView record(std::uint32_t row) const;
 
  private:

@@ -19,26 +19,30 @@ bool TokenList::insert(std::string_view name) {
   if (2 * ends_.size() >= slots_.size()) {
     rehash(std::max(kFirstSlots, 2 * slots_.size()));
   }
-  std::size_t at = HashName(name) & (slots_.size() - 1);
-  for (; slots_[at] != 0; at = (at + 1) & (slots_.size() - 1)) {
-    if ((*this)[slots_[at] - 1] == name) {
+  const std::uint64_t hash = HashName(name);
+  const auto upper = static_cast<std::uint32_t>(hash >> 32U);
+  std::size_t at = hash & (slots_.size() - 1);
+  for (; slots_[at].number != 0; at = (at + 1) & (slots_.size() - 1)) {
+    if (slots_[at].hash == upper && (*this)[slots_[at].number - 1] == name) {
       return false;
     }
   }
   bytes_.append(name);
   ends_.push_back(bytes_.size());
-  slots_[at] = static_cast<std::uint32_t>(ends_.size());
+  slots_[at] = {upper, static_cast<std::uint32_t>(ends_.size())};
   return true;
 }
 
 void TokenList::rehash(std::size_t slots) {
-  slots_.assign(slots, 0);
+  slots_.assign(slots, {});
+  ends_.reserve(slots / 2);
   for (std::size_t i = 0; i < ends_.size(); ++i) {
-    std::size_t at = HashName((*this)[i]) & (slots - 1);
-    while (slots_[at] != 0) {
+    const std::uint64_t hash = HashName((*this)[i]);
+    std::size_t at = hash & (slots - 1);
+    while (slots_[at].number != 0) {
       at = (at + 1) & (slots - 1);
     }
-    slots_[at] = static_cast<std::uint32_t>(i + 1);
+    slots_[at] = {static_cast<std::uint32_t>(hash >> 32U), static_cast<std::uint32_t>(i + 1)};
   }
 }
 

@@ -41,28 +41,33 @@ static_assert(std::ranges::is_sorted(kCommonWords));
 }  // namespace
 
 std::optional<std::string_view> TokenReader::next() {
-  std::size_t size = 0;
-  bool overflow = false;
-  for (; position_ <= text_.size(); ++position_) {
-    const bool inside = position_ < text_.size();
-    char c = inside ? token_character(text_[position_]) : kSeparator;
-    if (inside && text_[position_] == '.' && size > 0 && position_ + 1 < text_.size() &&
-        token_character(text_[position_ + 1]) != kSeparator) {
-      c = '.';
-    }
-    if (c != kSeparator) {
-      overflow = overflow || size == kMaxTokenBytes;
-      if (!overflow) {
-        token_[size++] = c;
-      }
+  const std::size_t end = text_.size();
+  while (position_ < end) {
+    // Outside a token a dot separates like anything else.
+    if (token_character(text_[position_]) == kSeparator) {
+      ++position_;
       continue;
     }
+    std::size_t size = 0;
+    bool overflow = false;
+    for (; position_ < end; ++position_) {
+      char c = token_character(text_[position_]);
+      if (c == kSeparator) {
+        if (text_[position_] != '.' || position_ + 1 == end ||
+            token_character(text_[position_ + 1]) == kSeparator) {
+          break;
+        }
+        c = '.';
+      }
+      if (size == kMaxTokenBytes) {
+        overflow = true;
+      } else {
+        token_[size++] = c;
+      }
+    }
     if (!overflow && size >= kMinTokenBytes) {
-      ++position_;
       return std::string_view(token_.data(), size);
     }
-    size = 0;
-    overflow = false;
   }
   return std::nullopt;
 }
@@ -73,6 +78,7 @@ TokenList StripToTokens(std::string_view text) {
 
 TokenList BuildKeywordList(std::span<const std::string> given, std::string_view content) {
   TokenList list;
+  list.reserve_bytes(content.size());
   for (const std::string& keyword : given) {
     if (!keyword.empty()) {
       list.insert(keyword);
