@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "platform/posix/descriptor.h"
+#include "platform/stdin_bytes.h"
 
 namespace mrb::platform {
 namespace {
@@ -25,20 +26,6 @@ void WriteAll(int fd, std::string_view text) {
     } else if (errno != EAGAIN || !WaitFor(fd, POLLOUT)) {
       return;
     }
-  }
-}
-
-/// Appends what standard input has next; false at its end.
-bool ReadMore(std::string& buffer) {
-  std::array<char, 4096> piece;
-  for (;;) {
-    const auto got =
-        Uninterrupted([&] { return ::read(STDIN_FILENO, piece.data(), piece.size()); });
-    if (got > 0) {
-      buffer.append(piece.data(), static_cast<std::size_t>(got));
-      return true;
-    }
-    if (got == 0 || errno != EAGAIN || !WaitFor(STDIN_FILENO, POLLIN)) return false;
   }
 }
 
@@ -61,21 +48,17 @@ void WriteStderr(std::string_view text) {
   WriteAll(STDERR_FILENO, text);
 }
 
-std::optional<std::string> ReadStdinLine() {
-  static std::string buffer;  // read, but not yet handed out
-  std::size_t searched = 0;
+bool ReadStdin(std::string& buffer) {
+  std::array<char, 4096> piece;
   for (;;) {
-    const auto end = buffer.find('\n', searched);
-    if (end != std::string::npos) {
-      std::string line = buffer.substr(0, end + 1);
-      buffer.erase(0, end + 1);
-      return line;
+    const auto got =
+        Uninterrupted([&] { return ::read(STDIN_FILENO, piece.data(), piece.size()); });
+    if (got > 0) {
+      buffer.append(piece.data(), static_cast<std::size_t>(got));
+      return true;
     }
-    searched = buffer.size();
-    if (!ReadMore(buffer)) break;
+    if (got == 0 || errno != EAGAIN || !WaitFor(STDIN_FILENO, POLLIN)) return false;
   }
-  if (buffer.empty()) return std::nullopt;
-  return std::exchange(buffer, {});
 }
 
 }  // namespace mrb::platform

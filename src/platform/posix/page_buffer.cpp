@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
-#include <utility>
 
 #include "platform/posix/system_error.h"
 
@@ -62,25 +61,6 @@ char* MoveInto(char* old, std::size_t old_bytes, std::size_t bytes) {
 }
 
 }  // namespace
-
-PageBuffer::PageBuffer(PageBuffer&& other) noexcept
-    : data_(std::exchange(other.data_, nullptr)),
-      capacity_(std::exchange(other.capacity_, 0)),
-      reserved_(std::exchange(other.reserved_, 0)) {}
-
-PageBuffer& PageBuffer::operator=(PageBuffer&& other) noexcept {
-  if (this != &other) {
-    release();
-    data_ = std::exchange(other.data_, nullptr);
-    capacity_ = std::exchange(other.capacity_, 0);
-    reserved_ = std::exchange(other.reserved_, 0);
-  }
-  return *this;
-}
-
-PageBuffer::~PageBuffer() {
-  release();
-}
 
 Status PageBuffer::grow(std::size_t bytes) {
   if (bytes <= capacity_) return {};

@@ -6,6 +6,7 @@
 #include <array>
 #include <utility>
 
+#include "platform/stdin_bytes.h"
 #include "platform/windows/console_log.h"
 #include "platform/windows/wide.h"
 
@@ -65,19 +66,6 @@ bool ReadFromConsole(HANDLE console, std::string& buffer) {
   return true;
 }
 
-/// Appends what standard input has next; false at its end.
-bool ReadMore(std::string& buffer) {
-  const HANDLE input = ::GetStdHandle(STD_INPUT_HANDLE);
-  if (IsConsole(input)) return ReadFromConsole(input, buffer);
-  std::array<char, 4096> piece{};
-  DWORD got = 0;
-  if (!::ReadFile(input, piece.data(), static_cast<DWORD>(piece.size()), &got, nullptr)) {
-    return false;
-  }
-  buffer.append(piece.data(), got);
-  return got > 0;
-}
-
 }  // namespace
 
 void SendOutputToLog(Handle log) {
@@ -103,21 +91,16 @@ void WriteStderr(std::string_view text) {
   Write(STD_ERROR_HANDLE, text);
 }
 
-std::optional<std::string> ReadStdinLine() {
-  static std::string buffer;  // read, but not yet handed out
-  std::size_t searched = 0;
-  for (;;) {
-    const auto end = buffer.find('\n', searched);
-    if (end != std::string::npos) {
-      std::string line = buffer.substr(0, end + 1);
-      buffer.erase(0, end + 1);
-      return line;
-    }
-    searched = buffer.size();
-    if (!ReadMore(buffer)) break;
+bool ReadStdin(std::string& buffer) {
+  const HANDLE input = ::GetStdHandle(STD_INPUT_HANDLE);
+  if (IsConsole(input)) return ReadFromConsole(input, buffer);
+  std::array<char, 4096> piece{};
+  DWORD got = 0;
+  if (!::ReadFile(input, piece.data(), static_cast<DWORD>(piece.size()), &got, nullptr)) {
+    return false;
   }
-  if (buffer.empty()) return std::nullopt;
-  return std::exchange(buffer, {});
+  buffer.append(piece.data(), got);
+  return got > 0;
 }
 
 }  // namespace mrb::platform

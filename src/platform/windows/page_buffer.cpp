@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
-#include <utility>
 
 #include "platform/windows/system_error.h"
 
@@ -37,25 +36,6 @@ void Free(char* reservation) {
 }
 
 }  // namespace
-
-PageBuffer::PageBuffer(PageBuffer&& other) noexcept
-    : data_(std::exchange(other.data_, nullptr)),
-      capacity_(std::exchange(other.capacity_, 0)),
-      reserved_(std::exchange(other.reserved_, 0)) {}
-
-PageBuffer& PageBuffer::operator=(PageBuffer&& other) noexcept {
-  if (this != &other) {
-    release();
-    data_ = std::exchange(other.data_, nullptr);
-    capacity_ = std::exchange(other.capacity_, 0);
-    reserved_ = std::exchange(other.reserved_, 0);
-  }
-  return *this;
-}
-
-PageBuffer::~PageBuffer() {
-  release();
-}
 
 Status PageBuffer::grow(std::size_t bytes) {
   if (bytes <= capacity_) return {};
