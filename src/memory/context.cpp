@@ -17,6 +17,16 @@ Context::Context(platform::FileSystem& files, const std::string& contexts_folder
       folder_(JoinPath(contexts_folder, id)),
       id_(std::move(id)) {}
 
+std::shared_lock<platform::SharedMutex> Context::share() {
+  const std::lock_guard turn(queue_);
+  return std::shared_lock(mutex_);
+}
+
+std::unique_lock<platform::SharedMutex> Context::own() {
+  const std::lock_guard turn(queue_);
+  return std::unique_lock(mutex_);
+}
+
 Status Context::make_folder() {
   const bool first = !platform::Exists(files_, contexts_folder_);
   if (const Status made = platform::MakeDirectories(files_, folder_); !made) {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <shared_mutex>
 #include <string>
 
 #include "memory/context_store.h"
@@ -16,7 +18,10 @@ class Context {
  public:
   Context(platform::FileSystem& files, const std::string& contexts_folder, std::string id);
 
-  [[nodiscard]] platform::SharedMutex& mutex() { return mutex_; }
+  /// The mutex, shared with other readers or alone. By itself it may let readers that keep coming
+  /// hold a writer up for ever; through these two, who asks first comes first.
+  [[nodiscard]] std::shared_lock<platform::SharedMutex> share();
+  [[nodiscard]] std::unique_lock<platform::SharedMutex> own();
 
   /// The store, or nothing while it is not loaded (or must be loaded anew). Needs the mutex,
   /// shared.
@@ -41,6 +46,7 @@ class Context {
   std::string contexts_folder_;
   std::string folder_;
   std::string id_;
+  std::mutex queue_;  // held only while waiting for mutex_
   platform::SharedMutex mutex_;
   std::optional<platform::FileLock> lock_;  // guarded by mutex_, as all below
   std::unique_ptr<ContextStore> store_;

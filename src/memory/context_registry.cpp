@@ -54,12 +54,12 @@ Result<ReadAccess> ContextRegistry::read(std::string_view id) {
     return no_context();
   }
   for (;;) {
-    std::shared_lock shared(context->mutex());
+    auto shared = context->share();
     if (const ContextStore* store = context->loaded()) {
       return ReadAccess{context, std::move(shared), store};
     }
     shared.unlock();
-    const std::unique_lock alone(context->mutex());
+    const auto alone = context->own();
     if (const Status opened = context->open(false); !opened) {
       if (opened.error().kind == ErrorKind::kNotFound) {
         return no_context();
@@ -75,7 +75,7 @@ Result<WriteAccess> ContextRegistry::write(std::string_view id) {
   }
   WriteAccess access;
   access.context = find(id, true);
-  access.lock = std::unique_lock(access.context->mutex());
+  access.lock = access.context->own();
   if (const Status opened = access.context->open(true); !opened) {
     return std::unexpected(opened.error());
   }

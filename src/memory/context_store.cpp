@@ -32,7 +32,7 @@ Result<std::string> encode(const RecordFields& fields) {
 ContextStore::ContextStore() : index_(std::make_unique<ContextIndex>(heap_)) {}
 
 ContextStore::ContextStore(platform::FileSystem& files, std::string folder)
-    : file_(std::in_place, files, folder),
+    : file_(std::make_unique<StoreFile>(files, folder)),
       files_(&files),
       folder_(std::move(folder)),
       index_(std::make_unique<ContextIndex>(heap_)) {}

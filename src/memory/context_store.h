@@ -83,7 +83,7 @@ class ContextStore {
   [[nodiscard]] std::uint64_t record_end(std::uint32_t row) const;
   void rebuild();
 
-  std::optional<StoreFile> file_;  // nothing: in memory only
+  std::unique_ptr<StoreFile> file_;  // nothing: in memory only
   platform::FileSystem* files_ = nullptr;
   std::string folder_;
   RecordHeap heap_;

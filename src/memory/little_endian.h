@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <span>
 
 namespace mrb::memory {
 
@@ -25,6 +26,12 @@ inline void StoreLittleEndian(char* bytes, Word word) {
     word = std::byteswap(word);
   }
   std::memcpy(bytes, &word, sizeof word);
+}
+
+/// The word that `bytes`, of exactly its size, hold.
+template <typename Word>
+[[nodiscard]] inline Word LoadLittleEndian(std::span<const char, sizeof(Word)> bytes) {
+  return LoadLittleEndian<Word>(bytes.data());
 }
 
 [[nodiscard]] inline std::uint32_t LoadU32(const char* bytes) {

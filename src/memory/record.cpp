@@ -22,7 +22,7 @@ class FieldReader {
   template <typename Word>
   Word word() {
     const std::string_view bytes = take(sizeof(Word));
-    return ok_ ? LoadLittleEndian<Word>(bytes.data()) : Word{0};
+    return ok_ ? LoadLittleEndian<Word>(std::span(bytes).template first<sizeof(Word)>()) : Word{0};
   }
 
   std::string_view take(std::uint64_t bytes) {

@@ -80,9 +80,11 @@ Status StoreFile::append(std::string_view bytes) {
     return same;
   }
   if (*size > good_) {
-    cut_back(**file, first_failure_.value_or(Error{ErrorKind::kIo, "cannot cut back " + path()}));
+    const Error failure =
+        first_failure_.value_or(Error{ErrorKind::kIo, "cannot cut back " + path()});
+    cut_back(**file, failure);
     if (!size_) {
-      return std::unexpected(*first_failure_);
+      return std::unexpected(failure);
     }
   }
   if (const Status written = write_tail(**file, bytes); !written) {

@@ -73,7 +73,7 @@ std::expected<Written, std::string> write_to_all(const VerbCall& call, std::stri
   if (auto refused = refusal(call, contexts)) {
     return std::unexpected(std::move(*refused));
   }
-  std::optional<Written> all;
+  Written all;
   std::vector<std::string> done;
   for (const std::string& context : contexts) {
     auto access = call.contexts.write(context);
@@ -82,14 +82,14 @@ std::expected<Written, std::string> write_to_all(const VerbCall& call, std::stri
     if (!written) {
       return std::unexpected(write_error(verb, memo.topic, context, written.error(), done));
     }
-    if (!all) {
+    if (done.empty()) {
       all = *written;
     } else {
-      all->replaced += written->replaced;
+      all.replaced += written->replaced;
     }
     done.push_back(context);
   }
-  return *all;
+  return all;
 }
 
 }  // namespace

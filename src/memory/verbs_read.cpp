@@ -115,8 +115,8 @@ std::string RunRetrieve(const VerbCall& call) {
 std::string RunRecent(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
   const bool given = fields.size() == 3 && !OptionalField(fields[2]).empty();
-  const auto wanted = given ? ParseDecimal(fields[2]) : kDefaultRecent;
-  if (fields.size() < 2 || wanted.value_or(0) == 0) {
+  const std::uint64_t wanted = given ? ParseDecimal(fields[2]).value_or(0) : kDefaultRecent;
+  if (fields.size() < 2 || wanted == 0) {
     return GenericUsageError(call);
   }
   const auto access = call.contexts.read(fields[1]);
@@ -125,7 +125,7 @@ std::string RunRecent(const VerbCall& call) {
   }
   const std::string context(fields[1]);
   const ContextIndex& index = access->store->index();
-  const auto rows = newest_rows(index.memos(), std::min(*wanted, kMaxRecent));
+  const auto rows = newest_rows(index.memos(), std::min(wanted, kMaxRecent));
   if (rows.empty()) {
     return OkAnswer("context '" + context + "' has no memos");
   }

@@ -25,7 +25,7 @@ class TestHeap {
                               .keywords = keywords,
                               .vector = {}};
     const std::uint64_t offset = heap.used();
-    const std::uint64_t length = RecordLength(fields).value();
+    const std::uint64_t length = RecordLength(fields).value_or(0);
     EXPECT_TRUE(heap.reserve(offset + length));
     WriteRecord(fields, heap.data() + offset);
     heap.set_used(offset + length);
@@ -44,6 +44,7 @@ class TestHeap {
   void fill(std::size_t memos, unsigned seed) {
     std::mt19937 random(seed);
     std::vector<std::string> words;
+    words.reserve(600);
     for (int i = 0; i < 300; ++i) words.push_back("word" + std::string(random() % 20, 'a') + "x");
     for (int i = 0; i < 60; ++i) {
       const std::string word(2 + random() % 2, static_cast<char>('a' + i % 5));

@@ -22,7 +22,7 @@ std::string record(std::string_view topic, std::string_view content, std::uint64
                             .topic = topic,
                             .keywords = std::span(&keyword, 1),
                             .vector = vector};
-  std::string bytes(RecordLength(fields).value(), '\0');
+  std::string bytes(RecordLength(fields).value_or(0), '\0');
   WriteRecord(fields, bytes.data());
   return bytes;
 }

@@ -23,6 +23,7 @@ TEST(MemoryThreads, AddersAndReadersShareContexts) {
   home.reopen();  // the first touch of the loaded context is a race as well
   std::atomic<int> adders = kAdders;
   std::vector<std::jthread> threads;
+  threads.reserve(kAdders + 2);
   for (int adder = 0; adder < kAdders; ++adder) {
     threads.emplace_back([&, adder] {
       for (int i = 0; i < kAdds; ++i) {

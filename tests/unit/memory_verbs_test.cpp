@@ -190,7 +190,7 @@ TEST(MemoryVerbs, AgreesWithAPlainModel) {
     const std::string at = "me, c, " + topic + ", " + std::to_string(n);
     switch (random() % 12) {
       case 0:
-        (void)home.run("add me, c, " + topic + ", , " + content);
+        (void)home.run(std::string("add me, c, ").append(topic).append(", , ").append(content));
         memos = {content};
         break;
       case 1:
@@ -202,14 +202,17 @@ TEST(MemoryVerbs, AgreesWithAPlainModel) {
         if (n > 0) memos.erase(memos.begin() + static_cast<std::ptrdiff_t>(n) - 1);
         break;
       case 3:
-        EXPECT_EQ(IsErrorAnswer(home.run("update " + at + ", kw, note, " + content)), n == 0);
+        EXPECT_EQ(IsErrorAnswer(home.run(
+                      std::string("update ").append(at).append(", , note, ").append(content))),
+                  n == 0);
         if (n > 0) memos[n - 1] = content;
         break;
       case 4:
         home.reopen();
         break;
       default:
-        (void)home.run("addmemo me, c, " + topic + ", , usage, " + content);
+        (void)home.run(
+            std::string("addmemo me, c, ").append(topic).append(", , usage, ").append(content));
         memos.push_back(content);
     }
     std::string joined;
