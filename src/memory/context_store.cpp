@@ -159,6 +159,9 @@ Result<std::uint64_t> ContextStore::append(const RecordFields& fields) {
   if (const Status ready = prepare_write(); !ready) {
     return std::unexpected(ready.error());
   }
+  if (index_->memos().size() + 1 >= kMaxMemos) {
+    return Fail(ErrorKind::kNoSpace, "the context holds as many memos as it can number");
+  }
   const auto length = RecordLength(fields);
   if (!length) {
     return Fail(ErrorKind::kInvalidArgument, "a field of the memo is longer than 4 GiB");

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <thread>
 #include <utility>
 
+#include "memory/link_builder.h"
 #include "memory/memo_types.h"
 #include "memory/parallel.h"
 
@@ -16,9 +16,8 @@ namespace {
 constexpr std::size_t kMaxThreads = 16;
 constexpr std::uint64_t kBytesPerThread = 4U << 20;  // less is done before a thread has started
 constexpr std::size_t kBlock = 16;                   // records whose topics are fetched together
-constexpr std::size_t kBatch = 32;         // keywords whose table slots are fetched together
-constexpr std::uint32_t kMergeAhead = 8;   // names whose slots are fetched before their turn
-constexpr std::uint32_t kPickBlock = 256;  // keywords a thread takes at a time
+constexpr std::size_t kBatch = 32;        // keywords whose table slots are fetched together
+constexpr std::uint32_t kMergeAhead = 8;  // names whose slots are fetched before their turn
 
 /// What a range knows of a keyword while it is scanned; small, because it is touched for every
 /// posting.
@@ -287,68 +286,16 @@ void IndexBuilder::scatter(Range& range) {
   }
 }
 
-/// The keyword numbers of any memo, for one thread.
-class IndexBuilder::PostedIds {
- public:
-  explicit PostedIds(const std::vector<Range>& ranges) : ranges_(ranges) {}
-
-  /// Rows are scattered over the whole store: each is asked for in three steps, many rows at a
-  /// time.
-  void prefetch_start(std::uint32_t row) {
-    const Range& range = range_of(row);
-    __builtin_prefetch(range.starts.data() + (row - range.first));
-  }
-  void prefetch_ids(std::uint32_t row) {
-    const Range& range = range_of(row);
-    const std::uint32_t* ids = range.posted.data() + range.starts[row - range.first];
-    __builtin_prefetch(ids);
-    __builtin_prefetch(ids + 16);  // the next cache line
-  }
-  std::span<const std::uint32_t> operator()(std::uint32_t row) {
-    const Range& range = range_of(row);
-    const std::uint64_t* start = range.starts.data() + (row - range.first);
-    const std::size_t count = std::min<std::size_t>(start[1] - start[0], kMaxSampleWords);
-    const std::span<const std::uint32_t> local{range.posted.data() + start[0], count};
-    if (&range == &ranges_.front()) {
-      return local;  // its numbers are the global ones
-    }
-    std::ranges::transform(local, ids_.begin(),
-                           [&](std::uint32_t id) { return range.keyword_map.global[id]; });
-    return std::span(ids_).first(count);
-  }
-
- private:
-  [[nodiscard]] const Range& range_of(std::uint32_t row) const {
-    return *(std::ranges::upper_bound(ranges_, row, {}, &Range::first) - 1);
-  }
-
-  const std::vector<Range>& ranges_;
-  std::array<std::uint32_t, kMaxSampleWords> ids_;
-};
-
 void IndexBuilder::link_keywords() {
-  KeywordIndex& keywords = index_->keywords_;
-  PagedArray<ThematicPicks> picks;
-  picks.resize(keywords.size());
-  std::atomic<std::uint32_t> next = 0;
-  RunParallel(ranges_.size(), [&](std::size_t) {
-    SmallCounter counter;
-    PostedIds ids_of(ranges_);
-    for (std::uint32_t from; (from = next.fetch_add(kPickBlock)) < keywords.size();) {
-      const std::uint32_t to = std::min(keywords.size(), from + kPickBlock);
-      for (std::uint32_t id = from; id < to; ++id) {
-        const std::vector<std::uint32_t> rows = SampleRows(keywords, id);
-        std::ranges::for_each(rows, [&](std::uint32_t row) { ids_of.prefetch_start(row); });
-        std::ranges::for_each(rows, [&](std::uint32_t row) { ids_of.prefetch_ids(row); });
-        picks[id] = FindPicks(keywords, id, rows, counter, ids_of);
-      }
-    }
-  });
-  ranges_.clear();
-  for (std::uint32_t id = 0; id < keywords.size(); ++id) {
-    index_->links_.add_keyword(keywords, id);
-    index_->links_.set_picks(keywords, id, picks[id]);
+  std::vector<PostedRange> posted;
+  posted.reserve(ranges_.size());
+  for (const Range& range : ranges_) {
+    const bool local = !posted.empty();  // the first range's numbers are the global ones
+    posted.push_back({range.first, range.posted.span(), range.starts.span(),
+                      local ? std::span(range.keyword_map.global) : std::span<std::uint32_t>()});
   }
+  BuildLinks(index_->keywords_, index_->links_, posted);
+  ranges_.clear();
 }
 
 void IndexBuilder::order_topics() {

@@ -31,7 +31,6 @@ class IndexBuilder {
  private:
   struct Range;
   struct Memo;
-  class PostedIds;
 
   IndexBuilder(const RecordHeap& heap, PagedArray<MemoRow> rows, std::size_t threads);
 

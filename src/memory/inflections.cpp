@@ -54,7 +54,7 @@ void append_derived(std::string_view word, std::vector<std::string>& out) {
 }  // namespace
 
 void AppendInflections(std::string_view word, std::vector<std::string>& out) {
-  if (std::ranges::all_of(word, is_letter)) {
+  if (word.size() <= kMaxWordBytes && std::ranges::all_of(word, is_letter)) {
     append_bases(word, out);
     append_derived(word, out);
   }
@@ -62,12 +62,18 @@ void AppendInflections(std::string_view word, std::vector<std::string>& out) {
 
 std::string BareForm(std::string_view word) {
   std::string bare;
-  for (const char c : word) {
-    if (c != '.' && (c < '0' || c > '9')) {
+  std::size_t cuts = 0;
+  bool cutting = false;
+  for (const char c : word.substr(0, kMaxWordBytes)) {
+    const bool cut = c == '.' || (c >= '0' && c <= '9');
+    cuts += cut && !cutting ? 1 : 0;
+    cutting = cut;
+    if (!cut) {
       bare.push_back(c);
     }
   }
-  return bare.size() >= kMinBareBytes ? bare : std::string();
+  const bool is_word = word.size() <= kMaxWordBytes && cuts <= kMaxCuts;
+  return is_word && bare.size() >= kMinBareBytes ? bare : std::string();
 }
 
 }  // namespace mrb::memory

@@ -13,6 +13,11 @@ inline constexpr std::size_t kMinBaseBytes = 3;
 /// Letters that must remain when dots and digits are taken out of a token.
 inline constexpr std::size_t kMinBareBytes = 2;
 
+/// Longer tokens, and those whose letters dots and digits interrupt more often, are identifiers
+/// that mean one thing only, not words with forms.
+inline constexpr std::size_t kMaxWordBytes = 32;
+inline constexpr std::size_t kMaxCuts = 2;
+
 /// The words whose simple inflection `word` may be and those that may be its own, in a fixed order:
 /// plural -s, -es and -ies, -ing and -ed, a final e dropped. Empty unless the word is all letters.
 void AppendInflections(std::string_view word, std::vector<std::string>& out);

@@ -57,11 +57,14 @@ class PagedArray {
   void clear() { *this = PagedArray(); }
 
  private:
+  static constexpr std::size_t kFirstBytes = 16384;
+
   void grow(std::size_t size) {
     constexpr std::size_t kMost = static_cast<std::size_t>(-1) / (2 * sizeof(T));
     // A quarter more than asked keeps the number of steps logarithmic; untouched pages cost
     // nothing.
-    if (size > kMost || !pages_.grow(std::max(size, size_ + size_ / 4) * sizeof(T)).has_value()) {
+    const std::size_t entries = std::max({size, size_ + size_ / 4, kFirstBytes / sizeof(T)});
+    if (size > kMost || !pages_.grow(entries * sizeof(T)).has_value()) {
       throw std::bad_alloc();
     }
   }

@@ -3,9 +3,15 @@
 namespace mrb::memory {
 
 void RecordWalk::advance(std::string_view data, bool last) {
+  if (data.size() < retry_at_ && !last) {
+    return;
+  }
   while (rows_.size() < kMaxMemos) {
     const auto record = ReadRecord(data, end_);
     if (!record || (record->vector_missing && !last)) {
+      // A record of many slices is walked again from its start: not at every slice, or a crafted
+      // one would cost the square of its size.
+      retry_at_ = data.size() + (data.size() - end_);
       return;
     }
     MemoRow row;

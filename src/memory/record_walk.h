@@ -29,6 +29,7 @@ class RecordWalk {
  private:
   PagedArray<MemoRow>& rows_;
   std::uint64_t end_ = 0;
+  std::uint64_t retry_at_ = 0;  // bytes that make another look at an unfinished record worthwhile
   bool vector_missing_ = false;
 };
 
