@@ -150,7 +150,7 @@ class Bench {
                                         .topic = memo.topic,
                                         .keywords = memo.keywords,
                                         .vector = {}};
-      std::string bytes(*memory::RecordLength(fields), '\0');
+      std::string bytes(memory::RecordLength(fields).value_or(0), '\0');
       memory::WriteRecord(fields, bytes.data());
       appends.push_back(seconds_of([&] {
         if (!(*raw)->append(bytes) || !(*raw)->sync()) stop("append failed");
@@ -200,6 +200,7 @@ class Bench {
   void tokenize() {
     MemoryCorpus corpus(3);
     std::vector<std::string> texts;
+    texts.reserve(100'000);
     std::uint64_t bytes = 0;
     for (int i = 0; i < 100'000; ++i) {
       texts.push_back(corpus.next(kMillion).content);

@@ -91,7 +91,7 @@ Result<MemoryCorpus::Written> MemoryCorpus::write_store(platform::FileSystem& fi
                                       .keywords = memo.keywords,
                                       .vector = {}};
     const std::size_t start = buffer.size();
-    buffer.resize(start + *memory::RecordLength(fields));
+    buffer.resize(start + memory::RecordLength(fields).value_or(0));
     memory::WriteRecord(fields, buffer.data() + start);
     written.postings += memo.keywords.size();
     if (buffer.size() >= kBuffer || i + 1 == memos) {
