@@ -199,12 +199,11 @@ class Bench {
 
   void tokenize() {
     MemoryCorpus corpus(3);
-    std::vector<std::string> texts;
-    texts.reserve(100'000);
+    std::vector<std::string> texts(100'000);
     std::uint64_t bytes = 0;
-    for (int i = 0; i < 100'000; ++i) {
-      texts.push_back(corpus.next(kMillion).content);
-      bytes += texts.back().size();
+    for (std::string& text : texts) {
+      text = corpus.next(kMillion).content;
+      bytes += text.size();
     }
     std::vector<double> times;
     std::uint64_t tokens = 0;

@@ -12,11 +12,13 @@ namespace {
 
 // Slightly flatter than 1, so that a memo of 18 words repeats less than one of them.
 constexpr double kZipfExponent = 0.9;
+constexpr std::uint64_t kVocabularySeed = 1;
 constexpr std::size_t kGuideSteps = 1U << 16;
 constexpr std::uint64_t kStart = 1'600'000'000;  // write times, a memo a minute
 constexpr std::size_t kBuffer = 8U << 20;
 
-std::vector<std::string> make_words(std::mt19937_64& random) {
+std::vector<std::string> make_words() {
+  std::mt19937_64 random(kVocabularySeed);
   constexpr std::string_view kConsonants = "bcdfghjklmnprstvwz";
   constexpr std::string_view kVowels = "aeiou";
   std::set<std::string> known;
@@ -38,7 +40,7 @@ std::vector<std::string> make_words(std::mt19937_64& random) {
 }  // namespace
 
 MemoryCorpus::MemoryCorpus(std::uint64_t seed)
-    : random_(seed), words_(make_words(random_)), used_in_(kVocabulary) {
+    : random_(seed), words_(make_words()), used_in_(kVocabulary) {
   double sum = 0;
   for (std::size_t i = 0; i < kVocabulary; ++i) {
     sum += std::pow(static_cast<double>(i + 1), -kZipfExponent);

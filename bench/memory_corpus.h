@@ -11,8 +11,8 @@
 namespace mrb::bench {
 
 /// Made-up memos with the statistics of real text: 50,000 words whose frequencies follow Zipf's
-/// law, 12 to 25 of them to a memo, eight memos to a topic. The same seed makes the same memos
-/// everywhere.
+/// law, 12 to 25 of them to a memo, eight memos to a topic. The words are always the same, and
+/// the same seed makes the same memos of them everywhere.
 class MemoryCorpus {
  public:
   static constexpr std::size_t kVocabulary = 50'000;
