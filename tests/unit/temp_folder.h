@@ -1,10 +1,8 @@
 #pragma once
 
-#include <atomic>
 #include <filesystem>
+#include <random>
 #include <string>
-
-#include "platform/process.h"
 
 namespace mrb::test {
 
@@ -12,12 +10,12 @@ namespace mrb::test {
 class TempFolder {
  public:
   TempFolder() {
-    static std::atomic<int> counter{0};
-    const auto name = "mb-test-" + std::to_string(platform::ProcessId()) + "-" +
-                      std::to_string(counter.fetch_add(1));
-    root_ = std::filesystem::temp_directory_path() / name;
-    std::filesystem::remove_all(root_);
-    std::filesystem::create_directories(root_);
+    // Process numbers come again, and what an earlier run left may be more than can be removed here
+    // (paths too long for the library), so the name has to be a new one.
+    std::random_device random;
+    do {
+      root_ = std::filesystem::temp_directory_path() / ("mb-test-" + std::to_string(random()));
+    } while (!std::filesystem::create_directories(root_));
   }
   TempFolder(const TempFolder&) = delete;
   TempFolder& operator=(const TempFolder&) = delete;
