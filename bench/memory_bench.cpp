@@ -206,6 +206,7 @@ class Bench {
       bytes += text.size();
     }
     std::vector<double> times;
+    times.reserve(5);
     std::uint64_t tokens = 0;
     for (int run = 0; run < 5; ++run) {
       times.push_back(seconds_of([&] {
