@@ -52,9 +52,10 @@ double MedianOf(int runs, const std::function<void()>& work) {
   return Median(times);
 }
 
-pid_t Start(const std::vector<std::string>& words) {
+pid_t Start(std::vector<std::string> words) {
   std::vector<char*> arguments;
-  for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
+  arguments.reserve(words.size() + 1);
+  for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   posix_spawn_file_actions_t quiet;
   posix_spawn_file_actions_init(&quiet);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <memory>
 
 namespace mrb {
 namespace {
@@ -63,8 +64,9 @@ std::vector<std::string_view> SplitWords(std::string_view text) {
 
 std::optional<std::uint64_t> ParseDecimal(std::string_view text) {
   std::uint64_t value = 0;
-  const char* end = text.data() + text.size();
-  const auto parsed = std::from_chars(text.data(), end, value);
+  const char* begin = std::to_address(text.begin());
+  const char* end = begin + text.size();
+  const auto parsed = std::from_chars(begin, end, value);
   if (text.empty() || parsed.ec != std::errc{} || parsed.ptr != end) return std::nullopt;
   return value;
 }
