@@ -5,7 +5,6 @@
 #include <string_view>
 #include <utility>
 
-#include "common/answer.h"
 #include "common/version.h"
 #include "front/command_line.h"
 #include "front/hand_off.h"
