@@ -36,6 +36,10 @@ class Socket {
   /// Receives at most `bytes`; 0 when the peer has ended its side. kTimedOut after the time-out.
   [[nodiscard]] Result<std::size_t> receive(char* out, std::size_t bytes);
 
+  /// Receives what has arrived already, without waiting: as receive(), and kTimedOut when nothing
+  /// has.
+  [[nodiscard]] Result<std::size_t> receive_arrived(char* out, std::size_t bytes);
+
   /// Sends a part of `bytes`; how much is answered.
   [[nodiscard]] Result<std::size_t> send(std::string_view bytes);
 

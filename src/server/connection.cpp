@@ -12,33 +12,30 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using platform::Milliseconds;
 
-constexpr Milliseconds kDrainTimeout{2000};  // of silence
 constexpr Milliseconds kNoTimeout{0};
 
 // However steadily a peer drips bytes, it gives its thread back after these.
 constexpr std::chrono::seconds kHeadTime{60};
 constexpr std::chrono::seconds kBodyTime{600};
-constexpr std::chrono::seconds kDrainTime{10};
 
 constexpr std::size_t kPiece = 4096;
-constexpr std::size_t kDrainPiece = 512;
 constexpr std::size_t kKeptAnswer = 65536;
 
 }  // namespace
 
-void Connection::serve() {
+bool Connection::serve() {
   buffers_.reader.clear();
-  if (!read_head()) return;
+  if (!read_head()) return false;
 
   Request request = this->request();
   const std::uint64_t body_length = BodyLength(request.head);
-  if (body_length > kMaxBody) return;
+  if (body_length > kMaxBody) return false;
   if (IsSignIn(request.line)) return sign_in(body_length);
   if (loopback_) {
     request.trusted = IsTrusted(request.head, loopback_, services_.port);
   } else {
     const GateDecision decision = PassGate(request, services_.gate);
-    if (decision.passage == GateDecision::Passage::kDrop) return;
+    if (decision.passage == GateDecision::Passage::kDrop) return false;
     if (decision.passage == GateDecision::Passage::kRefuse) return answer(decision.refusal);
     request.trusted = decision.trusted;
   }
@@ -49,7 +46,7 @@ void Connection::serve() {
   request = this->request();  // the buffer may have moved
   request.body = buffers_.reader.rest().substr(0, static_cast<std::size_t>(body_length));
   request.trusted = trusted;
-  answer(AnswerRequest(request, services_.routes));
+  return answer(AnswerRequest(request, services_.routes));
 }
 
 Request Connection::request() const {
@@ -87,22 +84,24 @@ void Connection::read_body(std::uint64_t length) {
   }
 }
 
-void Connection::sign_in(std::uint64_t body_length) {
+bool Connection::sign_in(std::uint64_t body_length) {
   std::string_view body;  // one too long for a token is left unread, and no token
   if (body_length <= kMaxSignInBody) {
     read_body(body_length);
     body = buffers_.reader.rest().substr(0, static_cast<std::size_t>(body_length));
   }
-  answer(AnswerSignIn(body, services_.gate));
+  return answer(AnswerSignIn(body, services_.gate));
 }
 
-void Connection::upgrade(const Request& request) {
+bool Connection::upgrade(const Request& request) {
   if (!MayEnter(request, Access::kNoForeignPage)) {
     return answer(JsonFailure(kForbidden, "loopback only"));
   }
   (void)socket_.set_receive_timeout(kNoTimeout);
   WebSocketConnection connection(socket_, services_.clients, services_.routes.options.chat);
-  if (connection.serve(request, buffers_.reader.rest())) take_leave();
+  if (!connection.serve(request, buffers_.reader.rest())) return false;
+  socket_.shutdown_send();
+  return true;
 }
 
 bool Connection::send_answer(const Response& response) {
@@ -114,25 +113,13 @@ bool Connection::send_answer(const Response& response) {
   return sent;
 }
 
-void Connection::answer(const Response& response) {
-  if (send_answer(response)) take_leave();
+bool Connection::answer(const Response& response) {
+  const bool sent = send_answer(response);
+  if (sent) socket_.shutdown_send();
   if (response.close_resident && services_.routes.options.request_close) {
     services_.routes.options.request_close();
   }
-}
-
-/// Waits for the peer to close first: closing over bytes that it still sends would reset the
-/// connection, and the reset can overtake the answer.
-void Connection::take_leave() {
-  socket_.shutdown_send();
-  (void)socket_.set_receive_timeout(kDrainTimeout);
-  std::array<char, kDrainPiece> piece;  // NOLINT: as above
-  auto received = socket_.receive(piece.data(), piece.size());
-  if (!received || *received == 0) return;
-  const auto deadline = Clock::now() + kDrainTime;
-  while (received && *received > 0 && Clock::now() < deadline) {
-    received = socket_.receive(piece.data(), piece.size());
-  }
+  return sent;
 }
 
 }  // namespace mrb::server

@@ -38,18 +38,18 @@ class Connection {
              ConnectionBuffers& buffers)
       : socket_(socket), loopback_(loopback), services_(services), buffers_(buffers) {}
 
-  /// Blocks until the connection may be closed, which the caller does.
-  void serve();
+  /// Blocks until the connection may be closed, which the caller does. True when it ended with an
+  /// answer: the sending side is shut down then, and the peer is to close first.
+  [[nodiscard]] bool serve();
 
  private:
   bool read_head();
   void read_body(std::uint64_t length);
   bool receive_piece();
-  void sign_in(std::uint64_t body_length);
-  void upgrade(const Request& request);
+  bool sign_in(std::uint64_t body_length);
+  bool upgrade(const Request& request);
   bool send_answer(const Response& response);
-  void answer(const Response& response);
-  void take_leave();
+  bool answer(const Response& response);
   [[nodiscard]] Request request() const;
 
   platform::Socket& socket_;

@@ -48,8 +48,10 @@ void ConnectionThreads::work(bool permanent) {
     }
     platform::Socket& socket = accepted->socket;
     if (!begin(socket)) break;
-    hooks_.serve(socket, accepted->peer_ipv4, buffers);
-    if (!finish(socket, permanent)) return;
+    const bool answered = hooks_.serve(socket, accepted->peer_ipv4, buffers);
+    forget(socket);
+    if (answered) leaving_.add(std::move(socket));
+    if (!finish(permanent)) return;
   }
   // Notified under the lock: run() returns, and this object goes, only once it is released.
   const std::scoped_lock lock(mutex_);
@@ -86,10 +88,14 @@ void ConnectionThreads::start_another() {
   hooks_.start_failed(last);
 }
 
-/// False when the thread is to end; it no longer counts then.
-bool ConnectionThreads::finish(platform::Socket& socket, bool permanent) {
+void ConnectionThreads::forget(platform::Socket& socket) {
   const std::scoped_lock lock(mutex_);
   std::erase(open_, &socket);
+}
+
+/// False when the thread is to end; it no longer counts then, and this may be gone.
+bool ConnectionThreads::finish(bool permanent) {
+  const std::scoped_lock lock(mutex_);
   if (stopping_ || (!permanent && idle_ >= limits_.idle)) {
     --threads_;
     ended_.notify_all();

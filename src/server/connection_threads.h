@@ -9,6 +9,7 @@
 
 #include "platform/sockets.h"
 #include "server/connection.h"
+#include "server/leaving_sockets.h"
 
 namespace mrb::server {
 
@@ -23,7 +24,8 @@ class ConnectionThreads {
     std::size_t idle = 16;  ///< threads kept waiting: fewer, and eight busy clients churn them
   };
   struct Hooks {
-    std::function<void(platform::Socket&, std::uint32_t peer_ipv4, ConnectionBuffers&)> serve;
+    /// True when the connection ended with an answer, its sending side shut down.
+    std::function<bool(platform::Socket&, std::uint32_t peer_ipv4, ConnectionBuffers&)> serve;
     /// Runs the function on a new detached thread; false when the system has none to give.
     std::function<bool(std::function<void()>)> start_thread;
     /// A thread could not be started. `last`: while this one serves, nobody accepts or ever will.
@@ -44,12 +46,14 @@ class ConnectionThreads {
  private:
   void work(bool permanent);
   bool begin(platform::Socket& socket);
-  bool finish(platform::Socket& socket, bool permanent);
+  void forget(platform::Socket& socket);
+  bool finish(bool permanent);
   void start_another();
 
   platform::Listener& listener_;
   const Limits limits_;
   const Hooks hooks_;
+  LeavingSockets leaving_;
   std::mutex mutex_;
   std::condition_variable ended_;
   // All guarded by mutex_:

@@ -98,7 +98,7 @@ class Server::Impl {
     ConnectionThreads threads(
         listener, {},
         {[&services](platform::Socket& socket, std::uint32_t peer, ConnectionBuffers& buffers) {
-           Connection(socket, IsLoopback(peer), services, buffers).serve();
+           return Connection(socket, IsLoopback(peer), services, buffers).serve();
          },
          StartDetachedThread, [this](bool last) { thread_missing(last); }});
     {

@@ -10,6 +10,7 @@
 #include "server/chat_layer.h"
 #include "server/connection_threads.h"
 #include "server/interpreter_bridge.h"
+#include "server/leaving_sockets.h"
 #include "server/server.h"
 #include "server/websocket_frame.h"
 #include "temp_folder.h"
@@ -263,6 +264,26 @@ TEST(ServerTest, StoppedBeforeItBeginsDoesNotServe) {
   EXPECT_EQ(server.serve(), 0);
 }
 
+TEST(LeavingSocketsTest, LetsThePeerTalkOnUntilItCloses) {
+  ASSERT_TRUE(platform::StartSockets());
+  auto listener = platform::Listener::listen(0, true);
+  ASSERT_TRUE(listener.has_value());
+  LeavingSockets leaving;
+  // Enough that some are looked at by a later add(), the rest by the sweep.
+  constexpr int kPeers = 40;
+  std::vector<Client> clients;
+  for (int i = 0; i < kPeers; ++i) {
+    Client& client = clients.emplace_back(listener->port());
+    auto accepted = listener->accept();
+    ASSERT_TRUE(accepted.has_value());
+    ASSERT_TRUE(accepted->socket.send_all("answer"));
+    accepted->socket.shutdown_send();
+    leaving.add(std::move(accepted->socket));
+    client.send(std::string(2000, 'x'));
+  }
+  for (Client& client : clients) EXPECT_EQ(client.receive(), "answer");
+}
+
 /// A pool whose connections end when the test says so.
 class ConnectionThreadsTest : public testing::Test {
  protected:
@@ -282,6 +303,7 @@ class ConnectionThreadsTest : public testing::Test {
               char byte = 0;
               while (socket.receive(&byte, 1).value_or(0) > 0) (void)socket.send_all({&byte, 1});
               --open_;
+              return false;
             },
             [this, can_start](std::function<void()> body) {
               ++started_;

@@ -107,6 +107,13 @@ Result<std::size_t> Socket::receive(char* out, std::size_t bytes) {
   return static_cast<std::size_t>(got);
 }
 
+Result<std::size_t> Socket::receive_arrived(char* out, std::size_t bytes) {
+  const auto got =
+      Uninterrupted([&] { return ::recv(static_cast<int>(handle_), out, bytes, MSG_DONTWAIT); });
+  if (got < 0) return FailTransfer("receive from");
+  return static_cast<std::size_t>(got);
+}
+
 Result<std::size_t> Socket::send(std::string_view bytes) {
   const auto put = Uninterrupted(
       [&] { return ::send(static_cast<int>(handle_), bytes.data(), bytes.size(), MSG_NOSIGNAL); });

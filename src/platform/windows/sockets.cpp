@@ -172,6 +172,16 @@ Result<std::size_t> Socket::receive(char* out, std::size_t bytes) {
   return static_cast<std::size_t>(got);
 }
 
+Result<std::size_t> Socket::receive_arrived(char* out, std::size_t bytes) {
+  WSAPOLLFD poll{};
+  poll.fd = handle_;
+  poll.events = POLLRDNORM;
+  const int ready = ::WSAPoll(&poll, 1, 0);
+  if (ready < 0) return FailLastError("receive from", "a connection");
+  if (ready == 0) return Fail(ErrorKind::kTimedOut, "nothing has arrived on a connection");
+  return receive(out, bytes);
+}
+
 Result<std::size_t> Socket::send(std::string_view bytes) {
   bytes = bytes.substr(0, INT_MAX);
   const int put = ::send(handle_, bytes.data(), static_cast<int>(bytes.size()), 0);
