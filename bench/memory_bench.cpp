@@ -5,10 +5,12 @@
 //   add        durable addmemo into the 1,000,000 memos, against append + flush of the same bytes
 //   retrieve   read random topics of them
 //   delete     remove a topic of them
+//   keywords   memory.keywords and memory.search over the 1,000,000 memos, answers included
+//   search-10m memory.search over 10,000,000 memos
 //   tokenize   run the tokenizer over their text
 //
-// Without names: all but load-10m. Store files are made once and left in the folder for the next
-// run.
+// Without names: all but those over 10,000,000 memos. Store files are made once and left in the
+// folder for the next run.
 
 #include <algorithm>
 #include <chrono>
@@ -65,6 +67,8 @@ class Bench {
     if (workload == "add") return add();
     if (workload == "retrieve") return retrieve();
     if (workload == "delete") return remove();
+    if (workload == "keywords") return keywords();
+    if (workload == "search-10m") return search_ten_million();
     if (workload == "tokenize") return tokenize();
     stop("no workload '" + workload + "'");
   }
@@ -92,11 +96,15 @@ class Bench {
   memory::MemoryService& service() {
     if (!service_) {
       (void)context("work", kMillion, true);
-      service_ = std::make_unique<memory::MemoryService>(
-          memory::MemoryOptions{folder_, &files_, [] { return std::uint64_t{1'700'000'000}; }});
+      open_service();
       std::printf("%s\n", service_->execute("bench", "stats", "bench, work").c_str());
     }
     return *service_;
+  }
+
+  void open_service() {
+    service_ = std::make_unique<memory::MemoryService>(
+        memory::MemoryOptions{folder_, &files_, [] { return std::uint64_t{1'700'000'000}; }});
   }
 
   /// Brings the file into the system's cache.
@@ -197,6 +205,72 @@ class Bench {
                 times.size());
   }
 
+  /// Runs a verb `runs` times; prints the median time beside the target, and the answer's first
+  /// line.
+  void time_verb(const std::string& name, const std::string& verb, const std::string& rest,
+                 int runs, const char* target) {
+    std::vector<double> times;
+    std::string answer;
+    for (int i = 0; i < runs; ++i) {
+      times.push_back(seconds_of([&] { answer = service().execute("bench", verb, rest); }));
+    }
+    if (!answer.starts_with("OK: ")) stop(verb + ": " + answer);
+    std::printf("%s: median %.3f ms of %d, first %.3f ms (target %s); %zu bytes: %s\n",
+                name.c_str(), median(times) * 1e3, runs, times.front() * 1e3, target, answer.size(),
+                answer.substr(0, answer.find('\n')).c_str());
+  }
+
+  /// How many memos the words reach.
+  std::uint64_t hits_of(const std::string& context, const std::string& words) {
+    const std::string answer =
+        service().execute("bench", "keywords", "bench, " + context + ", " + words);
+    return std::strtoull(answer.c_str() + 4, nullptr, 10);
+  }
+
+  /// `count` neighbouring words, the most frequent ones that reach at most `hits` memos together:
+  /// frequencies fall with the rank.
+  std::string words_of(const std::string& context, std::size_t count, std::uint64_t hits) {
+    const MemoryCorpus corpus;
+    const auto words = [&](std::size_t rank) {
+      std::string text(corpus.word(rank));
+      for (std::size_t i = 1; i < count; ++i) text.append(" ").append(corpus.word(rank + i));
+      return text;
+    };
+    std::size_t low = 0;
+    std::size_t high = MemoryCorpus::kVocabulary - count;
+    while (low < high) {
+      const std::size_t middle = (low + high) / 2;
+      hits_of(context, words(middle)) > hits ? low = middle + 1 : high = middle;
+    }
+    return words(low);
+  }
+
+  void keywords() {
+    for (int i = 0; i < 30; ++i) {
+      const std::string topic = "rare-" + std::to_string(i);
+      (void)service().execute("bench", "add", "bench, work, " + topic + ", , a quetzalcoatl seen");
+    }
+    const auto word = [&](std::uint64_t hits) {
+      return "bench, work, " + words_of("work", 1, hits);
+    };
+    time_verb("keywords, rare word", "keywords", "bench, work, quetzalcoatl", 101, "0.03 ms");
+    time_verb("keywords, 1,000 hits", "keywords", word(1000), 101, "0.4 ms");
+    time_verb("keywords, 100,000 hits", "keywords", word(100'000), 31, "30 ms");
+    const std::string three = words_of("work", 3, 108'000);
+    time_verb("three words, all listed", "keywords", "bench, work, " + three, 31, "30 ms");
+    time_verb("three words, search", "search", "bench, {work}, " + three, 101, "5 ms");
+  }
+
+  void search_ten_million() {
+    service_.reset();
+    (void)context("corpus-10000000", 10 * kMillion);
+    open_service();
+    const std::string three = words_of("corpus-10000000", 3, 1'080'000);
+    time_verb("three words at 10,000,000, search", "search", "bench, {corpus-10000000}, " + three,
+              31, "50 ms");
+    service_.reset();
+  }
+
   void tokenize() {
     MemoryCorpus corpus(3);
     std::vector<std::string> texts(100'000);
@@ -239,7 +313,8 @@ int main(int argc, char** argv) {
       workloads.push_back(argument);
     }
   }
-  if (workloads.empty()) workloads = {"load-1m", "add", "retrieve", "delete", "tokenize"};
+  if (workloads.empty())
+    workloads = {"load-1m", "add", "retrieve", "delete", "keywords", "tokenize"};
   mrb::bench::Bench bench(folder);
   for (const std::string& workload : workloads) bench.run(workload);
 }

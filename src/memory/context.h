@@ -18,6 +18,8 @@ class Context {
  public:
   Context(platform::FileSystem& files, const std::string& contexts_folder, std::string id);
 
+  [[nodiscard]] const std::string& id() const { return id_; }
+
   /// The mutex, shared with other readers or alone. By itself it may let readers that keep coming
   /// hold a writer up for ever; through these two, who asks first comes first.
   [[nodiscard]] std::shared_lock<platform::SharedMutex> share();

@@ -44,6 +44,7 @@ bool ContextIndex::add(std::uint64_t offset) {
   memos_.rows().push_back({offset, record->written, record->props, topic, ordinal,
                            static_cast<std::uint32_t>(posted.size())});
   totals_.count(record->written, record->has_vector());
+  topic_counts_.resize(keywords_.size());
   for (const std::uint32_t keyword : posted) {
     const std::size_t memos = keywords_.rows(keyword).size();
     if (memos >= kFirstPick && std::has_single_bit(memos)) {

@@ -11,6 +11,7 @@
 #include "memory/recency_list.h"
 #include "memory/record.h"
 #include "memory/record_heap.h"
+#include "memory/topic_counts.h"
 
 namespace mrb::memory {
 
@@ -54,6 +55,16 @@ class ContextIndex {
   /// The record of a row, without its vector (see ReadWholeRecord).
   [[nodiscard]] RecordView record(std::uint32_t row) const;
 
+  /// Where a row's record begins, for a prefetch.
+  [[nodiscard]] const char* record_bytes(std::uint32_t row) const {
+    return heap_->bytes().data() + memos_[row].offset;
+  }
+
+  /// In how many topics a keyword occurs. Any reader may ask.
+  [[nodiscard]] std::uint32_t topics_of(std::uint32_t keyword) const {
+    return topic_counts_.count(memos_, topics_, keywords_, keyword);
+  }
+
  private:
   friend class IndexBuilder;
 
@@ -69,6 +80,7 @@ class ContextIndex {
   SmallCounter counter_;  // scratch of find_picks()
   MemoTotals totals_;
   mutable RecencyList recency_;
+  mutable TopicCounts topic_counts_;
 };
 
 }  // namespace mrb::memory

@@ -87,6 +87,24 @@ Result<WriteAccess> ContextRegistry::write(std::string_view id) {
   return access;
 }
 
+std::vector<std::string> ContextRegistry::loaded() {
+  std::vector<std::shared_ptr<Context>> known;
+  {
+    const std::lock_guard lock(mutex_);
+    for (const auto& [key, context] : contexts_) {
+      known.push_back(context);
+    }
+  }
+  std::vector<std::string> ids;
+  for (const auto& context : known) {
+    const auto shared = context->share();
+    if (context->loaded() != nullptr) {
+      ids.push_back(context->id());
+    }
+  }
+  return ids;
+}
+
 Status ContextRegistry::check_writable(std::string_view id) {
   const auto access = read(id);
   if (!access) {

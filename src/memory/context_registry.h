@@ -6,6 +6,7 @@
 #include <shared_mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "memory/context.h"
 
@@ -38,6 +39,9 @@ class ContextRegistry {
 
   /// For writing; makes the context's folder when it is missing.
   [[nodiscard]] Result<WriteAccess> write(std::string_view id);
+
+  /// The ids of all contexts that are loaded now, in the order of their names.
+  [[nodiscard]] std::vector<std::string> loaded();
 
   /// Whether write() would succeed as far as can be told without making anything.
   [[nodiscard]] Status check_writable(std::string_view id);

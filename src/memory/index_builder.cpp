@@ -296,6 +296,7 @@ void IndexBuilder::link_keywords() {
                       local ? std::span(range.keyword_map.global) : std::span<std::uint32_t>()});
   }
   BuildLinks(index_->keywords_, index_->links_, posted);
+  index_->topic_counts_.resize(index_->keywords_.size());
   ranges_.clear();
 }
 

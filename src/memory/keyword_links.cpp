@@ -121,4 +121,28 @@ std::vector<std::uint32_t> KeywordLinks::thematic(const KeywordIndex& keywords,
   return related;
 }
 
+std::vector<std::uint32_t> KeywordLinks::relatives(const KeywordIndex& keywords,
+                                                   std::string_view word) const {
+  std::vector<std::uint32_t> found;
+  const auto add = [&](std::uint32_t id) {
+    if (id != kNoId && found.size() < kMaxSemantic && std::ranges::find(found, id) == found.end()) {
+      found.push_back(id);
+    }
+  };
+  std::vector<std::string> forms;
+  AppendInflections(word, forms);
+  std::ranges::for_each(forms, [&](const std::string& form) { add(keywords.find(form)); });
+  const std::string bare = BareForm(word);
+  if (bare.empty()) {
+    return found;
+  }
+  if (bare != word) {
+    add(keywords.find(bare));
+  } else if (const auto group = bare_forms_.id_at(probe_bare(keywords, bare)); group != kNoId) {
+    const BareGroup& longer = bare_groups_[group];
+    std::ranges::for_each(std::span(longer.ids).first(longer.count), add);
+  }
+  return found;
+}
+
 }  // namespace mrb::memory

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "memory/name_table.h"
@@ -37,6 +38,11 @@ class KeywordLinks {
   /// none twice. As many as picked it, which for a hub of its context may be hundreds.
   [[nodiscard]] std::vector<std::uint32_t> thematic(const KeywordIndex& keywords,
                                                     std::uint32_t id) const;
+
+  /// The keywords that would be the semantic relatives of `word` if it were added now; at most
+  /// kMaxSemantic.
+  [[nodiscard]] std::vector<std::uint32_t> relatives(const KeywordIndex& keywords,
+                                                     std::string_view word) const;
 
  private:
   struct Links {

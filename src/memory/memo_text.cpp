@@ -14,10 +14,16 @@ std::string FormatWritten(std::uint64_t written) {
   return written == 0 ? "untimed" : FormatMinute(written);
 }
 
-std::string FirstLine(std::string_view content) {
+void AppendFirstLine(std::string& out, std::string_view content) {
   const std::string_view line = TrimLineEnd(content.substr(0, content.find('\n')));
   const std::string_view cut = CutUtf8(line, kFirstLineBytes);
-  return std::string(cut).append(cut.size() < line.size() ? "…" : "");
+  out.append(cut).append(cut.size() < line.size() ? "…" : "");
+}
+
+std::string FirstLine(std::string_view content) {
+  std::string line;
+  AppendFirstLine(line, content);
+  return line;
 }
 
 std::string MemoId(const ContextIndex& index, std::uint32_t row) {

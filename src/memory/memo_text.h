@@ -15,6 +15,7 @@ namespace mrb::memory {
 
 /// The first line of a memo, cut with "…" when long.
 [[nodiscard]] std::string FirstLine(std::string_view content);
+void AppendFirstLine(std::string& out, std::string_view content);
 
 /// "topic#n" of a row.
 [[nodiscard]] std::string MemoId(const ContextIndex& index, std::uint32_t row);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 
 #include "common/text.h"
 
@@ -12,19 +13,11 @@ constexpr std::array<std::string_view, 16> kNames = {
     "procedure", "history",    "preference", "note",  "example", "foundation", "protocol", "usage",
     "decision",  "constraint", "reference",  "state", "lesson",  "warning",    "design",   "todo"};
 
-std::string join_names(std::uint32_t bits) {
-  std::string out;
-  for (std::size_t bit = 0; bit < kNames.size(); ++bit) {
-    if ((bits >> bit & 1U) != 0) {
-      out.append(out.empty() ? "" : "|").append(kNames[bit]);
-    }
-  }
-  return out;
-}
+constexpr std::uint32_t kNameBits = 0xFFFF;
 }  // namespace
 
 const std::string& MemoTypeNames() {
-  static const std::string names = join_names(0xFFFF);
+  static const std::string names = FormatMemoTypes(kNameBits);
   return names;
 }
 
@@ -48,9 +41,23 @@ std::string UnknownTypeText(std::string_view name) {
   return "unknown memo property '" + std::string(name) + "' — valid: " + MemoTypeNames();
 }
 
+void AppendMemoTypes(std::string& out, std::uint32_t props) {
+  std::uint32_t bits = props & kNameBits;
+  if (bits == 0) {
+    out.append("untyped");
+    return;
+  }
+  while (bits != 0) {
+    out.append(kNames[static_cast<std::size_t>(std::countr_zero(bits))]);
+    bits &= bits - 1;
+    out.append(bits == 0 ? "" : "|");
+  }
+}
+
 std::string FormatMemoTypes(std::uint32_t props) {
-  std::string names = join_names(props);
-  return names.empty() ? "untyped" : names;
+  std::string names;
+  AppendMemoTypes(names, props);
+  return names;
 }
 
 }  // namespace mrb::memory

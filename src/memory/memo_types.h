@@ -24,5 +24,6 @@ inline constexpr std::uint32_t kVectorBit = 1U << 31;
 
 /// The type names of `props` in bit order, joined by "|"; "untyped" without any.
 [[nodiscard]] std::string FormatMemoTypes(std::uint32_t props);
+void AppendMemoTypes(std::string& out, std::uint32_t props);
 
 }  // namespace mrb::memory

@@ -61,7 +61,7 @@ constexpr auto kRows = std::to_array<VerbRow>({
      "Related terms were linked at ADD time — zero thesaurus work at search time. A miss "
      "answers with related vocabulary that IS in memory, so a wrong guess still lands "
      "within one hop.",
-     nullptr},
+     RunKeywords},
     {"delete", "remove", "",
      "memory.delete <botid>, <context>, <topic>",
      "Remove a memory by topic (compacts RAM, rewrites disk).",
@@ -150,7 +150,7 @@ constexpr auto kRows = std::to_array<VerbRow>({
      "* never sweeps every store on disk (a 10M-memo bucket is a real thing) — it covers "
      "what this server has loaded; name the contexts to load them. Per-context hits cap at "
      "20. Alias: find.",
-     nullptr},
+     RunSearch},
     {"export", "", "",
      "memory.export <botid>, <context>, <dest-file-or-dir>",
      "Copy a context's whole store (self-contained MRB4 data.mrb4: every memo, keyword, "

@@ -52,6 +52,8 @@ struct VerbRow {
 [[nodiscard]] std::string RunRetrieve(const VerbCall& call);
 [[nodiscard]] std::string RunRecent(const VerbCall& call);
 [[nodiscard]] std::string RunStats(const VerbCall& call);
+[[nodiscard]] std::string RunKeywords(const VerbCall& call);
+[[nodiscard]] std::string RunSearch(const VerbCall& call);
 [[nodiscard]] std::string RunStripToTokens(const VerbCall& call);
 [[nodiscard]] std::string RunHelp(const VerbCall& call);
 

@@ -1,0 +1,225 @@
+// keywords and search: recall by the words of a memo.
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdio>
+
+#include "common/answer.h"
+#include "memory/coverage.h"
+#include "memory/fields.h"
+#include "memory/memo_lines.h"
+#include "memory/parallel.h"
+#include "memory/verb_table.h"
+
+namespace mrb::memory {
+
+namespace {
+
+constexpr std::string_view kSearchUsage = "memory.search <botid>, {ctxA,ctxB}|*, <query words>";
+constexpr std::size_t kMaxPerContext = 20;
+constexpr std::size_t kMaxRelated = 24;   // related keywords an answer shows
+constexpr std::size_t kMaxSearchers = 8;  // contexts that one search looks at side by side
+
+std::string number(std::uint64_t value) {
+  return std::to_string(value);
+}
+
+std::string format_score(std::uint32_t quarters) {
+  std::array<char, 32> text;
+  const int length = std::snprintf(text.data(), text.size(), "%g",
+                                   static_cast<double>(quarters) / double{kScoreUnit});
+  return {text.data(), static_cast<std::size_t>(length)};
+}
+
+/// Appends a line per hit: topic#n, types, score and how each term was reached.
+void append_hits(std::string& out, const ContextIndex& index, std::span<const QueryTerm> terms,
+                 const CoverageHits& hits) {
+  std::vector<std::string> heads(kScoreUnit * terms.size() + 1);  // by score
+  for (std::uint32_t score = 1; score < heads.size(); ++score) {
+    heads[score] = " (" + format_score(score) + " via ";
+  }
+  std::vector<std::array<std::string, 4>> matches(terms.size());  // by term and kind
+  for (std::size_t term = 0; term < terms.size(); ++term) {
+    for (unsigned kind = 1; kind <= 3; ++kind) {
+      matches[term].at(kind) =
+          terms[term].text + " " + std::string(MatchName(static_cast<MatchKind>(kind)));
+    }
+  }
+  std::vector<std::uint32_t> rows(hits.size());
+  std::ranges::transform(hits.hits(), rows.begin(), &CoverageHits::Hit::row);
+  AppendMemoLines(out, index, rows, "\n  ", [&](std::string& line, std::size_t i) {
+    const CoverageHits::Hit& hit = hits.hits()[i];
+    const MatchMarks marks = hits.marks(hit);
+    line += heads[hit.score];
+    std::string_view separator;
+    for (std::size_t term = 0; term < matches.size(); ++term) {
+      if (const unsigned kind = marks.of(term); kind != 0) {
+        line.append(separator).append(matches[term].at(kind));
+        separator = ", ";
+      }
+    }
+    line += ")";
+  });
+}
+
+/// "\n  related: a (3 topics), b (1 topic)", the closest first.
+void append_related(std::string& out, const ContextIndex& index,
+                    std::span<const std::uint32_t> keywords) {
+  std::string_view lead = "\n  related: ";
+  for (const std::uint32_t id : keywords.first(std::min(keywords.size(), kMaxRelated))) {
+    const std::uint32_t topics = index.topics_of(id);
+    out.append(lead).append(index.keywords().name(id)).append(" (").append(number(topics));
+    out.append(topics == 1 ? " topic)" : " topics)");
+    lead = ", ";
+  }
+  if (keywords.size() > kMaxRelated) {
+    out += ", ... (" + number(keywords.size() - kMaxRelated) + " more)";
+  }
+}
+
+std::vector<std::uint32_t> related_of(const QueryTerm& term) {
+  std::vector<std::uint32_t> related = term.semantic;
+  related.insert(related.end(), term.thematic.begin(), term.thematic.end());
+  return related;
+}
+
+/// One word: the memos posted under it, else those of the words nearest to it.
+std::string one_keyword(const ContextIndex& index, const QueryTerm& term, std::string_view query,
+                        std::string_view context) {
+  std::string answer = "OK: ";
+  const auto list = [&](std::span<const std::uint32_t> rows, const std::string& via) {
+    answer += number(rows.size()) + " memo hit(s):";
+    AppendMemoLines(answer, index, rows, "\n    ",
+                    [&](std::string& line, std::size_t) { line += via; });
+  };
+  if (term.exact.size() == 1) {
+    list(index.keywords().rows(term.exact.front()), " (via " + term.text + ")");
+    append_related(answer, index, related_of(term));
+    return answer;
+  }
+  QueryTerm nearest = term;
+  if (!nearest.exact.empty()) {
+    nearest.semantic.clear();
+    nearest.thematic.clear();
+  }
+  const CoverageHits hits = RankByCoverage(index, std::span(&nearest, 1), kAllHits);
+  if (!hits.empty()) {
+    answer += number(hits.size()) + " memo hit(s):";
+    std::vector<std::uint32_t> rows(hits.size());
+    std::ranges::transform(hits.hits(), rows.begin(), &CoverageHits::Hit::row);
+    AppendMemoLines(answer, index, rows, "\n    ", [&](std::string& line, std::size_t i) {
+      const auto kind = static_cast<MatchKind>(hits.marks(hits.hits()[i]).of(0));
+      line.append(" (via ").append(term.text);
+      line.append(kind == MatchKind::kExact ? "" : " ");
+      line.append(kind == MatchKind::kExact ? "" : MatchName(kind)).append(")");
+    });
+    append_related(answer, index, related_of(term));
+    return answer;
+  }
+  const std::vector<std::uint32_t> similar = SimilarKeywords(index, term.text);
+  if (similar.empty()) {
+    return ErrorAnswer("keyword '" + std::string(query) + "' not in context '" +
+                       std::string(context) + "'");
+  }
+  answer += "0 keyword hit(s) for '" + std::string(query) + "'";
+  append_related(answer, index, similar);
+  return answer;
+}
+
+std::string no_term_error(std::string_view query) {
+  return ErrorAnswer("no term of '" + std::string(query) +
+                     "' is a word that could be a keyword (two letters or digits at least)");
+}
+
+struct ContextHits {
+  Status failure;
+  std::size_t hits = 0;
+  std::string lines;
+};
+
+ContextHits search_one(ContextRegistry& contexts, std::string_view id, std::string_view query) {
+  ContextHits found;
+  const auto access = contexts.read(id);
+  if (!access) {
+    found.failure = std::unexpected(access.error());
+    return found;
+  }
+  const ContextIndex& index = access->store->index();
+  const std::vector<QueryTerm> terms = ReadQueryTerms(index, query);
+  const CoverageHits hits = RankByCoverage(index, terms, kMaxPerContext);
+  found.hits = hits.size();
+  append_hits(found.lines, index, terms, hits);
+  return found;
+}
+
+}  // namespace
+
+std::string RunKeywords(const VerbCall& call) {
+  const auto fields = SplitFields(call.rest, 3);
+  if (fields.size() < 3) {
+    return GenericUsageError(call);
+  }
+  const std::string_view query = fields[2];
+  const auto access = call.contexts.read(fields[1]);
+  if (!access) {
+    return ErrorAnswer(access.error().text);
+  }
+  const ContextIndex& index = access->store->index();
+  const std::vector<QueryTerm> terms = ReadQueryTerms(index, query);
+  if (terms.empty()) {
+    return no_term_error(query);
+  }
+  if (terms.size() == 1) {
+    return one_keyword(index, terms.front(), query, fields[1]);
+  }
+  const CoverageHits hits = RankByCoverage(index, terms, kAllHits);
+  if (hits.empty()) {
+    return OkAnswer("0 keyword hit(s) for '" + std::string(query) + "'");
+  }
+  std::string answer = "OK: " + number(hits.size()) + " memo(s) ranked by coverage of " +
+                       number(terms.size()) +
+                       " terms (exact 1, semantic .5, thematic .25 per term)";
+  append_hits(answer, index, terms, hits);
+  return answer;
+}
+
+std::string RunSearch(const VerbCall& call) {
+  const auto fields = SplitFields(call.rest, 3);
+  if (fields.size() < 3 || fields[2].empty()) {
+    return ErrorAnswer("usage  " + std::string(kSearchUsage));
+  }
+  const std::string query(fields[2]);
+  const std::vector<std::string> contexts =
+      fields[1] == "*" ? call.contexts.loaded() : SplitContexts(fields[1]);
+  if (contexts.empty()) {
+    return OkAnswer("no contexts loaded — name them: memory.search <botid>, {ctx}, <query>");
+  }
+  if (ReadQueryTerms(ContextStore().index(), query).empty()) {
+    return no_term_error(query);
+  }
+  std::vector<ContextHits> found(contexts.size());
+  std::atomic<std::size_t> next = 0;
+  RunParallel(std::min(contexts.size(), kMaxSearchers), [&](std::size_t) {
+    for (std::size_t i; (i = next.fetch_add(1)) < contexts.size();) {
+      found[i] = search_one(call.contexts, contexts[i], query);
+    }
+  });
+  std::size_t total = 0;
+  std::string lines;
+  for (std::size_t i = 0; i < contexts.size(); ++i) {
+    if (!found[i].failure) {
+      return ErrorAnswer(found[i].failure.error().text);
+    }
+    total += found[i].hits;
+    lines += "\n" + contexts[i] + " — " + number(found[i].hits) + " hit(s)" + found[i].lines;
+  }
+  if (total == 0) {
+    return OkAnswer("no memo in " + number(contexts.size()) + " context(s) matches '" + query +
+                    "'");
+  }
+  return OkAnswer(number(total) + " hit(s) across " + number(contexts.size()) +
+                  " context(s) for '" + query + "'" + lines);
+}
+
+}  // namespace mrb::memory
