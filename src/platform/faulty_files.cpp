@@ -176,6 +176,16 @@ Status FaultyFiles::make_directory(const std::string& path) {
   return real_.make_directory(path);
 }
 
+Status FaultyFiles::make_shared_directory(const std::string& path) {
+  if (faulty()) return Injected(path);
+  return real_.make_shared_directory(path);
+}
+
+Status FaultyFiles::copy_permissions(const std::string& from, const std::string& to) {
+  if (faulty()) return Injected(to);
+  return real_.copy_permissions(from, to);
+}
+
 Status FaultyFiles::remove_file(const std::string& path) {
   if (faulty()) return Injected(path);
   Status removed = real_.remove_file(path);

@@ -42,6 +42,8 @@ class FaultyFiles : public FileSystem {
   Result<FileStatus> status(const std::string& path) override;
   Result<std::vector<DirectoryEntry>> list(const std::string& path) override;
   Status make_directory(const std::string& path) override;
+  Status make_shared_directory(const std::string& path) override;
+  Status copy_permissions(const std::string& from, const std::string& to) override;
   Status remove_file(const std::string& path) override;
   Status rename_replace(const std::string& from, const std::string& to) override;
   Status rename_new(const std::string& from, const std::string& to) override;

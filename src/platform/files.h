@@ -59,10 +59,12 @@ class OpenFile {
 class FileSystem {
  public:
   enum class OpenMode {
-    kRead,       ///< must exist
-    kAppend,     ///< must exist; read and append
-    kAppendNew,  ///< created when missing; read and append
-    kReplace,    ///< created when missing, emptied when there; read and append
+    kRead,           ///< must exist
+    kAppend,         ///< must exist; read and append
+    kAppendNew,      ///< created when missing; read and append
+    kReplace,        ///< created when missing, emptied when there; read and append
+    kReplaceShared,  ///< as kReplace, with the permissions that other programs give a new file
+                     ///< instead of private ones, and never through a link
   };
 
   FileSystem() = default;
@@ -80,6 +82,12 @@ class FileSystem {
   /// Makes one folder, readable by its owner alone where the system knows that. kAlreadyExists when
   /// there is something of that name.
   [[nodiscard]] virtual Status make_directory(const std::string& path) = 0;
+
+  /// The same, with the permissions that other programs give a new folder.
+  [[nodiscard]] virtual Status make_shared_directory(const std::string& path) = 0;
+
+  /// Gives the file `to` the permissions of `from` and, where the process may, its owner.
+  [[nodiscard]] virtual Status copy_permissions(const std::string& from, const std::string& to) = 0;
 
   [[nodiscard]] virtual Status remove_file(const std::string& path) = 0;
 

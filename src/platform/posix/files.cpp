@@ -15,6 +15,9 @@ namespace {
 
 constexpr mode_t kPrivateFile = 0600;
 constexpr mode_t kPrivateFolder = 0700;
+constexpr mode_t kSharedFile = 0666;  // less what the user's mask takes away
+constexpr mode_t kSharedFolder = 0777;
+constexpr mode_t kPermissions = 07777;
 
 int OpenFlags(FileSystem::OpenMode mode) {
   using enum FileSystem::OpenMode;
@@ -27,6 +30,8 @@ int OpenFlags(FileSystem::OpenMode mode) {
       return common | O_RDWR | O_APPEND;
     case kAppendNew:
       return common | O_RDWR | O_APPEND | O_CREAT;
+    case kReplaceShared:
+      return common | O_RDWR | O_APPEND | O_CREAT | O_TRUNC | O_NOFOLLOW;
     case kReplace:
       break;
   }
@@ -80,8 +85,9 @@ int RenameAfterLook(const char* from, const char* to) {
 class PosixFiles final : public FileSystem {
  public:
   Result<std::unique_ptr<OpenFile>> open(const std::string& path, OpenMode mode) override {
+    const mode_t permissions = mode == OpenMode::kReplaceShared ? kSharedFile : kPrivateFile;
     Descriptor fd(
-        Uninterrupted([&] { return ::open(path.c_str(), OpenFlags(mode), kPrivateFile); }));
+        Uninterrupted([&] { return ::open(path.c_str(), OpenFlags(mode), permissions); }));
     if (!fd) return FailErrno("open", path);
     struct stat info{};
     if (::fstat(fd.get(), &info) != 0) return FailErrno("examine", path);
@@ -114,6 +120,29 @@ class PosixFiles final : public FileSystem {
 
   Status make_directory(const std::string& path) override {
     if (::mkdir(path.c_str(), kPrivateFolder) != 0) return FailErrno("make folder", path);
+    return {};
+  }
+
+  Status make_shared_directory(const std::string& path) override {
+    if (::mkdir(path.c_str(), kSharedFolder) != 0) return FailErrno("make folder", path);
+    return {};
+  }
+
+  Status copy_permissions(const std::string& from, const std::string& to) override {
+    struct stat info{};
+    if (::lstat(from.c_str(), &info) != 0) return FailErrno("examine", from);
+    struct stat now{};
+    if (::lstat(to.c_str(), &now) != 0) return FailErrno("examine", to);
+    // Only a privileged process may give files away; for others the owner is the user anyway. The
+    // owner comes first: changing it takes the set-id bits away.
+    if (info.st_uid != now.st_uid || info.st_gid != now.st_gid) {
+      static_cast<void>(
+          ::fchownat(AT_FDCWD, to.c_str(), info.st_uid, info.st_gid, AT_SYMLINK_NOFOLLOW));
+    }
+    if ((info.st_mode & kPermissions) == (now.st_mode & kPermissions)) return {};
+    if (::chmod(to.c_str(), info.st_mode & kPermissions) != 0) {
+      return FailErrno("set the permissions of", to);
+    }
     return {};
   }
 

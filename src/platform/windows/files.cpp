@@ -25,6 +25,7 @@ DWORD DispositionOf(FileSystem::OpenMode mode) {
     case FileSystem::OpenMode::kAppendNew:
       return OPEN_ALWAYS;
     case FileSystem::OpenMode::kReplace:
+    case FileSystem::OpenMode::kReplaceShared:
       break;
   }
   return CREATE_ALWAYS;
@@ -122,6 +123,10 @@ class WindowsFiles final : public FileSystem {
     }
     return {};
   }
+
+  // Permissions come from the folder above here, for every program alike.
+  Status make_shared_directory(const std::string& path) override { return make_directory(path); }
+  Status copy_permissions(const std::string&, const std::string&) override { return {}; }
 
   Status remove_file(const std::string& path) override { return Remove(path); }
 
