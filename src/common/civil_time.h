@@ -5,7 +5,7 @@
 
 namespace mrb {
 
-/// A moment of the proleptic Gregorian calendar, in UTC. No leap seconds.
+/// A moment of the proleptic Gregorian calendar, of no time zone in itself. No leap seconds.
 struct CivilTime {
   std::uint64_t year = 1970;
   unsigned month = 1;  ///< 1 to 12
@@ -15,7 +15,7 @@ struct CivilTime {
   unsigned second = 0;
 };
 
-/// The calendar moment `seconds` after 1970-01-01 00:00 UTC; every value has one.
+/// The calendar moment, in UTC, `seconds` after 1970-01-01 00:00 UTC; every value has one.
 [[nodiscard]] CivilTime CivilFromSeconds(std::uint64_t seconds);
 
 /// "YYYY-MM-DD HH:MM" in UTC; a year past 9999 takes the digits it needs.

@@ -171,6 +171,11 @@ Result<std::vector<DirectoryEntry>> FaultyFiles::list(const std::string& path) {
   return real_.list(path);
 }
 
+Status FaultyFiles::walk(const std::string& root, TreeVisitor& visitor) {
+  if (faulty()) return Injected(root);
+  return real_.walk(root, visitor);
+}
+
 Status FaultyFiles::make_directory(const std::string& path) {
   if (faulty()) return Injected(path);
   return real_.make_directory(path);
@@ -211,6 +216,16 @@ Status FaultyFiles::rename_new(const std::string& from, const std::string& to) {
 Status FaultyFiles::sync_directory(const std::string& path) {
   if (faulty()) return Injected(path);
   return real_.sync_directory(path);
+}
+
+Status FaultyFiles::sync_volume(const std::string& path) {
+  if (faulty()) return Injected(path);
+  Status synced = real_.sync_volume(path);
+  const std::lock_guard lock(mutex_);
+  if (synced) {
+    for (const auto& [name, growth] : growths_) growth->flushed = Growth::kAll;
+  }
+  return synced;
 }
 
 }  // namespace mrb::platform

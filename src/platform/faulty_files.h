@@ -41,6 +41,7 @@ class FaultyFiles : public FileSystem {
   Result<std::unique_ptr<OpenFile>> open(const std::string& path, OpenMode mode) override;
   Result<FileStatus> status(const std::string& path) override;
   Result<std::vector<DirectoryEntry>> list(const std::string& path) override;
+  Status walk(const std::string& root, TreeVisitor& visitor) override;  // one operation in all
   Status make_directory(const std::string& path) override;
   Status make_shared_directory(const std::string& path) override;
   Status copy_permissions(const std::string& from, const std::string& to) override;
@@ -48,6 +49,9 @@ class FaultyFiles : public FileSystem {
   Status rename_replace(const std::string& from, const std::string& to) override;
   Status rename_new(const std::string& from, const std::string& to) override;
   Status sync_directory(const std::string& path) override;
+  /// Counts as flushed what grew so far.
+  Status sync_volume(const std::string& path) override;
+  [[nodiscard]] bool syncs_in_parallel() const override { return false; }  // the count is in order
 
  private:
   class Handle;

@@ -16,6 +16,12 @@ struct FileStatus {
   Type type = Type::kOther;
   std::uint64_t size = 0;        ///< bytes; 0 for a directory
   std::int64_t modified_ns = 0;  ///< nanoseconds since 1970-01-01 00:00 UTC
+  /// When anything of the file last changed, its attributes and times included; no program can set
+  /// it back. 0 when the system does not say.
+  std::int64_t changed_ns = 0;
+  /// The file's number on its volume: another file put in its place has another one, a renamed file
+  /// keeps it. 0 when the system does not say.
+  std::uint64_t file_id = 0;
 };
 
 struct DirectoryEntry {
@@ -50,6 +56,8 @@ class OpenFile {
   [[nodiscard]] virtual Status sync() = 0;
 };
 
+class TreeVisitor;
+
 /// The only door to the disk. Paths are UTF-8 in the system's own form. Thread-safe.
 ///
 /// Every operation is one step that can fail alone, which is what FaultyFiles counts on: anything
@@ -79,6 +87,11 @@ class FileSystem {
   /// The entries of a folder in no particular order, without "." and "..".
   [[nodiscard]] virtual Result<std::vector<DirectoryEntry>> list(const std::string& path) = 0;
 
+  /// Visits every regular file below `root`, in no particular order and as it was when its folder
+  /// was read. Fails when the root cannot be read (kNotFound when it is missing); what vanishes
+  /// below it meanwhile is no error.
+  [[nodiscard]] virtual Status walk(const std::string& root, TreeVisitor& visitor) = 0;
+
   /// Makes one folder, readable by its owner alone where the system knows that. kAlreadyExists when
   /// there is something of that name.
   [[nodiscard]] virtual Status make_directory(const std::string& path) = 0;
@@ -100,6 +113,14 @@ class FileSystem {
   /// Returns once names made, renamed or removed in the folder are on the disk. Nothing to do on a
   /// system whose renames write through.
   [[nodiscard]] virtual Status sync_directory(const std::string& path) = 0;
+
+  /// Returns once everything that was written to the volume of `path`, names included, is on the
+  /// disk; for many files at once far quicker than file by file. kUnavailable on a system where
+  /// only administrators may ask for that: flush each file there.
+  [[nodiscard]] virtual Status sync_volume(const std::string& path) = 0;
+
+  /// Whether flushes from several threads at once are welcome.
+  [[nodiscard]] virtual bool syncs_in_parallel() const { return true; }
 };
 
 /// The machine's real files. Lives as long as the process.

@@ -7,8 +7,10 @@
 #include <cstdio>
 
 #include "platform/posix/descriptor.h"
+#include "platform/posix/file_status.h"
 #include "platform/posix/open_file.h"
 #include "platform/posix/system_error.h"
+#include "platform/posix/tree_walk.h"
 
 namespace mrb::platform {
 namespace {
@@ -36,21 +38,6 @@ int OpenFlags(FileSystem::OpenMode mode) {
       break;
   }
   return common | O_RDWR | O_APPEND | O_CREAT | O_TRUNC;
-}
-
-FileStatus::Type TypeOf(mode_t mode) {
-  if (S_ISREG(mode)) return FileStatus::Type::kFile;
-  return S_ISDIR(mode) ? FileStatus::Type::kDirectory : FileStatus::Type::kOther;
-}
-
-FileStatus StatusOf(const struct stat& info) {
-  FileStatus status;
-  status.type = TypeOf(info.st_mode);
-  if (status.type != FileStatus::Type::kDirectory) {
-    status.size = static_cast<std::uint64_t>(info.st_size);
-  }
-  status.modified_ns = std::int64_t{info.st_mtim.tv_sec} * 1'000'000'000 + info.st_mtim.tv_nsec;
-  return status;
 }
 
 FileStatus::Type TypeOfEntry(DIR* folder, const dirent& entry) {
@@ -118,6 +105,10 @@ class PosixFiles final : public FileSystem {
     return entries;
   }
 
+  Status walk(const std::string& root, TreeVisitor& visitor) override {
+    return WalkTree(root, visitor);
+  }
+
   Status make_directory(const std::string& path) override {
     if (::mkdir(path.c_str(), kPrivateFolder) != 0) return FailErrno("make folder", path);
     return {};
@@ -172,6 +163,14 @@ class PosixFiles final : public FileSystem {
     const int synced = Uninterrupted([&] { return ::fsync(fd.get()); });
     // EINVAL: a file system that keeps nothing to flush for a folder.
     if (synced != 0 && errno != EINVAL) return FailErrno("flush folder", path);
+    return {};
+  }
+
+  Status sync_volume(const std::string& path) override {
+    const Descriptor fd(
+        Uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); }));
+    if (!fd) return FailErrno("open", path);
+    if (::syncfs(fd.get()) != 0) return FailErrno("flush the volume of", path);
     return {};
   }
 };

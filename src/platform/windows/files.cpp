@@ -2,16 +2,15 @@
 
 #include <windows.h>
 
+#include "platform/windows/file_status.h"
 #include "platform/windows/open_file.h"
 #include "platform/windows/rename.h"
 #include "platform/windows/system_error.h"
+#include "platform/windows/tree_walk.h"
 #include "platform/windows/wide.h"
 
 namespace mrb::platform {
 namespace {
-
-constexpr std::int64_t kTicksTo1970 = 116'444'736'000'000'000;  // of 100 ns, from 1601
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 DWORD AccessOf(FileSystem::OpenMode mode) {
   return mode == FileSystem::OpenMode::kRead ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
@@ -31,18 +30,6 @@ DWORD DispositionOf(FileSystem::OpenMode mode) {
   return CREATE_ALWAYS;
 }
 
-/// `tag` says what kind of reparse point it is. Links lead elsewhere; the other kinds (cloud
-/// storage, deduplication) are files as far as anybody can see.
-FileStatus::Type TypeOf(DWORD attributes, DWORD tag) {
-  const bool is_reparse = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-  if (is_reparse && (tag == IO_REPARSE_TAG_SYMLINK || tag == IO_REPARSE_TAG_MOUNT_POINT)) {
-    return FileStatus::Type::kOther;
-  }
-  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return FileStatus::Type::kDirectory;
-  return (attributes & FILE_ATTRIBUTE_DEVICE) != 0 ? FileStatus::Type::kOther
-                                                   : FileStatus::Type::kFile;
-}
-
 /// The reparse tag, which only a search tells without opening the file; 0 for what has none.
 DWORD TagOf(const std::wstring& path, DWORD attributes) {
   if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) return 0;
@@ -53,20 +40,30 @@ DWORD TagOf(const std::wstring& path, DWORD attributes) {
   return found.dwReserved0;
 }
 
-std::uint64_t Join(DWORD high, DWORD low) {
-  return (std::uint64_t{high} << 32U) | low;
-}
-
 FileStatus StatusOf(const WIN32_FILE_ATTRIBUTE_DATA& data, DWORD tag) {
   FileStatus status;
   status.type = TypeOf(data.dwFileAttributes, tag);
   if (status.type == FileStatus::Type::kFile) {
     status.size = Join(data.nFileSizeHigh, data.nFileSizeLow);
   }
-  const auto ticks = static_cast<std::int64_t>(
-      Join(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime));
-  status.modified_ns = (ticks - kTicksTo1970) * 100;
+  status.modified_ns = NanosecondsSince1970(static_cast<LONGLONG>(
+      Join(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)));
   return status;
+}
+
+/// Adds what only an opened file tells. One that may not be opened goes without.
+void AddIdentity(const std::wstring& path, FileStatus& status) {
+  const Handle file(
+      ::CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES, kShareAll, nullptr, OPEN_EXISTING,
+                    FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+  BY_HANDLE_FILE_INFORMATION identity{};
+  FILE_BASIC_INFO times{};
+  if (!file || !::GetFileInformationByHandle(file.get(), &identity) ||
+      !::GetFileInformationByHandleEx(file.get(), FileBasicInfo, &times, sizeof times)) {
+    return;
+  }
+  status.file_id = Join(identity.nFileIndexHigh, identity.nFileIndexLow);
+  status.changed_ns = NanosecondsSince1970(times.ChangeTime.QuadPart);
 }
 
 /// Ends a search however list() is left.
@@ -93,7 +90,9 @@ class WindowsFiles final : public FileSystem {
     if (!::GetFileAttributesExW(wide.c_str(), GetFileExInfoStandard, &data)) {
       return FailLastError("examine", path);
     }
-    return StatusOf(data, TagOf(wide, data.dwFileAttributes));
+    FileStatus status = StatusOf(data, TagOf(wide, data.dwFileAttributes));
+    AddIdentity(wide, status);
+    return status;
   }
 
   Result<std::vector<DirectoryEntry>> list(const std::string& path) override {
@@ -115,6 +114,10 @@ class WindowsFiles final : public FileSystem {
     } while (::FindNextFileW(handle, &found));
     if (::GetLastError() != ERROR_NO_MORE_FILES) return FailLastError("list", path);
     return entries;
+  }
+
+  Status walk(const std::string& root, TreeVisitor& visitor) override {
+    return WalkTree(root, visitor);
   }
 
   Status make_directory(const std::string& path) override {
@@ -139,6 +142,10 @@ class WindowsFiles final : public FileSystem {
   }
 
   Status sync_directory(const std::string&) override { return {}; }  // renames write through
+
+  Status sync_volume(const std::string& path) override {
+    return Fail(ErrorKind::kUnavailable, "cannot flush the whole volume of " + path);
+  }
 };
 
 }  // namespace

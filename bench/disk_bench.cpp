@@ -1,0 +1,129 @@
+// What the file service costs beside the system's own limits.
+//
+//   disk_bench <tree> <folder on the disk>
+//
+// Prints medians: a walk of <tree> beside asking for the status of every file in it, and flushes of
+// one, two and three files at once in <folder>, which is left as it was.
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/paths.h"
+#include "platform/sync_together.h"
+#include "platform/tree_visitor.h"
+
+namespace {
+
+using namespace mrb::platform;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kWalks = 41;
+constexpr int kFlushes = 101;
+constexpr std::size_t kMostFiles = 3;
+
+double MedianOf(int runs, const std::function<void()>& work) {
+  std::vector<double> times;
+  for (int i = 0; i < runs; ++i) {
+    const auto start = Clock::now();
+    work();
+    times.push_back(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
+  }
+  std::ranges::sort(times);
+  return times[times.size() / 2];
+}
+
+class Paths : public TreeVisitor {
+ public:
+  bool enter(std::string_view) override { return true; }
+  void file(std::string_view path, const FileStatus&) override { names.emplace_back(path); }
+  void skipped(std::string_view, Skipped) override {}
+  std::vector<std::string> names;
+};
+
+class Count : public TreeVisitor {
+ public:
+  bool enter(std::string_view) override { return true; }
+  void file(std::string_view, const FileStatus& status) override { bytes += status.size; }
+  void skipped(std::string_view, Skipped) override {}
+  std::uint64_t bytes = 0;
+};
+
+int MeasureWalk(const std::string& root) {
+  Paths paths;
+  const int folder = ::open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (!SystemFiles().walk(root, paths) || folder < 0) {
+    std::fprintf(stderr, "cannot walk %s\n", root.c_str());
+    return 1;
+  }
+  const double ask = MedianOf(kWalks, [&] {
+    struct stat info{};
+    for (const std::string& name : paths.names) {
+      if (::fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) std::abort();
+    }
+  });
+  const double walk = MedianOf(kWalks, [&] {
+    Count count;
+    if (!SystemFiles().walk(root, count)) std::abort();
+  });
+  ::close(folder);
+  std::printf("status of each of %zu files   %8.2f ms\n", paths.names.size(), ask);
+  std::printf("walk of the same tree         %8.2f ms   %.2f x   (at most 1.3 x)\n", walk,
+              walk / ask);
+  return 0;
+}
+
+int MeasureFlushes(const std::string& folder) {
+  std::vector<std::unique_ptr<OpenFile>> files;
+  std::vector<SyncTarget> targets;
+  for (std::size_t i = 0; i < kMostFiles; ++i) {
+    const std::string path = JoinPath(folder, "flush" + std::to_string(i));
+    auto file = SystemFiles().open(path, FileSystem::OpenMode::kReplace);
+    if (!file) {
+      std::fprintf(stderr, "%s\n", file.error().text.c_str());
+      return 1;
+    }
+    static_cast<void>(SystemFiles().remove_file(path));
+    files.push_back(std::move(*file));
+    targets.emplace_back(files.back().get());
+  }
+  const std::string page(4096, 'x');
+  const auto write = [&](std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+      if (!files[i]->append(page)) std::abort();
+    }
+  };
+  for (std::size_t count = 1; count <= kMostFiles; ++count) {
+    const double together = MedianOf(kFlushes, [&] {
+      write(count);
+      if (!SyncTogether(SystemFiles(), std::span(targets).first(count))) std::abort();
+    });
+    const double singly = MedianOf(kFlushes, [&] {
+      write(count);
+      for (std::size_t i = 0; i < count; ++i) {
+        if (!files[i]->sync()) std::abort();
+      }
+    });
+    std::printf("flush %zu file(s)              %8.2f ms   one by one %.2f ms\n", count, together,
+                singly);
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 3) {
+    std::fprintf(stderr, "usage: disk_bench <tree> <folder on the disk>\n");
+    return 2;
+  }
+  const int walked = MeasureWalk(argv[1]);
+  return MeasureFlushes(argv[2]) | walked;
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string_view>
+
+#include "platform/files.h"
+
+namespace mrb::platform {
+
+/// What FileSystem::walk() tells of a tree. Paths are relative to the root and separated by "/" on
+/// every system; their bytes are the system's own (on Linux not always valid UTF-8). A view ends
+/// with its call.
+class TreeVisitor {
+ public:
+  enum class Skipped {
+    kLink,        ///< a symbolic link or a junction; never followed
+    kSpecial,     ///< a device, pipe or socket
+    kUnreadable,  ///< the system refused to list the folder or to examine the file
+  };
+
+  TreeVisitor() = default;
+  TreeVisitor(const TreeVisitor&) = delete;
+  TreeVisitor& operator=(const TreeVisitor&) = delete;
+  virtual ~TreeVisitor() = default;
+
+  /// Asked for each folder below the root before it is read; false leaves out all that is in it.
+  [[nodiscard]] virtual bool enter(std::string_view folder) = 0;
+
+  virtual void file(std::string_view path, const FileStatus& status) = 0;
+
+  virtual void skipped(std::string_view path, Skipped why) = 0;
+};
+
+}  // namespace mrb::platform
