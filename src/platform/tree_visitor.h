@@ -28,6 +28,10 @@ class TreeVisitor {
   virtual void file(std::string_view path, const FileStatus& status) = 0;
 
   virtual void skipped(std::string_view path, Skipped why) = 0;
+
+  /// Without: the walk is for folders only, and asks the system for no file's status where it can
+  /// tell a file without.
+  [[nodiscard]] virtual bool wants_files() const { return true; }
 };
 
 }  // namespace mrb::platform

@@ -7,7 +7,6 @@
 
 #include "platform/faulty_files.h"
 #include "platform/paths.h"
-#include "platform/replace_file.h"
 #include "platform/tree_visitor.h"
 #include "temp_folder.h"
 
@@ -43,7 +42,8 @@ class TreeWalkTest : public ::testing::Test {
   std::string native(const std::string& path) { return JoinPath(folder_.path(), NativePath(path)); }
   void write(const std::string& path, std::string_view text) {
     ASSERT_TRUE(MakeDirectories(SystemFiles(), ParentPath(native(path))));
-    ASSERT_TRUE(ReplaceFile(SystemFiles(), native(path), text));
+    auto file = SystemFiles().open(native(path), FileSystem::OpenMode::kReplace);
+    ASSERT_TRUE(file && (*file)->append(text));
   }
 
   test::TempFolder folder_;

@@ -67,6 +67,7 @@ class Walk {
   }
 
   void visit_entry(int folder, const char* name, unsigned type) {
+    if (type == DT_REG && !wants_files_) return;
     struct stat info{};
     if (type == DT_REG || type == DT_UNKNOWN) {  // unknown: some file systems keep no type there
       if (::fstatat(folder, name, &info, AT_SYMLINK_NOFOLLOW) != 0) {
@@ -92,6 +93,7 @@ class Walk {
 
   int root_;
   TreeVisitor& visitor_;
+  bool wants_files_ = visitor_.wants_files();
   std::string path_;  // of what is being visited
   FolderStack pending_;
   alignas(dirent64) std::array<char, kBlockBytes> block_;
