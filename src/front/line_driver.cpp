@@ -5,9 +5,24 @@
 #include "front/command_text.h"
 #include "front/dispatcher.h"
 #include "front/plain_language.h"
+#include "front/shell_runner.h"
 #include "platform/console.h"
+#include "server/interpreter_bridge.h"
 
 namespace mrb::front {
+
+namespace {
+
+/// `!command` or `shell command`, in the folder of whoever asks.
+std::string RunShellLine(const CommandText& command) {
+  const std::string_view text =
+      command.line.starts_with('!') ? Trim(command.line.substr(1)) : command.arguments;
+  if (text.empty()) return ErrorAnswer("usage  !<command>   |   shell <command>");
+  return OkAnswer("shell output:\n" +
+                  RunShell(std::string(text), server::CurrentCallSettings().working_directory));
+}
+
+}  // namespace
 
 LineOutcome RunLine(const Engine& engine, std::string_view line) {
   const CommandText command = SplitCommand(line);
@@ -16,7 +31,7 @@ LineOutcome RunLine(const Engine& engine, std::string_view line) {
   if (command.line.starts_with("?(")) {
     outcome.answer = NotInThisBuild("?()");
   } else if (command.line.starts_with('!') || command.head == "shell") {
-    outcome.answer = NotInThisBuild("shell");
+    outcome.answer = RunShellLine(command);
   } else if (!HasRoute(command.line) && IsPlainLanguage(command.line)) {
     outcome.answer = RunPlainLanguage(engine, command.line);
   } else {

@@ -95,8 +95,9 @@ TEST_F(DispatcherTest, LineDriverKnowsWhatItUnderstands) {
   const Case cases[] = {
       {"", true, ""},
       {"?(a)", true, "ERROR: '?()' is not available in this build"},
-      {"!ls", true, "ERROR: 'shell' is not available in this build"},
-      {"shell ls", true, "ERROR: 'shell' is not available in this build"},
+      {"! exit 4 ", true, "OK: shell output:\n[exit 4]"},
+      {"shell exit 3", true, "OK: shell output:\n[exit 3]"},
+      {"shell", true, "ERROR: usage  !<command>   |   shell <command>"},
       {"READ x", true, "ERROR: 'read' is not available in this build"},
       {"enroll x", true, "ERROR: 'enroll' is not available in this build"},
       {"unenroll x", true, "ERROR: 'enroll' is not available in this build"},

@@ -8,7 +8,9 @@
 #include <cerrno>
 #include <csignal>
 
+#include "platform/posix/child_process.h"
 #include "platform/posix/descriptor.h"
+#include "platform/posix/process_tree.h"
 #include "platform/posix/system_error.h"
 #include "platform/process.h"
 
@@ -44,7 +46,8 @@ void ResetSignals() {
   for (const int signal : {SIGPIPE, SIGHUP, SIGINT, SIGTERM}) ::signal(signal, SIG_DFL);
 }
 
-[[noreturn]] void BecomeProgram(char* const* arguments, const char* folder, int report) {
+[[noreturn]] void BecomeProgram(char* const* arguments, char* const* environment,
+                                const char* folder, int report) {
   const int null = ::open("/dev/null", O_RDWR);
   if (null < 0) ReportAndDie(report, errno);
   // The report goes above the streams first, or replacing them could overwrite it.
@@ -57,7 +60,7 @@ void ResetSignals() {
   CloseFrom(kReportFd + 1);
   ResetSignals();
   if (::chdir(folder) != 0) ReportAndDie(kReportFd, errno);
-  ::execv(arguments[0], arguments);
+  ::execve(arguments[0], arguments, environment);
   ReportAndDie(kReportFd, errno);
 }
 
@@ -66,12 +69,10 @@ void ResetSignals() {
 Status SpawnDetached(const std::vector<std::string>& arguments, const std::string& folder) {
   if (arguments.empty())
     return Fail(ErrorKind::kInvalidArgument, "cannot start a nameless program");
-  std::vector<char*> pointers;
-  pointers.reserve(arguments.size() + 1);
-  for (const std::string& argument : arguments) {
-    pointers.push_back(const_cast<char*>(argument.c_str()));
-  }
-  pointers.push_back(nullptr);
+  const std::vector<char*> pointers = NullEnded(arguments);
+  // It is to outlive whatever process tree this process belongs to.
+  const std::vector<std::string> environment = EnvironmentWithout({kTreeVariable});
+  const std::vector<char*> variables = NullEnded(environment);
 
   std::array<int, 2> ends{};
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) return FailErrno("start", arguments[0]);
@@ -85,7 +86,7 @@ Status SpawnDetached(const std::vector<std::string>& arguments, const std::strin
     const pid_t second = ::fork();
     if (second < 0) ReportAndDie(write_end.get(), errno);
     if (second > 0) ::_exit(0);
-    BecomeProgram(pointers.data(), folder.c_str(), write_end.get());
+    BecomeProgram(pointers.data(), variables.data(), folder.c_str(), write_end.get());
   }
   write_end.reset(-1);
   int ignored = 0;

@@ -1,0 +1,171 @@
+#include "platform/pseudo_console.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <condition_variable>
+#include <cstdlib>
+#include <mutex>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "platform/command_words.h"
+#include "platform/default_shell.h"
+#include "platform/posix/child_process.h"
+#include "platform/posix/descriptor.h"
+#include "platform/posix/system_error.h"
+
+// The child leads a session whose controlling terminal is ours, so the system hangs the terminal up
+// when the child ends: what others wrote until then is still read, then reading fails with EIO.
+// Only a process that kept the terminal open although it was not hung up, and that could not be
+// found to be killed, can hold the end back; for it the reader also waits for `gone_`.
+
+namespace mrb::platform {
+namespace {
+
+constexpr std::chrono::milliseconds kGraceAfterHangUp{500};
+constexpr std::chrono::milliseconds kGraceWithoutTerminal{2000};
+constexpr std::chrono::milliseconds kPatienceForKeys{5000};
+
+winsize WindowSize(ConsoleSize size) {
+  winsize window{};
+  window.ws_col = size.columns;
+  window.ws_row = size.rows;
+  return window;
+}
+
+struct Terminal {
+  Descriptor master;
+  std::string path;  // of the side that the child gets
+};
+
+Result<Terminal> OpenTerminal(ConsoleSize size) {
+  Terminal terminal;
+  terminal.master.reset(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
+  const int master = terminal.master.get();
+  if (!terminal.master || ::grantpt(master) != 0 || ::unlockpt(master) != 0) {
+    return FailErrno("open", "a terminal");
+  }
+  std::array<char, 64> path{};
+  if (const int failed = ::ptsname_r(master, path.data(), path.size()); failed != 0) {
+    return std::unexpected(SystemError(failed, "name", "a terminal"));
+  }
+  terminal.path = path.data();
+  const winsize window = WindowSize(size);
+  ::ioctl(master, TIOCSWINSZ, &window);
+  if (termios modes{}; ::tcgetattr(master, &modes) == 0) {
+    modes.c_iflag |= IUTF8;  // a backspace takes a whole character away
+    ::tcsetattr(master, TCSANOW, &modes);
+  }
+  return terminal;
+}
+
+class Console final : public PseudoConsole {
+ public:
+  Console(Descriptor master, Descriptor gone, std::unique_ptr<ChildProcess> child)
+      : master_(std::move(master)), gone_(std::move(gone)), child_(std::move(child)) {}
+
+  Result<std::size_t> read(char* out, std::size_t bytes) override {
+    while (!abandoned_) {
+      const auto got = Uninterrupted([&] { return ::read(master_.get(), out, bytes); });
+      if (got >= 0) return static_cast<std::size_t>(got);
+      if (errno == EIO) return 0;
+      if (errno != EAGAIN) return FailErrno("read", "a terminal");
+      wait_for(POLLIN, std::nullopt);
+    }
+    return 0;
+  }
+
+  std::uint32_t wait_for_exit() override {
+    if (!child_->await_end(kGraceWithoutTerminal)) child_->end_tree();
+    static_cast<void>(child_->await_end(std::nullopt));
+    const std::uint32_t code = child_->reap();
+    const std::scoped_lock lock(mutex_);
+    ended_ = true;
+    changed_.notify_all();
+    return code;
+  }
+
+  Status write(std::string_view keys) override {
+    const std::scoped_lock lock(write_mutex_);
+    const auto deadline = std::chrono::steady_clock::now() + kPatienceForKeys;
+    while (!keys.empty()) {
+      if (abandoned_) return Fail(ErrorKind::kClosed, "the terminal was closed");
+      const auto put =
+          Uninterrupted([&] { return ::write(master_.get(), keys.data(), keys.size()); });
+      if (put > 0) {
+        keys.remove_prefix(static_cast<std::size_t>(put));
+        continue;
+      }
+      if (put < 0 && errno != EAGAIN) return FailErrno("write to", "a terminal");
+      const auto left =
+          std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+      if (left.count() <= 0) return Fail(ErrorKind::kTimedOut, "the terminal takes no more keys");
+      wait_for(POLLOUT, left);
+    }
+    return {};
+  }
+
+  Status resize(ConsoleSize size) override {
+    const winsize window = WindowSize(size);
+    if (::ioctl(master_.get(), TIOCSWINSZ, &window) != 0) return FailErrno("resize", "a terminal");
+    return {};
+  }
+
+  void end() override {
+    child_->hang_up(::tcgetpgrp(master_.get()));
+    {
+      std::unique_lock lock(mutex_);
+      changed_.wait_for(lock, kGraceAfterHangUp, [this] { return ended_; });
+    }
+    child_->end_tree();
+    abandoned_ = true;
+    ::eventfd_write(gone_.get(), 1);
+  }
+
+ private:
+  /// Returns at the event, at the end() or after the limit.
+  void wait_for(short events, std::optional<std::chrono::milliseconds> limit) const {
+    std::array<pollfd, 2> waits{{{master_.get(), events, 0}, {gone_.get(), POLLIN, 0}}};
+    ::poll(waits.data(), waits.size(), limit ? static_cast<int>(limit->count()) : -1);
+  }
+
+  const Descriptor master_;
+  const Descriptor gone_;  // readable once end() is through
+  std::atomic<bool> abandoned_{false};
+  std::mutex write_mutex_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool ended_ = false;                         // guarded by mutex_: the child was reaped
+  const std::unique_ptr<ChildProcess> child_;  // last: ended before the terminal goes
+};
+
+std::vector<std::string> ArgumentsOf(const std::string& command_line) {
+  if (auto words = SplitCommandWords(command_line)) return std::move(*words);
+  return {"/bin/sh", "-c", command_line};
+}
+
+}  // namespace
+
+Result<std::unique_ptr<PseudoConsole>> OpenPseudoConsole(const ConsoleStart& start) {
+  auto terminal = OpenTerminal(start.size);
+  if (!terminal) return std::unexpected(std::move(terminal.error()));
+  Descriptor gone(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  if (!gone) return FailErrno("open", "an event");
+  auto child = ChildProcess::start({.arguments = ArgumentsOf(start.command_line),
+                                    .folder = start.folder.empty() ? UserHome() : start.folder,
+                                    .terminal = terminal->path,
+                                    .output = -1});
+  if (!child) return std::unexpected(std::move(child.error()));
+  return std::make_unique<Console>(std::move(terminal->master), std::move(gone), std::move(*child));
+}
+
+}  // namespace mrb::platform
