@@ -7,6 +7,8 @@
 //   delete     remove a topic of them
 //   keywords   memory.keywords and memory.search over the 1,000,000 memos, answers included
 //   search-10m memory.search over 10,000,000 memos
+//   copy       import, clone and export the 1,000,000 memos
+//   contexts   list 10,000 contexts, none of them loaded
 //   tokenize   run the tokenizer over their text
 //
 // Without names: all but those over 10,000,000 memos. Store files are made once and left in the
@@ -69,6 +71,8 @@ class Bench {
     if (workload == "delete") return remove();
     if (workload == "keywords") return keywords();
     if (workload == "search-10m") return search_ten_million();
+    if (workload == "copy") return copy();
+    if (workload == "contexts") return contexts();
     if (workload == "tokenize") return tokenize();
     stop("no workload '" + workload + "'");
   }
@@ -96,15 +100,18 @@ class Bench {
   memory::MemoryService& service() {
     if (!service_) {
       (void)context("work", kMillion, true);
-      open_service();
+      open_service(folder_);
       std::printf("%s\n", service_->execute("bench", "stats", "bench, work").c_str());
     }
     return *service_;
   }
 
-  void open_service() {
-    service_ = std::make_unique<memory::MemoryService>(
-        memory::MemoryOptions{folder_, &files_, [] { return std::uint64_t{1'700'000'000}; }});
+  void open_service(const std::string& contexts_folder) {
+    memory::MemoryOptions options;
+    options.contexts_folder = contexts_folder;
+    options.files = &files_;
+    options.now = [] { return std::uint64_t{1'700'000'000}; };
+    service_ = std::make_unique<memory::MemoryService>(options);
   }
 
   /// Brings the file into the system's cache.
@@ -264,10 +271,46 @@ class Bench {
   void search_ten_million() {
     service_.reset();
     (void)context("corpus-10000000", 10 * kMillion);
-    open_service();
+    open_service(folder_);
     const std::string three = words_of("corpus-10000000", 3, 1'080'000);
     time_verb("three words at 10,000,000, search", "search", "bench, {corpus-10000000}, " + three,
               31, "50 ms");
+    service_.reset();
+  }
+
+  void copy() {
+    const std::string source = platform::JoinPath(folder_, "work/data.mrb4");
+    for (int run = 0; run < 3; ++run) {
+      const std::string to = "copy-" + std::to_string(run);
+      (void)service();
+      time_verb("import of 1,000,000 memos", "import", "bench, imported-" + to + ", " + source, 1,
+                "4000 ms");
+      time_verb("clone of 1,000,000 memos", "clone", "bench, work, " + to, 1, "4000 ms");
+      time_verb("export of 1,000,000 memos", "export", "bench, work, " + folder_ + "/exported", 1,
+                "none");
+      for (const std::string& id : {to, "imported-" + to}) {
+        (void)service().execute("bench", "purge", "bench, " + id);
+        (void)files_.remove_file(platform::JoinPath(
+            folder_, ".purged/" + id + "-1700000000/" + std::string(memory::kStoreFileName)));
+      }
+    }
+    (void)files_.remove_file(folder_ + "/exported");
+  }
+
+  void contexts() {
+    constexpr int kContexts = 10'000;
+    service_.reset();
+    const std::string lineup = platform::JoinPath(folder_, "lineup");
+    for (int i = 0; i < kContexts; ++i) {
+      const std::string path = platform::JoinPath(lineup, "context-" + std::to_string(i));
+      if (platform::Exists(files_, path)) continue;
+      if (!platform::MakeDirectories(files_, path)) stop("cannot make " + path);
+      auto file = files_.open(platform::JoinPath(path, memory::kStoreFileName),
+                              platform::FileSystem::OpenMode::kReplace);
+      if (!file || !(*file)->append(memory::kMagic)) stop("cannot write in " + path);
+    }
+    open_service(lineup);
+    time_verb("listing of 10,000 contexts", "contexts", "bench", 21, "60 ms");
     service_.reset();
   }
 
@@ -314,7 +357,8 @@ int main(int argc, char** argv) {
     }
   }
   if (workloads.empty())
-    workloads = {"load-1m", "add", "retrieve", "delete", "keywords", "tokenize"};
+    workloads = {"load-1m",  "add",  "retrieve", "delete",
+                 "keywords", "copy", "contexts", "tokenize"};
   mrb::bench::Bench bench(folder);
   for (const std::string& workload : workloads) bench.run(workload);
 }

@@ -5,7 +5,9 @@
 
 #include "common/answer.h"
 #include "front/line_driver.h"
+#include "platform/console.h"
 #include "platform/files.h"
+#include "platform/process.h"
 
 namespace mrb::front {
 namespace {
@@ -15,12 +17,27 @@ std::uint64_t UnixSeconds() {
   return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::seconds>(now).count());
 }
 
+/// Where the caller of this thread's command is; for a command of this process' own, where it is.
+std::string CallersFolder() {
+  const std::string& folder = server::CurrentCallSettings().working_directory;
+  return folder.empty() ? platform::CurrentDirectory() : folder;
+}
+
+/// Long work tells how far it has come, to whoever watches this process' console.
+void ShowProgress(const std::string& text) {
+  if (platform::StderrIsConsole()) {
+    platform::WriteStderr("Mirebolt: " + text + "\n");
+  }
+}
+
 }  // namespace
 
 Interpreter::Interpreter(const Homes& homes)
     : memory_({.contexts_folder = homes.contexts_folder(),
                .files = &platform::SystemFiles(),
-               .now = &UnixSeconds}),
+               .now = &UnixSeconds,
+               .working_directory = &CallersFolder,
+               .progress = &ShowProgress}),
       services_{.memory = &memory_, .authors = &authors_, .trace = {}} {}
 
 Engine Interpreter::engine_for(std::string_view bot) const {

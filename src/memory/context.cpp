@@ -91,7 +91,8 @@ Result<ContextStore*> Context::writable_store() {
                 "context '" + id_ + "' cannot be written: " + allowed.error().text);
   }
   const std::string path = JoinPath(folder_, kContextIdFileName);
-  if (!named_ && !platform::Exists(files_, path)) {
+  // A move that a crash cut short may have left the name from before.
+  if (!named_ && platform::ReadFile(files_, path).value_or("") != id_) {
     if (const Status named = platform::ReplaceFile(files_, path, id_); !named) {
       return Fail(named.error().kind,
                   "context '" + id_ + "' cannot be written: " + named.error().text);
@@ -99,6 +100,54 @@ Result<ContextStore*> Context::writable_store() {
   }
   named_ = true;
   return store_.get();
+}
+
+void Context::evict() {
+  store_.reset();
+  lock_.reset();
+  named_ = false;
+}
+
+Status Context::move_to(const std::string& to, const std::function<Status()>& settle) {
+  if (const auto there = files_.status(folder_); !there) {
+    return std::unexpected(there.error());
+  }
+  if (!lock_) {
+    if (const Status locked = take_lock(); !locked) {
+      return locked;
+    }
+  }
+  store_.reset();
+  named_ = false;
+  // Held to the end where the system allows it. Where it does not move a folder with an open file
+  // in it, another process that gets in between keeps the folder from moving.
+  Status moved = files_.rename_new(folder_, to);
+  if (!moved) {
+    lock_.reset();
+    moved = files_.rename_new(folder_, to);
+  }
+  if (moved) {
+    moved = settle_move(to, settle);
+  }
+  lock_.reset();
+  return moved;
+}
+
+Status Context::settle_move(const std::string& to, const std::function<Status()>& settle) {
+  Status settled = settle ? settle() : Status();
+  for (const std::string& parent : {platform::ParentPath(to), contexts_folder_}) {
+    if (settled) {
+      settled = files_.sync_directory(parent);
+    }
+  }
+  if (settled) {
+    return {};
+  }
+  const Status back = files_.rename_new(to, folder_);
+  return back
+             ? settled
+             : Fail(settled.error().kind, settled.error().text + "; the folder is at " + to +
+                                              " and could not be moved back: " + back.error().text);
 }
 
 }  // namespace mrb::memory

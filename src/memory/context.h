@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -40,9 +41,21 @@ class Context {
   /// first, and refuses what must not be written. Needs the mutex alone.
   [[nodiscard]] Result<ContextStore*> writable_store();
 
+  /// Unloads the store, if it is loaded, and lets other processes have the context. Needs the mutex
+  /// alone.
+  void evict();
+
+  /// Unloads the store and moves the folder to `to`, which must be free; `settle` then does what
+  /// has to be done there. A failure of any of it leaves the folder where it was. kNotFound without
+  /// a folder, kBusy when another process has the context. Needs the mutex alone.
+  [[nodiscard]] Status move_to(const std::string& to, const std::function<Status()>& settle);
+
+  [[nodiscard]] const std::string& folder() const { return folder_; }
+
  private:
   [[nodiscard]] Status make_folder();
   [[nodiscard]] Status take_lock();
+  [[nodiscard]] Status settle_move(const std::string& to, const std::function<Status()>& settle);
 
   platform::FileSystem& files_;
   std::string contexts_folder_;
@@ -52,7 +65,7 @@ class Context {
   platform::SharedMutex mutex_;
   std::optional<platform::FileLock> lock_;  // guarded by mutex_, as all below
   std::unique_ptr<ContextStore> store_;
-  bool named_ = false;  // context.id is known to be there
+  bool named_ = false;  // context.id is known to be there and right
 };
 
 }  // namespace mrb::memory

@@ -1,14 +1,21 @@
 #include "memory/context_registry.h"
 
+#include <algorithm>
+#include <thread>
 #include <utility>
 
 #include "common/text.h"
 #include "memory/context_id.h"
+#include "memory/parallel.h"
+#include "memory/store_format.h"
 #include "platform/paths.h"
+#include "platform/replace_file.h"
 
 namespace mrb::memory {
 
 namespace {
+
+constexpr std::size_t kListedPerThread = 1000;  // fewer are listed before a thread has started
 
 ReadAccess no_context() {
   static const ContextStore kNothing;
@@ -103,6 +110,113 @@ std::vector<std::string> ContextRegistry::loaded() {
     }
   }
   return ids;
+}
+
+std::strong_ordering ContextRegistry::compare(std::string_view a, std::string_view b) {
+  return registry_key(a) <=> registry_key(b);
+}
+
+std::string ContextRegistry::folder(std::string_view id) const {
+  return platform::JoinPath(contexts_folder_, id);
+}
+
+bool ContextRegistry::exists(std::string_view id) const {
+  return platform::Exists(files_, folder(id));
+}
+
+ContextRegistry::Listed ContextRegistry::look_at(std::string id) {
+  std::shared_ptr<Context> known;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto found = contexts_.find(registry_key(id));
+    known = found == contexts_.end() ? nullptr : found->second;
+  }
+  Listed listed{.id = std::move(id)};
+  if (known) {
+    const auto shared = known->share();
+    if (const ContextStore* store = known->loaded()) {
+      listed.loaded = true;
+      listed.topics = store->index().topics().size();
+      listed.bytes = store->heap().used();
+      return listed;
+    }
+  }
+  const std::string path = folder(listed.id);
+  if (const auto store = files_.status(platform::JoinPath(path, kStoreFileName))) {
+    listed.bytes = store->size;
+  } else if (const auto old = files_.status(platform::JoinPath(path, kLegacyStoreFileName))) {
+    listed.bytes = old->size;
+    listed.legacy = true;
+  }
+  return listed;
+}
+
+Result<std::vector<ContextRegistry::Listed>> ContextRegistry::list() {
+  std::vector<Listed> listed;
+  auto entries = files_.list(contexts_folder_);
+  if (!entries) {
+    if (entries.error().kind == ErrorKind::kNotFound) {
+      return listed;
+    }
+    return std::unexpected(entries.error());
+  }
+  std::erase_if(*entries, [](const platform::DirectoryEntry& entry) {
+    return entry.type != platform::FileStatus::Type::kDirectory || entry.name.starts_with('.');
+  });
+  std::ranges::sort(*entries, {}, &platform::DirectoryEntry::name);
+  listed.resize(entries->size());
+  const std::size_t threads = std::clamp<std::size_t>(
+      listed.size() / kListedPerThread, 1, std::max(1U, std::thread::hardware_concurrency()));
+  RunParallel(threads, [&](std::size_t thread) {
+    for (std::size_t i = thread; i < listed.size(); i += threads) {
+      listed[i] = look_at(std::move((*entries)[i].name));
+    }
+  });
+  return listed;
+}
+
+Status ContextRegistry::move_out(std::string_view id, const std::string& to) {
+  if (const Status made = platform::MakeDirectories(files_, platform::ParentPath(to)); !made) {
+    return made;
+  }
+  const auto context = find(id, true);
+  const auto alone = context->own();
+  return context->move_to(to, {});
+}
+
+Status ContextRegistry::rename(std::string_view id, std::string_view new_id) {
+  const auto from = find(id, true);
+  const auto to = find(new_id, true);
+  const bool first = compare(id, new_id) < 0;
+  const auto one = first ? from->own() : to->own();
+  const auto other = first ? to->own() : from->own();
+  if (platform::Exists(files_, to->folder())) {
+    return Fail(ErrorKind::kAlreadyExists, to->folder());
+  }
+  to->evict();  // what is left of one whose folder someone took away
+  return from->move_to(to->folder(), [&] {
+    return platform::ReplaceFile(files_, platform::JoinPath(to->folder(), kContextIdFileName),
+                                 new_id);
+  });
+}
+
+Status ContextRegistry::move_in(const std::string& from, std::string_view id) {
+  const auto context = find(id, true);
+  const auto alone = context->own();
+  if (platform::Exists(files_, context->folder())) {
+    return Fail(ErrorKind::kAlreadyExists, context->folder());
+  }
+  context->evict();
+  if (const Status moved = files_.rename_new(from, context->folder()); !moved) {
+    return moved;
+  }
+  for (const std::string& parent : {contexts_folder_, platform::ParentPath(from)}) {
+    if (const Status kept = files_.sync_directory(parent); !kept) {
+      const Status back = files_.rename_new(context->folder(), from);
+      return back ? kept : Fail(kept.error().kind, kept.error().text + "; " + back.error().text);
+    }
+  }
+  return {};
 }
 
 Status ContextRegistry::check_writable(std::string_view id) {

@@ -9,23 +9,13 @@
 #include "memory/record_walk.h"
 #include "memory/store_format.h"
 #include "platform/paths.h"
+#include "platform/replace_file.h"
 
 namespace mrb::memory {
 
 namespace {
 
 constexpr std::uint64_t kDimensionBytes = sizeof(std::uint32_t);
-
-/// The record as bytes of its own.
-Result<std::string> encode(const RecordFields& fields) {
-  const auto length = RecordLength(fields);
-  if (!length) {
-    return Fail(ErrorKind::kInvalidArgument, "a field of the memo is longer than 4 GiB");
-  }
-  std::string bytes(*length, '\0');
-  WriteRecord(fields, bytes.data());
-  return bytes;
-}
 
 }  // namespace
 
@@ -164,7 +154,7 @@ Result<std::uint64_t> ContextStore::append(const RecordFields& fields) {
   }
   const auto length = RecordLength(fields);
   if (!length) {
-    return Fail(ErrorKind::kInvalidArgument, "a field of the memo is longer than 4 GiB");
+    return TooLongError();
   }
   const std::uint64_t offset = heap_.used();
   if (const Status room = heap_.reserve(offset + *length); !room) {
@@ -188,16 +178,15 @@ Result<std::uint64_t> ContextStore::append(const RecordFields& fields) {
   return offset;
 }
 
-Result<std::uint64_t> ContextStore::remove(std::span<const std::uint32_t> rows,
-                                           const RecordFields* added, bool keep_previous) {
+Result<std::uint64_t> ContextStore::exchange(std::span<const std::uint32_t> rows,
+                                             const RecordBatch& added, bool keep_previous) {
   if (const Status ready = prepare_write(); !ready) {
     return std::unexpected(ready.error());
   }
-  const auto record = added == nullptr ? Result<std::string>() : encode(*added);
-  if (!record) {
-    return std::unexpected(record.error());
+  if (index_->memos().size() - rows.size() + added.count() >= kMaxMemos) {
+    return Fail(ErrorKind::kNoSpace, "the context would hold more memos than it can number");
   }
-  if (const Status room = heap_.reserve(heap_.used() + record->size()); !room) {
+  if (const Status room = heap_.reserve(heap_.used() + added.bytes().size()); !room) {
     return std::unexpected(room.error());
   }
   std::vector<std::string_view> pieces;  // what stays, in order
@@ -219,7 +208,7 @@ Result<std::uint64_t> ContextStore::remove(std::span<const std::uint32_t> rows,
       return std::unexpected(previous.error());
     }
   }
-  pieces.push_back(*record);
+  pieces.push_back(added.bytes());
   if (const Status written = rewrite(pieces); !written) {
     return std::unexpected(written.error());
   }
@@ -228,32 +217,59 @@ Result<std::uint64_t> ContextStore::remove(std::span<const std::uint32_t> rows,
     std::memmove(out, piece.data(), piece.size());
     out += piece.size();
   }
-  heap_.set_used(kept + record->size());
+  heap_.set_used(kept + added.bytes().size());
   rebuild();
   return kept;
+}
+
+Result<std::uint64_t> ContextStore::export_to(const std::string& path) const {
+  const std::uint64_t size = bytes_on_disk();
+  if (!file_ || size == 0) {
+    return Fail(ErrorKind::kNotFound, "no store file");
+  }
+  // What the heap does not hold of the file: bytes that were dropped, a file of another format.
+  const std::uint64_t known = convert_ || foreign_ ? 0 : kMagic.size() + heap_.used();
+  std::vector<std::string_view> pieces;
+  std::string tail;
+  if (known > 0 && known <= size) {
+    pieces = {kMagic, heap_.bytes()};
+  }
+  if (const std::uint64_t from = pieces.empty() ? 0 : known; from < size) {
+    auto read = file_->read_from(from);
+    if (!read) {
+      return std::unexpected(read.error());
+    }
+    tail = std::move(*read);
+    pieces.push_back(tail);
+  }
+  if (const Status copied = platform::ReplaceFile(*files_, path, pieces); !copied) {
+    return std::unexpected(copied.error());
+  }
+  return size;
 }
 
 Status ContextStore::replace(std::uint32_t row, const RecordFields& fields) {
   if (const Status ready = prepare_write(); !ready) {
     return ready;
   }
-  const auto record = encode(fields);
-  if (!record) {
-    return std::unexpected(record.error());
+  RecordBatch batch;
+  if (const Status encoded = batch.add(fields); !encoded) {
+    return encoded;
   }
+  const std::string_view record = batch.bytes();
   const std::uint64_t start = index_->memos()[row].offset;
   const std::uint64_t end = record_end(row);
   const std::uint64_t behind = heap_.used() - end;
-  if (const Status room = heap_.reserve(start + record->size() + behind); !room) {
+  if (const Status room = heap_.reserve(start + record.size() + behind); !room) {
     return room;
   }
-  const std::string_view pieces[] = {heap_.text(0, start), *record, heap_.text(end, behind)};
+  const std::string_view pieces[] = {heap_.text(0, start), record, heap_.text(end, behind)};
   if (const Status written = rewrite(pieces); !written) {
     return written;
   }
-  std::memmove(heap_.data() + start + record->size(), heap_.data() + end, behind);
-  std::ranges::copy(*record, heap_.data() + start);
-  heap_.set_used(start + record->size() + behind);
+  std::memmove(heap_.data() + start + record.size(), heap_.data() + end, behind);
+  std::ranges::copy(record, heap_.data() + start);
+  heap_.set_used(start + record.size() + behind);
   rebuild();
   return {};
 }

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "memory/context_index.h"
-#include "memory/record.h"
+#include "memory/record_batch.h"
 #include "memory/record_heap.h"
 #include "memory/store_file.h"
 #include "memory/store_loader.h"
@@ -63,14 +63,19 @@ class ContextStore {
   /// Adds one memo at the end; returns its offset.
   [[nodiscard]] Result<std::uint64_t> append(const RecordFields& fields);
 
-  /// Takes out the memos of `rows` (ascending), then adds `added` if given, in one rewrite; offsets
-  /// and rows behind the first one taken out change. With `keep_previous` the store as it was stays
-  /// beside the new one. Returns the offset of the memo added, or the new end of the heap.
-  [[nodiscard]] Result<std::uint64_t> remove(std::span<const std::uint32_t> rows,
-                                             const RecordFields* added, bool keep_previous);
+  /// Takes out the memos of `rows` (ascending), then adds those of `added`, in one rewrite: all of
+  /// it happens or nothing. Offsets and rows behind the first one taken out change. With
+  /// `keep_previous` the store as it was stays beside the new one. Returns the offset of the first
+  /// memo added, or the new end of the heap.
+  [[nodiscard]] Result<std::uint64_t> exchange(std::span<const std::uint32_t> rows,
+                                               const RecordBatch& added, bool keep_previous);
 
   /// Puts another record in the place of row `row`; the rows stay, offsets behind it change.
   [[nodiscard]] Status replace(std::uint32_t row, const RecordFields& fields);
+
+  /// Copies the store file, byte for byte, to `path`, replacing what is there; returns its size.
+  /// kNotFound when there is no store file yet.
+  [[nodiscard]] Result<std::uint64_t> export_to(const std::string& path) const;
 
   /// Writes the whole heap out as the store file.
   [[nodiscard]] Status save();

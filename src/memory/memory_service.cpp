@@ -13,8 +13,7 @@ namespace mrb::memory {
 class MemoryService::Impl {
  public:
   explicit Impl(MemoryOptions options)
-      : now_(std::move(options.now)),
-        contexts_(*options.files, std::move(options.contexts_folder)) {}
+      : options_(std::move(options)), contexts_(*options_.files, options_.contexts_folder) {}
 
   std::string execute(std::string_view bot, std::string_view verb, std::string_view rest) {
     const VerbRow* row = FindVerb(verb);
@@ -24,11 +23,11 @@ class MemoryService::Impl {
     if (row->run == nullptr) {
       return ErrorAnswer("'memory." + std::string(verb) + "' is not available in this build");
     }
-    return row->run({contexts_, now_, bot, verb, rest});
+    return row->run({contexts_, options_, bot, verb, rest});
   }
 
  private:
-  std::function<std::uint64_t()> now_;
+  MemoryOptions options_;
   ContextRegistry contexts_;
 };
 

@@ -114,6 +114,24 @@ Status StoreFile::replace(std::span<const std::string_view> heap_pieces) {
   return {};
 }
 
+Result<std::string> StoreFile::read_from(std::uint64_t offset) const {
+  const auto file = files_.open(path(), FileSystem::OpenMode::kRead);
+  if (!file) {
+    return std::unexpected(file.error());
+  }
+  const auto size = (*file)->size();
+  if (!size) {
+    return std::unexpected(size.error());
+  }
+  std::string bytes(*size > offset ? *size - offset : 0, '\0');
+  const auto got = (*file)->read_at(offset, bytes.data(), bytes.size());
+  if (!got) {
+    return std::unexpected(got.error());
+  }
+  bytes.resize(*got);
+  return bytes;
+}
+
 Status StoreFile::keep_previous(std::string_view heap) {
   const std::string_view pieces[] = {kMagic, heap};
   return platform::ReplaceFile(files_, JoinPath(folder_, kPreviousStoreFileName), pieces);

@@ -41,6 +41,9 @@ class StoreFile {
   /// Writes `heap` as the previous store file, beside the live one.
   [[nodiscard]] Status keep_previous(std::string_view heap);
 
+  /// The file's bytes from `offset` to its end.
+  [[nodiscard]] Result<std::string> read_from(std::uint64_t offset) const;
+
   /// Present size on disk; 0 when there is no file.
   [[nodiscard]] std::uint64_t size_on_disk() const;
 

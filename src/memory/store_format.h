@@ -12,6 +12,10 @@ inline constexpr std::string_view kLegacyStoreFileName = "data.mem";
 inline constexpr std::string_view kContextIdFileName = "context.id";
 inline constexpr std::string_view kLockFileName = "context.lock";
 
+/// The folders beside the contexts that hold retired ones. No id begins with a dot.
+inline constexpr std::string_view kPurgedFolderName = ".purged";
+inline constexpr std::string_view kArchiveFolderName = ".archive";
+
 /// A store file is one of these four bytes and then records to its end: timed ones behind the first
 /// two, records without a write time behind the last.
 inline constexpr std::string_view kMagic = "MRB4";

@@ -78,7 +78,7 @@ constexpr auto kRows = std::to_array<VerbRow>({
      "Make a directory keyword-retrievable: each file becomes a memory (filename = topic, "
      "StripToTokens(filename) = keywords). The context is the directory.",
      "",
-     nullptr},
+     RunIndexDir},
     {"query", "memquery querymemo qmemo", "",
      "memory.query <botid>, <context>, <?()-expr>",
      "Boolean ?() search over ONE named context's MEMOS with globs — explicit per-call "
@@ -90,7 +90,7 @@ constexpr auto kRows = std::to_array<VerbRow>({
      "Browse the pipeline's context lineup: list every bucket (loaded or on disk) with "
      "topic counts and sizes; name a context to browse INTO it and see its topics.",
      "",
-     nullptr},
+     RunContexts},
     {"w5", "frame", "",
      "memory.w5 <botid>, <context>, <topic>",
      "Dump a topic's wwwww — its five dangling lists: who/what/when/where/why, extracted "
@@ -156,38 +156,38 @@ constexpr auto kRows = std::to_array<VerbRow>({
      "Copy a context's whole store (self-contained MRB4 data.mrb4: every memo, keyword, "
      "type, timestamp, inline vector) to a file.",
      "",
-     nullptr},
+     RunExport},
     {"import", "", "",
      "memory.import <botid>, <context>, <src-file>",
      "Merge a store file (MRB4 data.mrb4, or a legacy MRB2/MRB3 data.mem) INTO a context: "
      "every memo appended in source order with its topic, keywords, type(s), write time and "
      "inline vector. Nothing already there is replaced.",
      "",
-     nullptr},
+     RunImport},
     {"rename", "", "",
      "memory.rename <botid>, <context>, <new-id>",
      "Rename a context — its directory moves, context.id is rewritten, nothing is copied or "
      "lost.",
      "",
-     nullptr},
+     RunRename},
     {"purge", "", "",
      "memory.purge <botid>, <context>",
      "Retire a whole context: its directory moves to <contexts>\\.purged\\<id>-<unix-time>. "
      "Never a hard delete.",
      "",
-     nullptr},
+     RunPurge},
     {"archive", "", "unarchive",
      "memory.archive <botid>, <context>\nmemory.unarchive <botid>, <context>",
      "Park a context out of the lineup: its directory moves to <contexts>\\.archive\\<id>; "
      "unarchive brings it back exactly.",
      "",
-     nullptr},
+     RunArchive},
     {"clone", "", "",
      "memory.clone <botid>, <context>, <dst-context>",
      "Exact twin of a context into an EMPTY one: every topic, every memo, same types, "
      "append order kept.",
      "",
-     nullptr},
+     RunClone},
     {"temporal", "", "",
      "memory.temporal <botid>, <context>, <keyword>",
      "Time-web lookup: which memos mention a date/period — yyyy, yyyy-mm, yyyy-mm-dd, month "

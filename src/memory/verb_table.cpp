@@ -4,6 +4,7 @@
 
 #include "common/answer.h"
 #include "common/text.h"
+#include "platform/paths.h"
 
 namespace mrb::memory {
 
@@ -23,6 +24,17 @@ const VerbRow* FindVerb(std::string_view verb) {
            names(candidate.siblings, verb);
   });
   return row == rows.end() ? nullptr : &*row;
+}
+
+std::string VerbCall::full_path(std::string_view path) const {
+  const bool relative = !platform::IsAbsolutePath(path) && options.working_directory;
+  return relative ? platform::JoinPath(options.working_directory(), path) : std::string(path);
+}
+
+void VerbCall::progress(const std::string& text) const {
+  if (options.progress) {
+    options.progress("memory." + std::string(verb) + ": " + text);
+  }
 }
 
 std::string GenericUsageError(const VerbCall& call) {

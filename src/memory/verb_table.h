@@ -1,22 +1,30 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
 
 #include "memory/context_registry.h"
+#include "memory/memory_service.h"
 
 namespace mrb::memory {
 
 /// What a verb works with.
 struct VerbCall {
   ContextRegistry& contexts;
-  const std::function<std::uint64_t()>& now;
+  const MemoryOptions& options;
   std::string_view bot;   ///< the caller
   std::string_view verb;  ///< as typed
   std::string_view rest;  ///< the line behind the verb
+
+  [[nodiscard]] std::uint64_t now() const { return options.now(); }
+
+  /// A path that the caller named, seen from the caller's folder.
+  [[nodiscard]] std::string full_path(std::string_view path) const;
+
+  /// Tells whoever waits at a console how far a long work has come.
+  void progress(const std::string& text) const;
 };
 
 using VerbFunction = std::string (*)(const VerbCall&);
@@ -54,6 +62,14 @@ struct VerbRow {
 [[nodiscard]] std::string RunStats(const VerbCall& call);
 [[nodiscard]] std::string RunKeywords(const VerbCall& call);
 [[nodiscard]] std::string RunSearch(const VerbCall& call);
+[[nodiscard]] std::string RunContexts(const VerbCall& call);
+[[nodiscard]] std::string RunRename(const VerbCall& call);
+[[nodiscard]] std::string RunPurge(const VerbCall& call);
+[[nodiscard]] std::string RunArchive(const VerbCall& call);
+[[nodiscard]] std::string RunClone(const VerbCall& call);
+[[nodiscard]] std::string RunExport(const VerbCall& call);
+[[nodiscard]] std::string RunImport(const VerbCall& call);
+[[nodiscard]] std::string RunIndexDir(const VerbCall& call);
 [[nodiscard]] std::string RunStripToTokens(const VerbCall& call);
 [[nodiscard]] std::string RunHelp(const VerbCall& call);
 

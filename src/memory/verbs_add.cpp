@@ -59,7 +59,11 @@ Result<Written> write_memo(ContextStore& store, const RecordFields& memo, TopicM
   const auto rows = store.index().topic_rows(memo.topic);
   const std::vector<std::uint32_t> old(rows.begin(), rows.end());
   const bool replaces = mode == TopicMode::kReplace && !old.empty();
-  const auto offset = replaces ? store.remove(old, &memo, false) : store.append(memo);
+  RecordBatch batch;
+  if (const Status encoded = replaces ? batch.add(memo) : Status(); !encoded) {
+    return std::unexpected(encoded.error());
+  }
+  const auto offset = replaces ? store.exchange(old, batch, false) : store.append(memo);
   if (!offset) {
     return std::unexpected(offset.error());
   }

@@ -54,7 +54,7 @@ std::string RunDelete(const VerbCall& call) {
   if (rows.empty()) {
     return NoTopicError(topic, context);
   }
-  if (const auto removed = access->store->remove(rows, nullptr, true); !removed) {
+  if (const auto removed = access->store->exchange(rows, {}, true); !removed) {
     return rewrite_refused("delete of '" + topic + "'", removed.error());
   }
   return OkAnswer("deleted '" + topic + "' from context '" + context +
@@ -79,7 +79,7 @@ std::string RunDeleteMemo(const VerbCall& call) {
   if (!row) {
     return MemoRangeError(*access->store, topic, context);
   }
-  if (const auto removed = access->store->remove(std::span(&*row, 1), nullptr, true); !removed) {
+  if (const auto removed = access->store->exchange(std::span(&*row, 1), {}, true); !removed) {
     return rewrite_refused("deletememo of '" + topic + "' memo " + std::to_string(*n),
                            removed.error());
   }

@@ -35,6 +35,10 @@ std::string JoinPath(std::string_view folder, std::string_view name, PathStyle s
   return path.append(name);
 }
 
+bool IsAbsolutePath(std::string_view path, PathStyle style) {
+  return RootLength(path, style) > 0;
+}
+
 std::string ParentPath(std::string_view path, PathStyle style) {
   const std::size_t root = RootLength(path, style);
   std::size_t end = EndWithoutSeparators(path, root, style);

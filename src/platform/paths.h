@@ -21,6 +21,9 @@ enum class PathStyle {
 [[nodiscard]] std::string JoinPath(std::string_view folder, std::string_view name,
                                    PathStyle style = SystemPathStyle());
 
+/// Whether the path starts at a root, so that no working directory is needed to find it.
+[[nodiscard]] bool IsAbsolutePath(std::string_view path, PathStyle style = SystemPathStyle());
+
 /// The path up to, not including, its last separator; "." when it holds none. Both "/" and "\"
 /// count on Windows, "/" alone elsewhere. The folder of a root's child is the root, with its
 /// separator.

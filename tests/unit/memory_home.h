@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "memory/memory_service.h"
 #include "platform/files.h"
@@ -21,11 +22,21 @@ class MemoryHome {
     reopen();
   }
 
+  using Options = memory::MemoryOptions;
+
   /// A new service over the same disk: what a restarted process would see.
   void reopen() {
     service_.reset();  // gives the contexts' locks back first
-    service_ = std::make_unique<memory::MemoryService>(
-        memory::MemoryOptions{folder_.path("contexts"), &files_, [this] { return now; }});
+    options_.contexts_folder = folder_.path("contexts");
+    options_.files = &files_;
+    options_.now = [this] { return now; };
+    service_ = std::make_unique<memory::MemoryService>(options_);
+  }
+
+  /// A new service with other surroundings; the folder, the disk and the clock stay.
+  void set(Options options) {
+    options_ = std::move(options);
+    reopen();
   }
 
   void close() { service_.reset(); }
@@ -60,6 +71,7 @@ class MemoryHome {
  private:
   TempFolder folder_;
   platform::FileSystem& files_;
+  Options options_;
   std::unique_ptr<memory::MemoryService> service_;
 };
 
