@@ -14,4 +14,13 @@ namespace mrb {
   return hash;
 }
 
+/// 32-bit FNV-1a.
+[[nodiscard]] constexpr std::uint32_t Fnv1a32(std::string_view text) {
+  std::uint32_t hash = 0x811c9dc5U;
+  for (const char c : text) {
+    hash = (hash ^ static_cast<unsigned char>(c)) * 0x01000193U;
+  }
+  return hash;
+}
+
 }  // namespace mrb

@@ -51,6 +51,7 @@ class FaultyFiles : public FileSystem {
   Status sync_directory(const std::string& path) override;
   /// Counts as flushed what grew so far.
   Status sync_volume(const std::string& path) override;
+  [[nodiscard]] bool syncs_volumes() const override { return real_.syncs_volumes(); }
   [[nodiscard]] bool syncs_in_parallel() const override { return false; }  // the count is in order
 
  private:

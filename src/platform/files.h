@@ -119,6 +119,9 @@ class FileSystem {
   /// only administrators may ask for that: flush each file there.
   [[nodiscard]] virtual Status sync_volume(const std::string& path) = 0;
 
+  /// Whether sync_volume() is available.
+  [[nodiscard]] virtual bool syncs_volumes() const { return true; }
+
   /// Whether flushes from several threads at once are welcome.
   [[nodiscard]] virtual bool syncs_in_parallel() const { return true; }
 };

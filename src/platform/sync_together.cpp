@@ -95,7 +95,7 @@ class Workers {
 
 }  // namespace
 
-Status SyncTogether(FileSystem& files, std::span<const SyncTarget> targets) {
+std::vector<Status> SyncEach(FileSystem& files, std::span<const SyncTarget> targets) {
   Batch batch{files, targets, std::vector<Status>(targets.size())};
   if (targets.size() < 2 || !files.syncs_in_parallel()) {
     for (std::size_t i = 0; i < targets.size(); ++i) {
@@ -105,7 +105,11 @@ Status SyncTogether(FileSystem& files, std::span<const SyncTarget> targets) {
     static Workers workers;
     workers.run(batch);
   }
-  for (Status& result : batch.results) {
+  return std::move(batch.results);
+}
+
+Status SyncTogether(FileSystem& files, std::span<const SyncTarget> targets) {
+  for (Status& result : SyncEach(files, targets)) {
     if (!result) return std::move(result);
   }
   return {};

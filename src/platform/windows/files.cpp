@@ -143,6 +143,8 @@ class WindowsFiles final : public FileSystem {
 
   Status sync_directory(const std::string&) override { return {}; }  // renames write through
 
+  [[nodiscard]] bool syncs_volumes() const override { return false; }
+
   Status sync_volume(const std::string& path) override {
     return Fail(ErrorKind::kUnavailable, "cannot flush the whole volume of " + path);
   }

@@ -1,0 +1,145 @@
+#include "vfs/blob.h"
+
+#include <array>
+#include <bit>
+#include <cstring>
+#include <new>
+#include <utility>
+
+namespace mrb::vfs {
+namespace {
+
+constexpr std::uint64_t kOddConstant = 0x9e3779b97f4a7c15U;  // 2^64 / the golden ratio
+constexpr std::size_t kFirstSlots = 64;
+
+std::uint64_t Load(const char* bytes) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, bytes, sizeof word);
+  return word;
+}
+
+std::uint64_t Mix(std::uint64_t lane, std::uint64_t word) {
+  return std::rotl((lane ^ word) * kOddConstant, 29);
+}
+
+std::uint64_t Finish(std::uint64_t hash) {
+  hash = (hash ^ (hash >> 33U)) * 0xff51afd7ed558ccdU;
+  hash = (hash ^ (hash >> 33U)) * 0xc4ceb9fe1a85ec53U;
+  return hash ^ (hash >> 33U);
+}
+
+}  // namespace
+
+std::uint64_t HashBytes(std::string_view bytes) {
+  constexpr std::size_t kWord = sizeof(std::uint64_t);
+  std::array<std::uint64_t, 4> lanes{1, 2, 3, 4};
+  const std::size_t size = bytes.size();
+  for (; bytes.size() >= lanes.size() * kWord; bytes.remove_prefix(lanes.size() * kWord)) {
+    for (std::size_t i = 0; i < lanes.size(); ++i) {
+      lanes[i] = Mix(lanes[i], Load(bytes.data() + i * kWord));
+    }
+  }
+  std::uint64_t hash = size;
+  for (const std::uint64_t lane : lanes) hash = Mix(hash, lane);
+  for (; bytes.size() >= kWord; bytes.remove_prefix(kWord)) hash = Mix(hash, Load(bytes.data()));
+  std::uint64_t rest = 0;
+  if (!bytes.empty()) std::memcpy(&rest, bytes.data(), bytes.size());
+  return Finish(Mix(hash, rest));
+}
+
+Blob::Blob(const Blob& other) noexcept : header_(other.header_) {
+  if (header_ != nullptr) header_->references.fetch_add(1, std::memory_order_relaxed);
+}
+
+Blob::Blob(Blob&& other) noexcept : header_(std::exchange(other.header_, nullptr)) {}
+
+Blob& Blob::operator=(Blob other) noexcept {
+  std::swap(header_, other.header_);
+  return *this;
+}
+
+Blob::~Blob() {
+  if (header_ == nullptr) return;
+  if (header_->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+  header_->~Header();
+  ::operator delete(header_);
+}
+
+Blob Blob::copy_of(std::string_view bytes) {
+  BlobBuffer buffer(bytes.size());
+  if (!bytes.empty()) std::memcpy(buffer.data(), bytes.data(), bytes.size());
+  return buffer.seal(bytes.size());
+}
+
+std::string_view Blob::bytes() const {
+  if (header_ == nullptr) return {};
+  return {reinterpret_cast<const char*>(header_ + 1), header_->size};
+}
+
+std::uint64_t Blob::hash() const {
+  return header_ == nullptr ? HashBytes({}) : header_->hash;
+}
+
+bool Blob::equals(const Blob& other) const {
+  return header_ == other.header_ || (hash() == other.hash() && bytes() == other.bytes());
+}
+
+bool Blob::is_sole() const {
+  return header_ != nullptr && header_->references.load(std::memory_order_acquire) == 1;
+}
+
+BlobBuffer::BlobBuffer(std::size_t capacity)
+    : header_(new(::operator new(sizeof(Blob::Header) + capacity)) Blob::Header),
+      capacity_(capacity) {}
+
+BlobBuffer::~BlobBuffer() {
+  if (header_ == nullptr) return;
+  header_->~Header();
+  ::operator delete(header_);
+}
+
+char* BlobBuffer::data() {
+  return reinterpret_cast<char*>(header_ + 1);
+}
+
+Blob BlobBuffer::seal(std::size_t size) {
+  Blob blob;
+  if (size == 0) return blob;
+  header_->size = size;
+  header_->hash = HashBytes({data(), size});
+  blob.header_ = std::exchange(header_, nullptr);
+  return blob;
+}
+
+Blob BlobPool::intern(Blob blob) {
+  if (blob.bytes().empty()) return {};
+  if (used_ * 4 >= slots_.size() * 3) grow();
+  Blob& slot = slots_[slot_of(blob)];
+  if (slot.bytes().empty()) {
+    slot = std::move(blob);
+    ++used_;
+  }
+  return slot;
+}
+
+std::size_t BlobPool::slot_of(const Blob& blob) const {
+  const std::size_t mask = slots_.size() - 1;
+  std::size_t slot = static_cast<std::size_t>(blob.hash()) & mask;
+  while (!slots_[slot].bytes().empty() && !slots_[slot].equals(blob)) slot = (slot + 1) & mask;
+  return slot;
+}
+
+/// Doubles the table, leaving out what nobody refers to any more.
+void BlobPool::grow() {
+  std::vector<Blob> before(slots_.empty() ? kFirstSlots : slots_.size() * 2);
+  before.swap(slots_);
+  used_ = 0;
+  for (Blob& blob : before) {
+    if (blob.bytes().empty() || blob.is_sole()) continue;
+    Blob& slot = slots_[slot_of(blob)];
+    slot = std::move(blob);
+    ++used_;
+  }
+}
+
+}  // namespace mrb::vfs

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace mrb::vfs {
+
+/// A file's bytes at one moment: immutable, shared by everything that refers to them, freed with
+/// the last reference. A default one is the empty text and holds no memory. References may be
+/// copied and dropped by any thread; one reference object is not for two threads at once.
+class Blob {
+ public:
+  Blob() = default;
+  Blob(const Blob& other) noexcept;
+  Blob(Blob&& other) noexcept;
+  Blob& operator=(Blob other) noexcept;
+  ~Blob();
+
+  /// Throws std::bad_alloc.
+  [[nodiscard]] static Blob copy_of(std::string_view bytes);
+
+  [[nodiscard]] std::string_view bytes() const;
+  [[nodiscard]] std::uint64_t hash() const;
+
+  /// Whether both hold the same bytes; at once when they are one blob, or hash differently.
+  [[nodiscard]] bool equals(const Blob& other) const;
+
+  /// Whether nothing else refers to it.
+  [[nodiscard]] bool is_sole() const;
+
+ private:
+  friend class BlobBuffer;
+  struct Header {
+    std::atomic<std::uint32_t> references = 1;
+    std::uint64_t size = 0;
+    std::uint64_t hash = 0;
+  };
+
+  Header* header_ = nullptr;  // followed by the bytes
+};
+
+/// Memory that is filled once and then becomes a blob without being copied.
+class BlobBuffer {
+ public:
+  /// Throws std::bad_alloc.
+  explicit BlobBuffer(std::size_t capacity);
+  BlobBuffer(const BlobBuffer&) = delete;
+  BlobBuffer& operator=(const BlobBuffer&) = delete;
+  ~BlobBuffer();
+
+  [[nodiscard]] char* data();
+  [[nodiscard]] std::size_t capacity() const { return capacity_; }
+
+  /// The first `size` bytes, at most the capacity, as a blob. Once.
+  [[nodiscard]] Blob seal(std::size_t size);
+
+ private:
+  Blob::Header* header_;
+  std::size_t capacity_;
+};
+
+/// Lets equal contents share one blob. Not thread-safe.
+class BlobPool {
+ public:
+  /// The pooled blob of these bytes; `blob` itself when there was none.
+  [[nodiscard]] Blob intern(Blob blob);
+
+  [[nodiscard]] std::size_t count() const { return used_; }
+
+ private:
+  void grow();
+  [[nodiscard]] std::size_t slot_of(const Blob& blob) const;
+
+  std::vector<Blob> slots_;  // open addressing, a power of two; an empty blob is a free slot
+  std::size_t used_ = 0;
+};
+
+/// A fast 64-bit hash, for tables in memory only: four multiplicative lanes, mixed at the end as in
+/// MurmurHash3's finalizer (Appleby). Whoever can choose the bytes can find collisions.
+[[nodiscard]] std::uint64_t HashBytes(std::string_view bytes);
+
+}  // namespace mrb::vfs

@@ -1,0 +1,50 @@
+#include "vfs/file_table.h"
+
+#include "common/fnv1a.h"
+#include "common/text.h"
+
+namespace mrb::vfs {
+namespace {
+
+constexpr std::size_t kFirstSlots = 64;
+
+}  // namespace
+
+File* FileTable::find(std::string_view path) const {
+  if (slots_.empty()) return nullptr;
+  const std::uint32_t index = slots_[slot_of(path)];
+  return index == 0 ? nullptr : files_[index - 1].get();
+}
+
+File& FileTable::add(std::string_view path) {
+  if (File* known = find(path)) return *known;
+  if ((files_.size() + 1) * 4 > slots_.size() * 3) grow();
+  files_.push_back(std::make_unique<File>(std::string(path)));
+  slots_[slot_of(path)] = static_cast<std::uint32_t>(files_.size());
+  return *files_.back();
+}
+
+std::uint64_t FileTable::hash_of(std::string_view path) const {
+  if (style_ == platform::PathStyle::kPosix) return Fnv1a(path);
+  return Fnv1a(LowerAscii(path));
+}
+
+bool FileTable::same(std::string_view a, std::string_view b) const {
+  return style_ == platform::PathStyle::kPosix ? a == b : EqualsIgnoreCase(a, b);
+}
+
+std::size_t FileTable::slot_of(std::string_view path) const {
+  const std::size_t mask = slots_.size() - 1;
+  std::size_t slot = static_cast<std::size_t>(hash_of(path)) & mask;
+  while (slots_[slot] != 0 && !same(files_[slots_[slot] - 1]->name, path)) slot = (slot + 1) & mask;
+  return slot;
+}
+
+void FileTable::grow() {
+  slots_.assign(slots_.empty() ? kFirstSlots : slots_.size() * 2, 0);
+  for (std::size_t i = 0; i < files_.size(); ++i) {
+    slots_[slot_of(files_[i]->name)] = static_cast<std::uint32_t>(i + 1);
+  }
+}
+
+}  // namespace mrb::vfs

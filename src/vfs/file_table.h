@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/paths.h"
+#include "vfs/nodes.h"
+
+namespace mrb::vfs {
+
+/// The files of one store by path, in the order in which they came. Files are never taken out. On a
+/// system whose names ignore letter case, so does this, for ASCII letters. Not thread-safe.
+class FileTable {
+ public:
+  explicit FileTable(platform::PathStyle style = platform::SystemPathStyle()) : style_(style) {}
+
+  /// Null when there is none.
+  [[nodiscard]] File* find(std::string_view path) const;
+
+  /// The file of that path, made when missing. The reference stays valid.
+  File& add(std::string_view path);
+
+  [[nodiscard]] const std::vector<std::unique_ptr<File>>& files() const { return files_; }
+
+ private:
+  [[nodiscard]] std::uint64_t hash_of(std::string_view path) const;
+  [[nodiscard]] bool same(std::string_view a, std::string_view b) const;
+  [[nodiscard]] std::size_t slot_of(std::string_view path) const;
+  void grow();
+
+  platform::PathStyle style_;
+  std::vector<std::unique_ptr<File>> files_;
+  std::vector<std::uint32_t> slots_;  // open addressing, a power of two; 1 + index, 0: free
+};
+
+}  // namespace mrb::vfs
