@@ -2,10 +2,10 @@
 #include <string_view>
 
 #include "check.h"
-#include "vfs/policy.h"
+#include "vfs/enrollment_list.h"
 #include "vfs/size_text.h"
 
-// The flags of a version-control policy, as typed or as kept in the list of enrolled directories.
+// The flags of a version-control policy, as typed, and the lines of the list that keeps them.
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace mrb::vfs;
@@ -21,6 +21,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FUZZ_CHECK(FormatPolicy(again->applied_to({})) == FormatPolicy(policy));
     static_cast<void>(policy.ext.admits(text, size));
   }
+  if (const auto entry = ParseEnrollment(text)) {
+    const auto again = ParseEnrollment(FormatEnrollment(entry->directory, {}));
+    FUZZ_CHECK(again && again->directory == entry->directory);
+  }
+  FUZZ_CHECK(PathFromLine(PathToLine(text)) == text);
   if (const auto bytes = ParseSize(text)) FUZZ_CHECK(ParseSize(FormatSize(*bytes)) == bytes);
   return 0;
 }
