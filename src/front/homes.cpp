@@ -30,6 +30,10 @@ std::string Homes::contexts_folder() const {
   return JoinPath(data_home, ".contexts");
 }
 
+std::string Homes::host_book() const {
+  return JoinPath(JoinPath(data_home, "config"), "mterm-hosts.cfg");
+}
+
 std::string Homes::log_path(int port) const {
   return JoinPath(JoinPath(data_home, "logs"), "resident-" + std::to_string(port) + ".log");
 }

@@ -13,6 +13,7 @@ struct Homes {
   std::string install_home;  ///< bots, tasks, chat logs
 
   [[nodiscard]] std::string contexts_folder() const;
+  [[nodiscard]] std::string host_book() const;  ///< of terminals
   [[nodiscard]] std::string log_path(int port) const;
 };
 

@@ -14,6 +14,7 @@
 #include "platform/single_instance.h"
 #include "platform/until_closed.h"
 #include "server/server.h"
+#include "server/terminals.h"
 
 namespace mrb::front {
 namespace {
@@ -33,7 +34,9 @@ std::string Address(std::int32_t port, std::string_view path) {
 class RunningServer {
  public:
   RunningServer(const Settings& settings, const Homes& homes, bool open_page)
-      : interpreter_(homes), server_(options(settings, homes, open_page)) {
+      : interpreter_(homes),
+        terminals_(terminal_options(homes)),
+        server_(options(settings, homes, open_page)) {
     thread_ = std::thread([this] {
       failed_ = server_.serve() != 0;
       // Nobody could ever reach a resident that does not listen, not even to close it.
@@ -44,6 +47,7 @@ class RunningServer {
   RunningServer(const RunningServer&) = delete;
   RunningServer& operator=(const RunningServer&) = delete;
   ~RunningServer() {
+    terminals_.end_all();  // first: requests that wait for a terminal return, and stop() can end
     server_.stop();
     thread_.join();
   }
@@ -66,10 +70,20 @@ class RunningServer {
     chosen.log = [](std::string_view line) { WriteStderr(line); };
     chosen.request_close = &platform::RequestClose;
     chosen.open_browser = open_page;
+    chosen.terminals = &terminals_;
+    return chosen;
+  }
+
+  static server::TerminalOptions terminal_options(const Homes& homes) {
+    server::TerminalOptions chosen;
+    chosen.files = &platform::SystemFiles();
+    chosen.host_book = homes.host_book();
+    chosen.log = [](std::string_view line) { WriteStderr(line); };
     return chosen;
   }
 
   Interpreter interpreter_;
+  server::Terminals terminals_;
   server::Server server_;
   std::atomic<bool> failed_{false};
   std::atomic<bool> ended_{false};

@@ -5,12 +5,15 @@
 
 #include "server/control_routes.h"
 #include "server/static_pages.h"
+#include "server/terminal_routes.h"
 
 namespace mrb::server {
 namespace {
 
 constexpr bool kExact = false;
 constexpr bool kPrefix = true;
+
+constexpr std::string_view kTerminals = "/term/";
 
 constexpr Route kRoutes[] = {
     {kGet, "/health", kExact, Access::kAny, AnswerHealth},
@@ -46,9 +49,23 @@ constexpr Route kRoutes[] = {
     {kGet, "/config_collector.html", kExact, Access::kAny, AnswerConfigure},
     {kGet, "/configure", kExact, Access::kAny, AnswerConfigure},
 
+    {kGet | kPost, "/term/open", kExact, Access::kTrusted, AnswerTermOpen},
+    {kGet, "/term/read", kExact, Access::kTrusted, AnswerTermRead},
+    {kGet | kPost, "/term/send", kExact, Access::kTrusted, AnswerTermSend},
+    {kGet | kPost, "/term/resize", kExact, Access::kTrusted, AnswerTermResize},
+    {kGet | kPost, "/term/exec", kExact, Access::kTrusted, AnswerTermExec},
+    {kGet | kPost, "/term/close", kExact, Access::kTrusted, AnswerTermClose},
+    {kGet | kPost, "/term/list", kExact, Access::kTrusted, AnswerTermList},
+    {kGet | kPost, "/term/name", kExact, Access::kTrusted, AnswerTermName},
+    {kGet | kPost, "/term/share", kExact, Access::kTrusted, AnswerTermShare},
+    {kGet | kPost, "/term/focus", kExact, Access::kTrusted, AnswerTermFocus},
+    {kGet | kPost, "/term/host/save", kExact, Access::kTrusted, AnswerHostSave},
+    {kGet | kPost, "/term/host/list", kExact, Access::kTrusted, AnswerHostList},
+    {kGet | kPost, "/term/host/remove", kExact, Access::kTrusted, AnswerHostRemove},
+    {kEveryMethod, kTerminals, kPrefix, Access::kTrusted, AnswerNotFound},
+
     // Parts that this build leaves out. Their rows say who is turned away, and what exists.
     {kEveryMethod, "/mirenode/", kPrefix, Access::kAny, AnswerNodeDisabled},
-    {kEveryMethod, "/term/", kPrefix, Access::kTrusted, AnswerNotFound},
     {kEveryMethod, "/vc/dirs", kExact, Access::kTrusted, AnswerNotFound,
      "/vc/dirs is loopback-only"},
     {kEveryMethod, "/vc/add", kExact, Access::kTrusted, AnswerNotFound, "/vc/add is loopback-only"},
@@ -110,6 +127,9 @@ Response AnswerRequest(const Request& request, const Services& services) {
   const Route* route = FindRoute(request.line);
   if (route == nullptr) return AnswerNotFound(request, services);
   if (!MayEnter(request, route->access)) return Refuse(*route);
+  if (services.options.terminals == nullptr && route->path.starts_with(kTerminals)) {
+    return AnswerNotFound(request, services);
+  }
   try {
     return route->handler(request, services);
   } catch (const std::bad_alloc&) {

@@ -13,6 +13,7 @@ namespace mrb::server {
 class ChatLayer;
 class InterpreterBridge;
 class SessionGate;
+class Terminals;
 
 struct ServerOptions {
   std::int32_t port = 9999;
@@ -26,6 +27,7 @@ struct ServerOptions {
   bool open_browser = false;                  ///< open the workstation page once it listens
   JsonRpcEntry json_rpc;                      ///< may be empty: its routes then answer 503
   SessionGate* sessions = nullptr;  ///< null: nobody from outside comes in. Outlives the server
+  Terminals* terminals = nullptr;   ///< null: its routes answer 404. Outlives the server
 };
 
 /// The HTTP/1.1 and WebSocket server of a resident. One per process and port.

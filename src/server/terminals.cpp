@@ -1,0 +1,226 @@
+#include "server/terminals.h"
+
+#include <algorithm>
+#include <atomic>
+#include <optional>
+#include <random>
+#include <thread>
+#include <utility>
+
+#include "common/answer.h"
+#include "common/text.h"
+#include "platform/default_shell.h"
+#include "server/connection_threads.h"
+#include "server/terminal_command.h"
+
+namespace mrb::server {
+namespace {
+
+constexpr std::size_t kLongestCommandLine = 32'000;  // what Windows takes, and a little less
+constexpr std::size_t kEndersAtOnce = 8;
+
+/// "t", the number, "-" and six characters that nobody can guess from an earlier one: an id that
+/// was given out before a restart does not come again.
+std::string NewId(std::uint64_t number) {
+  constexpr std::string_view kDigits = "0123456789abcdefghijklmnopqrstuvwxyz";
+  constexpr int kRandomDigits = 6;
+  std::random_device random;
+  std::uniform_int_distribution<std::size_t> digit(0, kDigits.size() - 1);
+  std::string id = "t" + std::to_string(number) + "-";
+  for (int i = 0; i < kRandomDigits; ++i) id += kDigits[digit(random)];
+  return id;
+}
+
+/// The number in an id; nothing for what is none.
+std::optional<std::uint64_t> NumberOf(std::string_view id) {
+  if (!id.starts_with('t')) return std::nullopt;
+  return ParseDecimal(id.substr(1, std::min(id.find('-'), id.size()) - 1));
+}
+
+std::string AttachNotice(std::string_view id) {
+  std::string text =
+      "TERMINAL ATTACHED. You may read this terminal's private output and drive it.\n"
+      "To send one line without publishing it to chat, reply exactly:\n::term.send ";
+  text.append(id).append(" <line>");
+  return text;
+}
+
+}  // namespace
+
+Terminals::Terminals(TerminalOptions options)
+    : options_(std::move(options)), hosts_(*options_.files, options_.host_book) {}
+
+Terminals::~Terminals() {
+  end_all();
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return readers_ == 0 && opening_ == 0; });
+}
+
+/// Under the lock. False when every session that could make room is alive.
+bool Terminals::make_room() {
+  if (closing_) return false;
+  if (sessions_.size() + opening_ < options_.most) return true;
+  const auto ended =
+      std::ranges::find_if(sessions_, [](const auto& entry) { return !entry.second->alive(); });
+  if (ended == sessions_.end()) return false;
+  sessions_.erase(ended);
+  return true;
+}
+
+void Terminals::log_failure(const Error& error) const {
+  if (options_.log) options_.log("[term] " + error.text + "\n");
+}
+
+Result<Terminals::SessionRef> Terminals::open(std::string_view command_line,
+                                              const std::string& folder, std::uint64_t columns,
+                                              std::uint64_t rows) {
+  std::string line = WithInteractiveFlag(command_line);
+  if (line.empty()) line = WithInteractiveFlag(platform::DefaultShell());
+  if (line.size() > kLongestCommandLine || line.find('\0') != std::string::npos) {
+    return Fail(ErrorKind::kInvalidArgument, "no such command line");
+  }
+  std::uint64_t number = 0;
+  {
+    const std::scoped_lock lock(mutex_);
+    if (!make_room()) return Fail(ErrorKind::kBusy, "too many sessions");
+    number = next_number_++;
+    ++opening_;
+  }
+  auto console = platform::OpenPseudoConsole({line, folder, ClampSize(columns, rows)});
+  SessionRef session;
+  if (console) {
+    session =
+        std::make_shared<TerminalSession>(NewId(number), line, std::move(*console), options_.post);
+    if (!start_reading(session)) {
+      console = Fail(ErrorKind::kNoSpace, "cannot start a thread for a terminal");
+    }
+  }
+  bool too_late = false;
+  {
+    const std::scoped_lock lock(mutex_);
+    --opening_;
+    too_late = closing_;
+    if (console && !too_late) sessions_.emplace(number, session);
+    changed_.notify_all();
+  }
+  if (!console) {
+    log_failure(console.error());
+    return std::unexpected(std::move(console.error()));
+  }
+  if (!too_late) return session;
+  session->end();
+  return Fail(ErrorKind::kClosed, "the resident is closing");
+}
+
+bool Terminals::start_reading(const SessionRef& session) {
+  {
+    const std::scoped_lock lock(mutex_);
+    ++readers_;
+  }
+  auto body = [this, held = session]() mutable {
+    held->run();
+    held.reset();
+    const std::scoped_lock lock(mutex_);
+    --readers_;
+    changed_.notify_all();
+  };
+  if (StartDetachedThread(std::move(body))) return true;
+  const std::scoped_lock lock(mutex_);
+  --readers_;
+  return false;
+}
+
+Terminals::SessionRef Terminals::find(std::string_view id) {
+  const auto number = NumberOf(id);
+  if (!number) return nullptr;
+  const std::scoped_lock lock(mutex_);
+  const auto found = sessions_.find(*number);
+  return found != sessions_.end() && found->second->id() == id ? found->second : nullptr;
+}
+
+std::vector<Terminals::SessionRef> Terminals::list() {
+  const std::scoped_lock lock(mutex_);
+  std::vector<SessionRef> all;
+  all.reserve(sessions_.size());
+  for (const auto& [number, session] : sessions_) all.push_back(session);
+  return all;
+}
+
+bool Terminals::close(std::string_view id) {
+  const SessionRef session = find(id);
+  if (session == nullptr) return false;
+  {
+    const std::scoped_lock lock(mutex_);
+    if (sessions_.erase(*NumberOf(id)) == 0) return false;  // another caller was faster
+  }
+  session->end();
+  return true;
+}
+
+Status Terminals::set_name(std::string_view id, std::string_view name) {
+  const std::string lower = LowerAscii(name);
+  if (!lower.empty() && !IsTerminalName(lower)) {
+    return Fail(ErrorKind::kInvalidArgument, "invalid name (1-32 chars, a-z0-9_- only)");
+  }
+  const SessionRef session = find(id);
+  if (session == nullptr) return Fail(ErrorKind::kNotFound, "no such session");
+  const std::scoped_lock lock(mutex_);  // so that of two callers only one gets the name
+  for (const auto& [number, other] : sessions_) {
+    if (!lower.empty() && other != session && other->alive() && other->name() == lower) {
+      return Fail(ErrorKind::kAlreadyExists, "name already in use");
+    }
+  }
+  session->set_name(lower);
+  return {};
+}
+
+Status Terminals::share(std::string_view id, std::string_view bot) {
+  if (id.empty() || bot.empty()) {
+    return Fail(ErrorKind::kInvalidArgument, "terminal id and bot required");
+  }
+  const SessionRef session = find(id);
+  if (session == nullptr) return Fail(ErrorKind::kNotFound, "no such terminal");
+  if (options_.post) options_.post({bot, session->id(), AttachNotice(session->id())});
+  session->share_with(std::string(bot));
+  return {};
+}
+
+std::string Terminals::send_from_bot(std::string_view bot, std::string_view id,
+                                     std::string_view line) {
+  const SessionRef session = find(id);
+  if (session == nullptr) return ErrorAnswer("no such terminal");
+  if (bot.empty() || session->shared_bot() != bot) {
+    return ErrorAnswer("terminal is not shared with this bot");
+  }
+  if (TrimLineEnd(line).empty()) return ErrorAnswer("empty terminal input");
+  if (!session->send(line, false)) return ErrorAnswer("terminal session ended");
+  return OkAnswer("sent to " + session->id());
+}
+
+void Terminals::focus(std::string_view query) const {
+  if (options_.focus) options_.focus(query);
+}
+
+void Terminals::end_all() {
+  std::vector<SessionRef> all = list();
+  {
+    const std::scoped_lock lock(mutex_);
+    closing_ = true;
+    sessions_.clear();
+  }
+  std::atomic<std::size_t> next{0};
+  const auto end_some = [&] {
+    for (std::size_t i = next++; i < all.size(); i = next++) all[i]->end();
+  };
+  std::vector<std::thread> enders;
+  const std::size_t wanted = std::min(kEndersAtOnce, all.size());
+  try {
+    while (enders.size() + 1 < wanted) enders.emplace_back(end_some);
+  } catch (const std::system_error&) {
+    // Fewer then: this thread ends what the others leave.
+  }
+  end_some();
+  for (std::thread& ender : enders) ender.join();
+}
+
+}  // namespace mrb::server
