@@ -9,6 +9,7 @@
 //   search-10m memory.search over 10,000,000 memos
 //   copy       import, clone and export the 1,000,000 memos
 //   contexts   list 10,000 contexts, none of them loaded
+//   webs       derive the webs of 1,000,000 memos, and look things up on them
 //   tokenize   run the tokenizer over their text
 //
 // Without names: all but those over 10,000,000 memos. Store files are made once and left in the
@@ -73,18 +74,20 @@ class Bench {
     if (workload == "search-10m") return search_ten_million();
     if (workload == "copy") return copy();
     if (workload == "contexts") return contexts();
+    if (workload == "webs") return webs();
     if (workload == "tokenize") return tokenize();
     stop("no workload '" + workload + "'");
   }
 
  private:
   /// The folder of a context of `memos` memos; its store is made when it is not there, or anew.
-  std::string context(const std::string& name, std::uint64_t memos, bool anew = false) {
+  std::string context(const std::string& name, std::uint64_t memos, bool anew = false,
+                      bool framed = false) {
     const std::string path = platform::JoinPath(folder_, name);
     const std::string store = platform::JoinPath(path, memory::kStoreFileName);
     if (!platform::MakeDirectories(files_, path)) stop("cannot make " + path);
     if (anew || !platform::Exists(files_, store)) {
-      MemoryCorpus corpus;
+      MemoryCorpus corpus(1, framed);
       const auto written = corpus.write_store(files_, store, memos);
       if (!written) stop(written.error().text);
       std::printf("made %s: %llu memos, %llu postings, %.0f MB\n", store.c_str(),
@@ -314,6 +317,33 @@ class Bench {
     service_.reset();
   }
 
+  void webs() {
+    service_.reset();
+    const std::string path = context("framed", kMillion, false, true);
+    {
+      memory::ContextStore store(files_, path);
+      if (store.load().value_or(0) < kMillion) stop("cannot load " + path);
+      std::vector<double> times;
+      for (int run = 0; run < 5; ++run) {
+        times.push_back(seconds_of([&] {
+          (void)memory::Webs::build(store.index(), std::thread::hardware_concurrency());
+        }));
+      }
+      std::printf(
+          "webs of 1,000,000 memos: median %.3f s of %zu (target 2.5 s), %zu dates, %zu names\n",
+          median(times), times.size(), store.index().webs().time().size(),
+          store.index().webs().terms(memory::Web::kWho).size());
+    }
+    open_service(folder_);
+    const std::string name(MemoryCorpus().word(1003));
+    (void)service().execute("bench", "who", "bench, framed, " + name);
+    time_verb("who", "who", "bench, framed, " + name, 101, "1 ms");
+    time_verb("where", "where", "bench, framed, " + name, 101, "1 ms");
+    time_verb("when", "when", "bench, framed, 2021-11-12", 101, "1 ms");
+    time_verb("temporal", "temporal", "bench, framed, 2021-11-12", 101, "1 ms");
+    service_.reset();
+  }
+
   void tokenize() {
     MemoryCorpus corpus(3);
     std::vector<std::string> texts(100'000);
@@ -357,8 +387,8 @@ int main(int argc, char** argv) {
     }
   }
   if (workloads.empty())
-    workloads = {"load-1m",  "add",  "retrieve", "delete",
-                 "keywords", "copy", "contexts", "tokenize"};
+    workloads = {"load-1m", "add",      "retrieve", "delete",  "keywords",
+                 "copy",    "contexts", "webs",     "tokenize"};
   mrb::bench::Bench bench(folder);
   for (const std::string& workload : workloads) bench.run(workload);
 }

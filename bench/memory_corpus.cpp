@@ -39,8 +39,8 @@ std::vector<std::string> make_words() {
 
 }  // namespace
 
-MemoryCorpus::MemoryCorpus(std::uint64_t seed)
-    : random_(seed), words_(make_words()), used_in_(kVocabulary) {
+MemoryCorpus::MemoryCorpus(std::uint64_t seed, bool framed)
+    : random_(seed), words_(make_words()), used_in_(kVocabulary), framed_(framed) {
   double sum = 0;
   for (std::size_t i = 0; i < kVocabulary; ++i) {
     sum += std::pow(static_cast<double>(i + 1), -kZipfExponent);
@@ -74,7 +74,34 @@ const MemoryCorpus::Memo& MemoryCorpus::next(std::uint64_t memos) {
       memo_.keywords.emplace_back(words_[rank]);
     }
   }
+  if (framed_) add_frame();
   return memo_;
+}
+
+/// A person of 700, one of 1,000 days, a place of 700, or a cause; each is then in about a thousand
+/// of a million memos. Its words are no keywords: this measures what is read off the text.
+void MemoryCorpus::add_frame() {
+  constexpr std::size_t kNames = 700;
+  std::string name = words_[1000 + random_() % kNames];
+  name.front() = static_cast<char>(name.front() - 'a' + 'A');
+  switch (random_() % 6) {
+    case 0:
+      memo_.content += " told by " + name;
+      break;
+    case 1:
+      memo_.content += " on 202" + std::to_string(random_() % 3) + "-" +
+                       std::to_string(10 + random_() % 3) + "-" +
+                       std::to_string(10 + random_() % 20);
+      break;
+    case 2:
+      memo_.content += " in " + name;
+      break;
+    case 3:
+      memo_.content += ", because " + words_[random_() % kVocabulary] + " broke";
+      break;
+    default:
+      break;
+  }
 }
 
 Result<MemoryCorpus::Written> MemoryCorpus::write_store(platform::FileSystem& files,

@@ -18,7 +18,8 @@ class MemoryCorpus {
   static constexpr std::size_t kVocabulary = 50'000;
   static constexpr std::uint64_t kMemosPerTopic = 8;
 
-  explicit MemoryCorpus(std::uint64_t seed = 1);
+  /// With `framed` two of three memos name a person, a place, a day or a cause, as notes do.
+  explicit MemoryCorpus(std::uint64_t seed = 1, bool framed = false);
 
   struct Memo {
     std::string topic;
@@ -43,6 +44,7 @@ class MemoryCorpus {
 
  private:
   [[nodiscard]] std::size_t random_rank();
+  void add_frame();
 
   std::mt19937_64 random_;
   std::vector<std::string> words_;
@@ -50,6 +52,7 @@ class MemoryCorpus {
   std::vector<std::uint32_t> guide_;    // where in cumulative_ to begin, by equal steps
   std::vector<std::uint64_t> used_in_;  // number of the last memo that used the word
   std::uint64_t count_ = 0;
+  bool framed_;
   Memo memo_;
 };
 

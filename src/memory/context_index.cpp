@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <bit>
 
+#include "memory/index_builder.h"
+
 namespace mrb::memory {
 
 void MemoTotals::count(std::uint64_t written, bool vector) {
@@ -45,6 +47,9 @@ bool ContextIndex::add(std::uint64_t offset) {
                            static_cast<std::uint32_t>(posted.size())});
   totals_.count(record->written, record->has_vector());
   topic_counts_.resize(keywords_.size());
+  if (webs_) {
+    webs_->add(row, *record);
+  }
   for (const std::uint32_t keyword : posted) {
     const std::size_t memos = keywords_.rows(keyword).size();
     if (memos >= kFirstPick && std::has_single_bit(memos)) {
@@ -92,6 +97,14 @@ ThematicPicks ContextIndex::find_picks(std::uint32_t keyword) {
 std::span<const std::uint32_t> ContextIndex::topic_rows(std::string_view topic) const {
   const std::uint32_t id = topics_.find(topic);
   return id == kNoId ? std::span<const std::uint32_t>() : topics_.rows(id);
+}
+
+const Webs& ContextIndex::webs() const {
+  const std::lock_guard lock(webs_mutex_);
+  if (!webs_) {
+    webs_ = Webs::build(*this, IndexThreads(heap_->used()));
+  }
+  return *webs_;
 }
 
 RecordView ContextIndex::record(std::uint32_t row) const {

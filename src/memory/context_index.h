@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <mutex>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -12,6 +14,7 @@
 #include "memory/record.h"
 #include "memory/record_heap.h"
 #include "memory/topic_counts.h"
+#include "memory/webs.h"
 
 namespace mrb::memory {
 
@@ -60,6 +63,9 @@ class ContextIndex {
     return heap_->bytes().data() + memos_[row].offset;
   }
 
+  /// The webs, derived when first asked for. Any reader may ask; throws std::bad_alloc.
+  [[nodiscard]] const Webs& webs() const;
+
   /// In how many topics a keyword occurs. Any reader may ask.
   [[nodiscard]] std::uint32_t topics_of(std::uint32_t keyword) const {
     return topic_counts_.count(memos_, topics_, keywords_, keyword);
@@ -81,6 +87,8 @@ class ContextIndex {
   MemoTotals totals_;
   mutable RecencyList recency_;
   mutable TopicCounts topic_counts_;
+  mutable std::mutex webs_mutex_;
+  mutable std::unique_ptr<Webs> webs_;  // guarded by webs_mutex_ among readers
 };
 
 }  // namespace mrb::memory

@@ -98,7 +98,7 @@ constexpr auto kRows = std::to_array<VerbRow>({
      "The webs are DERIVED, never stored — every existing store grows them retroactively on "
      "load, zero re-ingest. The topic contributes default WHEN (session dates in topic "
      "names) and the speaker prefix default WHO. Alias: frame.",
-     nullptr},
+     RunW5},
     {"who", "", "when where why",
      "memory.who <botid>, <context>, <term>     (also memory.when / memory.where / "
      "memory.why)",
@@ -109,7 +109,7 @@ constexpr auto kRows = std::to_array<VerbRow>({
      "order. The SAME analyzer runs on questions as on memos — a systematic "
      "misclassification cancels (wrong twice is right), so route a question's known Ws in "
      "as filters and read its asked W back.",
-     nullptr},
+     RunWho},
     {"update", "updatememo edit", "",
      "memory.update <botid>, <context>, <topic>, <n>, <keywords>, <props>, <content>",
      "REPLACE one memo IN PLACE by its 1-based position: new keywords, type(s) and content "
@@ -194,13 +194,13 @@ constexpr auto kRows = std::to_array<VerbRow>({
      "names, 'last week', numeric dates (all normalized at add/load time).",
      "Prefix match on the normalized stamp: '2026-09' hits every day of that month. chain "
      "walks a topic's memos in time order.",
-     nullptr},
+     RunTemporal},
     {"chain", "", "",
      "memory.chain <botid>, <context>, <topic>",
      "A topic's memos ordered along the time web — the story in sequence rather than append "
      "order.",
      "Derived, never stored; any store grows it on load.",
-     nullptr},
+     RunChain},
     {"semantic", "", "",
      "memory.semantic <botid>, <context>, <phrase>",
      "Embedding-similarity recall (the opt-in SEMANTIC lane): nearest memos to a phrase, by "
@@ -219,7 +219,7 @@ constexpr auto kRows = std::to_array<VerbRow>({
      "(who_x / when_yyyy-mm-dd / where_x / why_x), memos are '[srcTopic#n] sentence' rows.",
      "An ordinary context afterwards — keyword-searchable, ?()-queryable, deletable to "
      "ditch the experiment.",
-     nullptr},
+     RunW5Build},
     {"models", "modeltypes", "",
      "memory.models <botid>, <context>",
      "List the model types registered with a context — each one's private grouping over the "

@@ -70,6 +70,11 @@ struct VerbRow {
 [[nodiscard]] std::string RunExport(const VerbCall& call);
 [[nodiscard]] std::string RunImport(const VerbCall& call);
 [[nodiscard]] std::string RunIndexDir(const VerbCall& call);
+[[nodiscard]] std::string RunW5(const VerbCall& call);
+[[nodiscard]] std::string RunWho(const VerbCall& call);
+[[nodiscard]] std::string RunTemporal(const VerbCall& call);
+[[nodiscard]] std::string RunChain(const VerbCall& call);
+[[nodiscard]] std::string RunW5Build(const VerbCall& call);
 [[nodiscard]] std::string RunStripToTokens(const VerbCall& call);
 [[nodiscard]] std::string RunHelp(const VerbCall& call);
 

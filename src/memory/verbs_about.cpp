@@ -53,7 +53,8 @@ std::string RunStats(const VerbCall& call) {
       "context '" + std::string(fields[1]) + "'" +
       "\n  topics:    " + number(index.topics().size()) + untimed_remark(totals.untimed) +
       "\n  memos:     " + number(index.memos().size()) +
-      "\n  keywords:  " + number(index.keywords().size()) + "\n  temporal:  0 time key(s)" +
+      "\n  keywords:  " + number(index.keywords().size()) +
+      "\n  temporal:  " + number(index.webs().time().size()) + " time key(s)" +
       "\n  vectors:   " + number(totals.vectors) + "  (semantic lane off)" +
       "\n  models:    0 type(s), 0 memo key(s)" + "\n  bytes:     " + number(store.heap().used()) +
       " in RAM, " + number(store.bytes_on_disk()) + " on disk" +

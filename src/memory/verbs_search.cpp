@@ -10,6 +10,7 @@
 #include "memory/fields.h"
 #include "memory/memo_lines.h"
 #include "memory/parallel.h"
+#include "memory/temporal_query.h"
 #include "memory/verb_table.h"
 
 namespace mrb::memory {
@@ -32,6 +33,12 @@ std::string format_score(std::uint32_t quarters) {
   return {text.data(), static_cast<std::size_t>(length)};
 }
 
+std::vector<std::uint32_t> rows_of(const CoverageHits& hits) {
+  std::vector<std::uint32_t> rows(hits.size());
+  std::ranges::transform(hits.hits(), rows.begin(), &CoverageHits::Hit::row);
+  return rows;
+}
+
 /// Appends a line per hit: topic#n, types, score and how each term was reached.
 void append_hits(std::string& out, const ContextIndex& index, std::span<const QueryTerm> terms,
                  const CoverageHits& hits) {
@@ -46,9 +53,7 @@ void append_hits(std::string& out, const ContextIndex& index, std::span<const Qu
           terms[term].text + " " + std::string(MatchName(static_cast<MatchKind>(kind)));
     }
   }
-  std::vector<std::uint32_t> rows(hits.size());
-  std::ranges::transform(hits.hits(), rows.begin(), &CoverageHits::Hit::row);
-  AppendMemoLines(out, index, rows, "\n  ", [&](std::string& line, std::size_t i) {
+  AppendMemoLines(out, index, rows_of(hits), "\n  ", [&](std::string& line, std::size_t i) {
     const CoverageHits::Hit& hit = hits.hits()[i];
     const MatchMarks marks = hits.marks(hit);
     line += heads[hit.score];
@@ -84,9 +89,20 @@ std::vector<std::uint32_t> related_of(const QueryTerm& term) {
   return related;
 }
 
+/// What the memos of an answer say about the time that the query asks for.
+std::string temporal_section(const ContextIndex& index, const TemporalQuery& temporal,
+                             std::span<const std::uint32_t> rows) {
+  if (!temporal.is_time_related()) {
+    return "";
+  }
+  std::vector<std::uint32_t> ascending(rows.begin(), rows.end());
+  std::ranges::sort(ascending);
+  return TemporalSection(index, temporal, ascending);
+}
+
 /// One word: the memos posted under it, else those of the words nearest to it.
 std::string one_keyword(const ContextIndex& index, const QueryTerm& term, std::string_view query,
-                        std::string_view context) {
+                        std::string_view context, const TemporalQuery& temporal) {
   std::string answer = "OK: ";
   const auto list = [&](std::span<const std::uint32_t> rows, const std::string& via) {
     answer += number(rows.size()) + " memo hit(s):";
@@ -96,7 +112,7 @@ std::string one_keyword(const ContextIndex& index, const QueryTerm& term, std::s
   if (term.exact.size() == 1) {
     list(index.keywords().rows(term.exact.front()), " (via " + term.text + ")");
     append_related(answer, index, related_of(term));
-    return answer;
+    return answer + temporal_section(index, temporal, index.keywords().rows(term.exact.front()));
   }
   QueryTerm nearest = term;
   if (!nearest.exact.empty()) {
@@ -106,8 +122,7 @@ std::string one_keyword(const ContextIndex& index, const QueryTerm& term, std::s
   const CoverageHits hits = RankByCoverage(index, std::span(&nearest, 1), kAllHits);
   if (!hits.empty()) {
     answer += number(hits.size()) + " memo hit(s):";
-    std::vector<std::uint32_t> rows(hits.size());
-    std::ranges::transform(hits.hits(), rows.begin(), &CoverageHits::Hit::row);
+    const std::vector<std::uint32_t> rows = rows_of(hits);
     AppendMemoLines(answer, index, rows, "\n    ", [&](std::string& line, std::size_t i) {
       const auto kind = static_cast<MatchKind>(hits.marks(hits.hits()[i]).of(0));
       line.append(" (via ").append(term.text);
@@ -115,16 +130,17 @@ std::string one_keyword(const ContextIndex& index, const QueryTerm& term, std::s
       line.append(kind == MatchKind::kExact ? "" : MatchName(kind)).append(")");
     });
     append_related(answer, index, related_of(term));
-    return answer;
+    return answer + temporal_section(index, temporal, rows);
   }
   const std::vector<std::uint32_t> similar = SimilarKeywords(index, term.text);
-  if (similar.empty()) {
+  const std::string section = temporal_section(index, temporal, {});
+  if (similar.empty() && section.empty()) {
     return ErrorAnswer("keyword '" + std::string(query) + "' not in context '" +
                        std::string(context) + "'");
   }
   answer += "0 keyword hit(s) for '" + std::string(query) + "'";
   append_related(answer, index, similar);
-  return answer;
+  return answer + section;
 }
 
 std::string no_term_error(std::string_view query) {
@@ -170,18 +186,20 @@ std::string RunKeywords(const VerbCall& call) {
   if (terms.empty()) {
     return no_term_error(query);
   }
+  const TemporalQuery temporal = ReadTemporalQuery(query, call.now());
   if (terms.size() == 1) {
-    return one_keyword(index, terms.front(), query, fields[1]);
+    return one_keyword(index, terms.front(), query, fields[1], temporal);
   }
   const CoverageHits hits = RankByCoverage(index, terms, kAllHits);
+  const std::string section = temporal_section(index, temporal, rows_of(hits));
   if (hits.empty()) {
-    return OkAnswer("0 keyword hit(s) for '" + std::string(query) + "'");
+    return OkAnswer("0 keyword hit(s) for '" + std::string(query) + "'") + section;
   }
   std::string answer = "OK: " + number(hits.size()) + " memo(s) ranked by coverage of " +
                        number(terms.size()) +
                        " terms (exact 1, semantic .5, thematic .25 per term)";
   append_hits(answer, index, terms, hits);
-  return answer;
+  return answer + section;
 }
 
 std::string RunSearch(const VerbCall& call) {

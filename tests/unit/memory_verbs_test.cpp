@@ -130,7 +130,7 @@ TEST(MemoryVerbs, RefusalsWriteNothing) {
         {"stats me", "ERROR: usage  memory.stats" + arg},
         {"bogus x", "ERROR: unknown memory verb 'bogus'\n"},
         {"lint me, c", "ERROR: 'memory.lint' is not available in this build"},
-        {"when me, c, x", "ERROR: 'memory.when' is not available in this build"},
+        {"query me, c, x", "ERROR: 'memory.query' is not available in this build"},
         {"stats me, .hidden",
          "ERROR: bad context id '.hidden' — a leading dot and a trailing dot or blank are not "
          "allowed"}});
