@@ -30,6 +30,7 @@ def main():
         failed |= section("memory, ten million memos", [*memory, "load-10m"])
     with tempfile.TemporaryDirectory(prefix="mb-bench-") as folder:
         failed |= section("processes", [BIN / "process_bench", BIN / "mb", folder])
+    failed |= section("versioned files, beside git", [sys.executable, "bench/compare.py", "--mb", BIN / "mb"])
     failed |= section("http", [sys.executable, "bench/http.py", "--server", BIN / "mb"])
     return 1 if failed else 0
 
