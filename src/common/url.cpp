@@ -38,4 +38,20 @@ std::string DecodeForm(std::string_view text) {
   return Decode(text, true);
 }
 
+std::string EncodeForm(std::string_view text) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string out;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool plain = (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') ||
+                       (byte >= 'a' && byte <= 'z') || c == '-' || c == '.' || c == '_' || c == '~';
+    if (plain) {
+      out += c;
+    } else {
+      out.append("%").append(1, kDigits[byte >> 4U]).append(1, kDigits[byte & 15U]);
+    }
+  }
+  return out;
+}
+
 }  // namespace mrb

@@ -12,4 +12,8 @@ namespace mrb {
 /// The same for form values (application/x-www-form-urlencoded): a plus sign is a blank as well.
 [[nodiscard]] std::string DecodeForm(std::string_view text);
 
+/// The text as a value in a query: letters, digits and "-", ".", "_", "~" stay, every other byte
+/// becomes a percent sign and two digits. DecodeForm() undoes it.
+[[nodiscard]] std::string EncodeForm(std::string_view text);
+
 }  // namespace mrb

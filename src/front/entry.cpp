@@ -16,6 +16,7 @@
 #include "front/settings.h"
 #include "front/usage.h"
 #include "platform/console.h"
+#include "server/attach_client.h"
 
 namespace mrb::front {
 namespace {
@@ -46,23 +47,43 @@ int Unavailable(std::string_view verb) {
   return 1;
 }
 
+bool BringUp(const Settings& settings) {
+  if (EnsureResident(settings.port, settings.data_home_override)) return true;
+  WriteStderr("Mirebolt: couldn't bring up the engine on port " + std::to_string(settings.port) +
+              "\n");
+  return false;
+}
+
 /// `terminal` without a shell's name: the terminal page.
 int OpenTerminalPage(const Settings& settings) {
-  if (!EnsureResident(settings.port, settings.data_home_override)) {
-    WriteStderr("Mirebolt: couldn't bring up the engine on port " + std::to_string(settings.port) +
-                "\n");
-    return 1;
-  }
+  if (!BringUp(settings)) return 1;
   ShowPage(settings.port, "/ui/term.html");
   return 0;
 }
 
+server::AttachOptions AttachOptionsOf(const Settings& settings) {
+  return {.port = settings.port, .headers = FolderHeader()};
+}
+
+/// `terminal bash`: a new session of that shell, and this console on it.
 int RunTerminal(const Settings& settings) {
   const std::string shell = settings.arguments.size() > 2 ? settings.arguments[2] : "";
-  if (shell == "claude" || shell == "bash" || shell == "powershell") {
-    return Unavailable("terminal " + shell);
+  if (shell == "claude") return Unavailable("terminal " + shell);
+  if (shell != "bash" && shell != "powershell") return OpenTerminalPage(settings);
+  if (!BringUp(settings)) return 1;
+  return server::RunNewTerminal(shell, AttachOptionsOf(settings));
+}
+
+/// `mterm` and what follows it.
+int RunMterm(const Settings& settings) {
+  const ProbeResult probe = ProbeResident(settings.port);
+  if (probe == ProbeResult::NoListener || probe == ProbeResult::Foreign) {
+    WriteStderr("mterm: no Mirebolt resident on port " + std::to_string(settings.port) +
+                " (start one: mb gui)\n");
+    return 1;
   }
-  return OpenTerminalPage(settings);
+  return server::RunTerminalClient({settings.arguments.begin() + 2, settings.arguments.end()},
+                                   AttachOptionsOf(settings));
 }
 
 bool TakeOver(const Settings& settings, std::string_view line, StdinLines& lines) {
@@ -156,7 +177,7 @@ int Run(std::vector<std::string> arguments) {
     settings->data_home_override = ResolveHomes(settings->data_home_override).data_home;
   }
   const std::string first = settings->arguments.size() > 1 ? settings->arguments[1] : "";
-  if (first == "mterm") return Unavailable(first);
+  if (first == "mterm") return RunMterm(*settings);
   if (first == "terminal") return RunTerminal(*settings);
   return RunRole(*settings, JoinCommandLine(settings->arguments));
 }

@@ -1,41 +1,25 @@
 #include "front/mcp_bridge.h"
 
-#include <array>
 #include <optional>
 #include <string_view>
 
 #include "front/hand_off.h"
-#include "front/health_text.h"
 #include "platform/console.h"
 #include "platform/sockets.h"
+#include "server/loopback_request.h"
 
 namespace mrb::front {
 namespace {
 
-using platform::Socket;
-
 /// The answer's body; nothing when the message was not delivered or the connection gave no answer.
 std::optional<std::string> Relay(std::int32_t port, const std::string& folder_header,
                                  std::string_view message) {
-  auto socket =
-      Socket::connect_loopback(static_cast<std::uint16_t>(port), platform::Milliseconds{0});
-  if (!socket) return std::nullopt;
-  std::string request =
-      "POST /mcp HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: application/json\r\n";
-  request += "Content-Length: " + std::to_string(message.size()) + "\r\n" + folder_header +
-             "Connection: close\r\n\r\n";
-  request += message;
-  if (!socket->send_all(request)) return std::nullopt;
-  socket->shutdown_send();
-  std::string answer;
-  std::array<char, 8192> chunk{};
-  for (;;) {
-    const auto received = socket->receive(chunk.data(), chunk.size());
-    if (!received || *received == 0) break;
-    answer.append(chunk.data(), *received);
-  }
-  if (answer.empty()) return std::nullopt;
-  return std::string(AnswerBody(answer));
+  auto answer =
+      server::AskResident(port, {.method_and_target = "POST /mcp",
+                                 .headers = "Content-Type: application/json\r\n" + folder_header,
+                                 .body = message});
+  if (!answer) return std::nullopt;
+  return std::move(*answer);
 }
 
 }  // namespace

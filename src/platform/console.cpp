@@ -5,9 +5,22 @@
 #include "platform/stdin_bytes.h"
 
 namespace mrb::platform {
+namespace {
+
+/// Read, but not yet handed out.
+std::string& UnreadInput() {
+  static std::string buffer;
+  return buffer;
+}
+
+}  // namespace
+
+bool AwaitStdin(std::chrono::milliseconds wait) {
+  return UnreadInput().find('\n') != std::string::npos || AwaitStdinBytes(wait);
+}
 
 std::optional<std::string> ReadStdinLine() {
-  static std::string buffer;  // read, but not yet handed out
+  std::string& buffer = UnreadInput();
   std::size_t searched = 0;
   for (;;) {
     const auto end = buffer.find('\n', searched);

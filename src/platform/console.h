@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -21,6 +22,11 @@ void WriteStderr(std::string_view text);
 /// The next line of standard input with its line feed (the last may have none); nothing at the end.
 /// One thread only.
 [[nodiscard]] std::optional<std::string> ReadStdinLine();
+
+/// Waits until ReadStdinLine() has something to read, or its end; false when nothing comes in time.
+/// (Of a line that is typed half, or comes in pieces, the rest is then waited for.) The same
+/// thread.
+[[nodiscard]] bool AwaitStdin(std::chrono::milliseconds wait);
 
 /// Leaves the caller's console for good. On Windows a new, hidden one takes its place (children
 /// that need a console get that); elsewhere a new session is begun and the standard streams go to

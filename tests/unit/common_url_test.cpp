@@ -14,6 +14,7 @@ TEST(UrlTest, DecodesEscapes) {
   EXPECT_EQ(DecodeForm("a+b%2Bc%"), "a b+c%");
   EXPECT_EQ(DecodePercent("%252e"), "%2e");
   EXPECT_EQ(DecodePercent("%00").size(), 1U);
+  EXPECT_EQ(EncodeForm("aZ9-._~ +%/\xC3"), "aZ9-._~%20%2B%25%2F%C3");
 }
 
 TEST(Base64Test, EncodesTheVectorsOfRfc4648) {

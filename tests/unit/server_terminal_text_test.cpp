@@ -2,6 +2,7 @@
 
 #include <random>
 
+#include "server/detach_keys.h"
 #include "server/exec_command.h"
 #include "server/host_book.h"
 #include "server/marker_scanner.h"
@@ -150,6 +151,22 @@ TEST(TerminalCommandTest, KeepsSizesAndNamesToTheRule) {
        {"", "A", "a b", "\xC3\xA4", "a.b", "012345678901234567890123456789012"}) {
     EXPECT_FALSE(IsTerminalName(name)) << name;
   }
+}
+
+TEST(DetachKeysTest, PassesEverythingButItsOwnKeys) {
+  const auto pass = [](std::initializer_list<const char*> pieces) {
+    DetachKeys keys;
+    std::string all;
+    for (const char* piece : pieces) {
+      const DetachKeys::Passed passed = keys.pass(piece);
+      all += passed.keys + (passed.detach ? "!" : "|");
+    }
+    return all;
+  };
+  EXPECT_EQ(pass({"ab\x03", "d"}), "ab\x03|d|");
+  EXPECT_EQ(pass({"a\x1c", "dx"}), "a|!");
+  EXPECT_EQ(pass({"\x1c\x1c", "d"}), "\x1c|d|");
+  EXPECT_EQ(pass({"\x1cx\x1c", "\x1b[A"}), "\x1cx|\x1c\x1b[A|");
 }
 
 TEST(HostBookTest, ReadsWhatItWroteAndPassesOverTheRest) {

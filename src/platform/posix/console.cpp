@@ -13,9 +13,9 @@ namespace mrb::platform {
 namespace {
 
 /// Waits until a stream that somebody made non-blocking can be used again.
-bool WaitFor(int fd, short events) {
+bool WaitFor(int fd, short events, int milliseconds = -1) {
   pollfd wait{fd, events, 0};
-  return Uninterrupted([&] { return ::poll(&wait, 1, -1); }) > 0;
+  return Uninterrupted([&] { return ::poll(&wait, 1, milliseconds); }) > 0;
 }
 
 void WriteAll(int fd, std::string_view text) {
@@ -46,6 +46,10 @@ void WriteStdout(std::string_view text) {
 }
 void WriteStderr(std::string_view text) {
   WriteAll(STDERR_FILENO, text);
+}
+
+bool AwaitStdinBytes(std::chrono::milliseconds wait) {
+  return WaitFor(STDIN_FILENO, POLLIN, static_cast<int>(wait.count()));
 }
 
 bool ReadStdin(std::string& buffer) {

@@ -95,6 +95,21 @@ void WriteStderr(std::string_view text) {
   Write(STD_ERROR_HANDLE, text);
 }
 
+/// A pipe cannot be waited for, only looked into; of everything else waiting tells.
+bool AwaitStdinBytes(std::chrono::milliseconds wait) {
+  constexpr DWORD kBetweenLooks = 10;
+  const HANDLE input = ::GetStdHandle(STD_INPUT_HANDLE);
+  if (::GetFileType(input) != FILE_TYPE_PIPE) {
+    return ::WaitForSingleObject(input, static_cast<DWORD>(wait.count())) != WAIT_TIMEOUT;
+  }
+  for (auto left = wait.count();; left -= kBetweenLooks) {
+    DWORD bytes = 0;
+    if (!::PeekNamedPipe(input, nullptr, 0, nullptr, &bytes, nullptr) || bytes > 0) return true;
+    if (left <= 0) return false;
+    ::Sleep(kBetweenLooks);
+  }
+}
+
 bool ReadStdin(std::string& buffer) {
   const HANDLE input = ::GetStdHandle(STD_INPUT_HANDLE);
   if (IsConsole(input)) return ReadFromConsole(input, buffer);
