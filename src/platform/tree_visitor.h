@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "platform/files.h"
+#include "platform/folder_memory.h"
 
 namespace mrb::platform {
 
@@ -32,6 +33,9 @@ class TreeVisitor {
   /// Without: the walk is for folders only, and asks the system for no file's status where it can
   /// tell a file without.
   [[nodiscard]] virtual bool wants_files() const { return true; }
+
+  /// What walks of this tree remember from one to the next; null: nothing.
+  [[nodiscard]] virtual FolderMemory* memory() { return nullptr; }
 };
 
 }  // namespace mrb::platform

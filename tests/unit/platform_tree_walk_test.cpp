@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <random>
+#include <ranges>
 #include <set>
 
 #include "platform/faulty_files.h"
@@ -120,6 +122,46 @@ TEST_F(TreeWalkTest, GoesDeeperThanAnyPlainPathAndMindsVanishedFolders) {
   EXPECT_TRUE(tree.files.contains(path + "file"));
   EXPECT_EQ(tree.files.size(), 1U);
   EXPECT_TRUE(tree.left_out.empty());
+}
+
+TEST_F(TreeWalkTest, WhatIsRememberedNeverHidesAChange) {
+  class Remembering : public Recorder {
+   public:
+    explicit Remembering(FolderMemory& memory) : memory_(memory) {}
+    FolderMemory* memory() override { return &memory_; }
+
+   private:
+    FolderMemory& memory_;
+  };
+  // Remembers everything at once, so the clock has to tick between a walk and the next change.
+  FolderMemory memory(0);
+  auto tick = [this, last = std::int64_t{0}]() mutable {
+    const std::string clock = folder_.path("clock");
+    for (const std::int64_t before = last; last == before;) {
+      static_cast<void>(SystemFiles().remove_file(clock));
+      write("clock", "");
+      last = SystemFiles().status(clock).value().modified_ns;
+    }
+  };
+  std::mt19937 random(3);
+  for (int round = 0; round < 60; ++round) {
+    const std::string folder = "root/d" + std::to_string(random() % 4);
+    const std::string path = folder + "/e/f" + std::to_string(random() % 6);
+    tick();
+    if (Exists(SystemFiles(), native(path))) {
+      fs::remove_all(native(random() % 3 == 0 ? folder : path));
+    } else {
+      write(path, "x");
+    }
+    tick();
+    Recorder plain;
+    Remembering remembering(memory);
+    ASSERT_TRUE(SystemFiles().walk(native("root"), plain));
+    ASSERT_TRUE(SystemFiles().walk(native("root"), remembering));
+    EXPECT_EQ(remembering.folders, plain.folders);
+    ASSERT_TRUE(
+        std::ranges::equal(std::views::keys(remembering.files), std::views::keys(plain.files)));
+  }
 }
 
 TEST_F(TreeWalkTest, NamesAreBytesWhereTheSystemHasThem) {
