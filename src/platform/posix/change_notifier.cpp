@@ -14,10 +14,10 @@
 #include "platform/tree_visitor.h"
 
 // inotify watches folders one by one. Which watch belongs to which path is not kept: a notice says
-// only that a look is due. But when a folder came, went or moved, the whole set is made anew in a
-// second instance, which then takes the place of the first: that way no watch stays on a folder
-// that was moved out of the tree, and none is missing on what was moved in. A folder gets its watch
-// before it is listed, so whatever is made in it afterwards is either listed or noticed.
+// only that a look is due. But when a folder came, went or moved, the whole set is made anew: that
+// way no watch stays on a folder that was moved out of the tree, and none is missing on what was
+// moved in. A folder gets its watch before it is listed, so whatever is made in it afterwards is
+// either listed or noticed.
 
 namespace mrb::platform {
 namespace {
@@ -110,27 +110,27 @@ class InotifyNotifier final : public ChangeNotifier {
     }
   }
 
+  /// Starts afresh. Whatever happens between the old set and the new one is seen by the look that
+  /// follows every rearm().
   void watch_all() {
-    Watches fresh;
-    fresh.fd.reset(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    if (!fresh.fd) {
-      fresh.failure = errno;
+    watches_ = {};  // first, or both sets would count against the system's limit
+    watches_.fd.reset(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    if (!watches_.fd) {
+      watches_.failure = errno;
     } else {
-      fresh.root = fresh.add(root_, kChanges | kRootGoes | IN_ONLYDIR);
-      if (fresh.root < 0 && fresh.failure == 0) gone_ = true;
-      if (enters_ && fresh.root >= 0) {
-        FolderWatcher visitor(fresh, root_, enters_);
-        gone_ = !SystemFiles().walk(root_, visitor).has_value();
-      }
+      watches_.root = watches_.add(root_, kChanges | kRootGoes | IN_ONLYDIR);
+      gone_ = watches_.root < 0 && watches_.failure == 0;
     }
-    if (fresh.failure != 0 && !warned_) {
+    if (enters_ && watches_.root >= 0) {
+      FolderWatcher visitor(watches_, root_, enters_);
+      gone_ = !SystemFiles().walk(root_, visitor).has_value();
+    }
+    if (watches_.failure != 0 && !warned_) {
       warned_ = true;
-      warning_ = SystemError(fresh.failure, "watch every folder of", root_).text +
+      warning_ = SystemError(watches_.failure, "watch every folder of", root_).text +
                  "; changes there are found by looking once a second (the limit is "
                  "fs.inotify.max_user_watches or max_user_instances)";
     }
-    // Fewer watches than before are better than none.
-    if (fresh.fd || !watches_.fd) watches_ = std::move(fresh);
   }
 
   std::string root_;
