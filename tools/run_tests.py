@@ -24,7 +24,7 @@ WINE = "/usr/lib/wine/wine64"
 WINE_ENV = {"WINEDEBUG": "-all", "WINEPREFIX": str(BUILD / "wine"), "DISPLAY": "",
             "WINEDLLOVERRIDES": "mscoree=;mshtml=;winemenubuilder.exe="}
 # The folders whose code runs on several threads at once.
-THREADED = ["platform_tests", "memory_tests", "server_tests"]
+THREADED = ["platform_tests", "memory_tests", "vfs_tests", "server_tests"]
 UNIT = ["common_tests", "front_tests", *THREADED]
 
 

@@ -4,6 +4,7 @@
 #include <map>
 #include <ranges>
 #include <set>
+#include <utility>
 
 namespace mrb::vfs {
 namespace {
@@ -19,7 +20,7 @@ class Planner {
     }
   }
 
-  std::vector<PlannedRecord> plan(const std::vector<Change>& changes) {
+  ChainPlan plan(const std::vector<Change>& changes) {
     for (const Change& change : changes) replay(change);
     drop_unfulfilled(changes);
     if (changes.empty()) {
@@ -31,12 +32,17 @@ class Planner {
     std::erase_if(records_, [](const PlannedRecord& record) {
       return !record.tombstone && record.source.kind == Kind::kNone;
     });
-    return std::move(records_);
+    return {std::move(records_), guessed_};
   }
 
  private:
   void replay(const Change& change) {
     if (change.archived != 0) note_archive(change);
+    if (change.buried != 0) {
+      buried_before_ = std::exchange(buried_, change.buried);
+    } else if (change.kind == ChangeKind::kRestore) {
+      buried_ = 0;
+    }
     switch (change.kind) {
       case ChangeKind::kRestore:
         if (change.same_as == 0) {  // the tombstone was withdrawn
@@ -46,6 +52,10 @@ class Planner {
         same_[change.version] = change.same_as;
         break;
       case ChangeKind::kMirrorFail:
+        if (!records_.empty() && records_.back().version == change.version &&
+            records_.back().tombstone) {
+          buried_ = buried_before_;
+        }
         forget_from(change.version);
         return;
       case ChangeKind::kReconcileStrandedLock:
@@ -66,7 +76,9 @@ class Planner {
   void note_archive(const Change& change) {
     mentioned_.insert(change.archived);
     const auto archive = archives_.find(change.archived);
-    if (archive == archives_.end()) return;
+    if (archive == archives_.end() || change.holds == 0) return;
+    // A number may have been given before, by a change that was taken back.
+    std::erase_if(archive_of_, [&](const auto& of) { return of.second == change.archived; });
     archive_of_[change.holds] = change.archived;
     const auto at = std::ranges::lower_bound(records_, change.holds, {}, &PlannedRecord::version);
     if (at != records_.end() && at->version == change.holds) return;
@@ -86,11 +98,26 @@ class Planner {
     if (changes.empty() || records_.empty()) return;
     const Change& last = changes.back();
     if (last.version != records_.back().version) return;
-    const bool archived = last.archived == 0 || archives_.contains(last.archived);
-    const bool came_true = last.kind == ChangeKind::kDelete
-                               ? facts_.has_tombstone || !facts_.has_copy
-                               : facts_.has_copy && archived;
-    if (!came_true) records_.pop_back();
+    if (last.kind == ChangeKind::kDelete ? was_buried(last) : was_written(last)) return;
+    records_.pop_back();
+    if (last.kind == ChangeKind::kDelete) buried_ = buried_before_;
+  }
+
+  /// A tombstone file that was there before goes to the archive first, so it is not that one.
+  [[nodiscard]] bool was_buried(const Change& last) const {
+    return !facts_.has_copy ||
+           (facts_.has_tombstone && (last.archived == 0 || archives_.contains(last.archived)));
+  }
+
+  /// A copy that is not there may have been archived by a save, or buried by a delete, whose line
+  /// was lost.
+  [[nodiscard]] bool was_written(const Change& last) const {
+    if (last.archived != 0 && !archives_.contains(last.archived)) return false;
+    if (last.archived != 0 && last.holds == last.version) return true;  // carried by a move
+    return facts_.has_copy || (facts_.has_tombstone && buried_ == 0) ||
+           std::ranges::any_of(archives_, [this](const auto& archive) {
+             return !mentioned_.contains(archive.first);
+           });
   }
 
   void push(std::uint32_t version, ByteSource source, std::int64_t modified_ns) {
@@ -114,6 +141,7 @@ class Planner {
   }
 
   void number_by_name() {
+    guessed_ = !facts_.empty();
     for (const auto& [number, modified_ns] : archives_) {
       push(number, {Kind::kArchive, number}, modified_ns);
     }
@@ -130,6 +158,7 @@ class Planner {
     bool first = true;
     for (const auto& [number, modified_ns] : archives_) {
       if (mentioned_.contains(number)) continue;
+      guessed_ = true;
       PlannedRecord* newest = newest_content();
       if (first && newest != nullptr && !archive_of_.contains(newest->version)) {
         archive_of_[newest->version] = number;
@@ -138,7 +167,10 @@ class Planner {
       }
       first = false;
     }
-    if (!first && facts_.has_copy && copy_is_taken()) {
+    const bool unexplained = copy_is_taken();
+    const bool behind_delete = !records_.empty() && records_.back().tombstone;
+    if (facts_.has_copy && (unexplained || behind_delete)) {
+      guessed_ = true;
       push(next_version(), {Kind::kCopy, 0}, facts_.copy_modified_ns);
     }
   }
@@ -170,6 +202,9 @@ class Planner {
 
   void find_copy_and_tombstone() {
     bool copy_free = facts_.has_copy;
+    if (PlannedRecord* buried = find(buried_); buried != nullptr && facts_.has_tombstone) {
+      if (buried->source.kind == Kind::kNone) buried->source = {Kind::kTombstone, 0};
+    }
     bool tombstone_free = facts_.has_tombstone;
     bool behind_delete = false;
     for (PlannedRecord& record : records_ | std::views::reverse) {
@@ -186,7 +221,8 @@ class Planner {
       if (!behind_delete && copy_free) {
         record.source = {Kind::kCopy, 0};
         copy_free = false;
-      } else if (behind_delete && tombstone_free) {
+      } else if (tombstone_free && (behind_delete || buried_ == 0)) {
+        guessed_ = guessed_ || !behind_delete;
         record.source = {Kind::kTombstone, 0};
         tombstone_free = false;
       } else if (behind_delete && copy_free) {
@@ -214,12 +250,15 @@ class Planner {
   std::vector<PlannedRecord> records_;
   std::map<std::uint32_t, std::uint32_t> archive_of_;  // version: archive number
   std::set<std::uint32_t> mentioned_;
+  bool guessed_ = false;
+  std::uint32_t buried_ = 0;  // the version that the tombstone file holds
+  std::uint32_t buried_before_ = 0;
   std::map<std::uint32_t, std::uint32_t> same_;  // version: an older one with the same bytes
 };
 
 }  // namespace
 
-std::vector<PlannedRecord> PlanChain(const MirrorFacts& facts, const std::vector<Change>& changes) {
+ChainPlan PlanChain(const MirrorFacts& facts, const std::vector<Change>& changes) {
   return Planner(facts).plan(changes);
 }
 

@@ -50,8 +50,11 @@ struct PlannedRecord {
 /// version, deletes, and who and when. Where it is silent (it was lost, or a crash came first)
 /// archives hold the versions that their names say. A version whose bytes are nowhere is left out;
 /// so is one that was announced but whose renames never happened.
-[[nodiscard]] std::vector<PlannedRecord> PlanChain(const MirrorFacts& facts,
-                                                   const std::vector<Change>& changes);
+struct ChainPlan {
+  std::vector<PlannedRecord> records;
+  bool guessed = false;  ///< the journal did not tell all of it
+};
+[[nodiscard]] ChainPlan PlanChain(const MirrorFacts& facts, const std::vector<Change>& changes);
 
 /// The first archive number that is free.
 [[nodiscard]] std::uint32_t FirstFreeArchive(const MirrorFacts& facts);

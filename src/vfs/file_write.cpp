@@ -37,6 +37,54 @@ std::string StorePlaces::mirror_copy(std::string_view path) const {
   return mirror->copy_beside_folder(path);
 }
 
+Result<bool> IsThere(FileSystem& files, const std::string& path) {
+  const auto status = files.status(path);
+  if (status) return true;
+  if (status.error().kind == ErrorKind::kNotFound) return false;
+  return std::unexpected(status.error());
+}
+
+Result<std::uint32_t> FreeArchive(const StorePlaces& places, std::string_view path,
+                                  std::uint32_t number) {
+  for (;; ++number) {
+    const auto taken = IsThere(*places.files, places.mirror->archive(path, number));
+    if (!taken) return std::unexpected(taken.error());
+    if (!*taken) return number;
+  }
+}
+
+Status WriteArchive(const StorePlaces& places, std::string_view path, std::uint32_t number,
+                    std::string_view bytes, bool flushes) {
+  FileSystem& files = *places.files;
+  const std::string folder = places.mirror->archive_folder(path);
+  if (const Status made = files.make_directory(folder);
+      !made && made.error().kind != ErrorKind::kAlreadyExists) {
+    return Fail(ErrorKind::kUnavailable, made.error().text);
+  }
+  const std::string archive = places.mirror->archive(path, number);
+  const std::string temporary = archive + ".tmp$";
+  const auto write = [&]() -> Status {
+    auto file = files.open(temporary, FileSystem::OpenMode::kReplace);
+    if (!file) return std::unexpected(file.error());
+    if (Status written = (*file)->append(bytes); !written) return written;
+    return flushes ? (*file)->sync() : Status();
+  };
+  Status written = write();
+  if (written) written = files.rename_new(temporary, archive);
+  if (!written) {
+    static_cast<void>(files.remove_file(temporary));
+    return written;
+  }
+  return flushes ? files.sync_directory(folder) : Status();
+}
+
+Status MoveToCopy(FileSystem& files, const std::string& from, const std::string& copy) {
+  Status moved = files.rename_replace(from, copy);
+  if (moved || moved.error().kind != ErrorKind::kNotFound) return moved;
+  if (!files.make_directory(ParentPath(copy))) return moved;
+  return files.rename_replace(from, copy);
+}
+
 Status MakeFoldersInside(FileSystem& files, const std::string& root, std::string_view path,
                          FolderAccess access, bool flushes) {
   for (std::size_t slash = path.find('/'); slash != std::string_view::npos;
@@ -149,20 +197,33 @@ FileWrite::Outcome FileWrite::place() {
   return std::exchange(mirror_failure_, std::nullopt);
 }
 
-void FileWrite::aim(std::uint32_t next_archive, bool has_seed) {
-  if (!mirrors_) return;
-  has_copy_ = platform::Exists(*places_.files, copy_);
-  if (!has_copy_ && !has_seed) return;
-  archived_ = next_archive;
-  while (platform::Exists(*places_.files, places_.mirror->archive(path_, archived_))) ++archived_;
+FileWrite::Outcome FileWrite::aim(std::uint32_t next_archive, bool has_seed) {
+  if (!mirrors_) return {};
+  const auto has_copy = IsThere(*places_.files, copy_);
+  if (!has_copy) return Failed("vc archive move failed", true);
+  has_copy_ = *has_copy;
+  if (!has_copy_ && !has_seed) return {};
+  const auto number = FreeArchive(places_, path_, next_archive);
+  if (!number) return Failed("vc archive move failed", true);
+  archived_ = *number;
+  return {};
 }
 
-FileWrite::Outcome FileWrite::mirror(std::string_view seed) {
+FileWrite::Outcome FileWrite::seed(std::string_view bytes) {
+  if (!mirrors_ || has_copy_) return {};
+  if (!make_mirror_folders()) return Failed("vc seed-archive mkdir failed", true);
+  const Status written = WriteArchive(places_, path_, archived_, bytes, flushes_);
+  if (written) return {};
+  const bool no_folder = written.error().kind == ErrorKind::kUnavailable;
+  return Failed(no_folder ? "vc seed-archive mkdir failed" : "vc seed-archive write failed", true);
+}
+
+FileWrite::Outcome FileWrite::mirror() {
   if (!mirrors_) return {};
-  if (archived_ != 0) {
-    if (auto failure = has_copy_ ? archive_copy() : archive_seed(seed)) return failure;
+  if (archived_ != 0 && has_copy_) {
+    if (auto failure = archive_copy()) return failure;
   }
-  if (!places_.files->rename_replace(places_.mirror->temporary(path_), copy_)) {
+  if (!MoveToCopy(*places_.files, places_.mirror->temporary(path_), copy_)) {
     undo_mirror();
     return Failed("vc promote failed", true);
   }
@@ -181,24 +242,6 @@ FileWrite::Outcome FileWrite::archive_copy() {
   }
   const Status moved = files.rename_new(copy_, places_.mirror->archive(path_, archived_));
   if (!moved) return Failed("vc archive move failed", true);
-  AddOnce(folders_, folder);
-  return {};
-}
-
-FileWrite::Outcome FileWrite::archive_seed(std::string_view seed) {
-  FileSystem& files = *places_.files;
-  const std::string folder = places_.mirror->archive_folder(path_);
-  if (const Status made = files.make_directory(folder);
-      !made && made.error().kind != ErrorKind::kAlreadyExists) {
-    return Failed("vc seed-archive mkdir failed", true);
-  }
-  const std::string archive = places_.mirror->archive(path_, archived_);
-  const auto file = write(archive, seed, FileSystem::OpenMode::kReplace);
-  if (!file) return Failed("vc seed-archive write failed", true);
-  if (flushes_ && !(*file)->sync()) {
-    static_cast<void>(files.remove_file(archive));  // half of it would pass for a version
-    return Failed("vc seed-archive write failed", true);
-  }
   AddOnce(folders_, folder);
   return {};
 }

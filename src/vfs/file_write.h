@@ -34,9 +34,10 @@ struct StorePlaces {
 /// order; each leaves what earlier ones did, and answers why it could not be done.
 ///
 ///     FileWrite write(places, path, bytes);
+///     write.aim();      it is decided which archive number the previous copy will take
+///     write.seed();     when there is no copy but was a version: its bytes go to the archive
 ///     write.stage();    both temporary files are written and flushed, at the same time
 ///     write.place();    the working file is replaced
-///     write.aim();      it is decided which archive number the previous copy will take
 ///     journal.append(a line that tells what mirror() is about to do)
 ///     write.mirror();   the previous copy goes to the archive, the new one takes its place
 ///     write.settle();   names, and the journal that tells of them, are flushed
@@ -66,18 +67,20 @@ class FileWrite {
   /// Nothing is flushed: the caller writes many files and flushes the volume in the end.
   void flush_later() { flushes_ = false; }
 
-  [[nodiscard]] Outcome stage();
-  [[nodiscard]] Outcome place();
-
   /// Looks for the archive number of the previous copy, or of the seed when there is no copy, from
   /// `next_archive` on, the first one worth trying.
-  void aim(std::uint32_t next_archive, bool has_seed);
+  [[nodiscard]] Outcome aim(std::uint32_t next_archive, bool has_seed);
 
   /// The number that aim() found; 0 when nothing will be archived.
   [[nodiscard]] std::uint32_t archived() const { return archived_; }
 
-  /// `seed` goes to the archive when the mirror holds no copy yet.
-  [[nodiscard]] Outcome mirror(std::string_view seed);
+  /// For a store whose mirror holds no copy of what was never edited: before the working file, the
+  /// only place where the version before lies, is replaced. Nothing when there is a copy.
+  [[nodiscard]] Outcome seed(std::string_view bytes);
+
+  [[nodiscard]] Outcome stage();
+  [[nodiscard]] Outcome place();
+  [[nodiscard]] Outcome mirror();
 
   /// `journal` may be null.
   [[nodiscard]] Outcome settle(Journal* journal);
@@ -93,7 +96,6 @@ class FileWrite {
   [[nodiscard]] Outcome stage_mirror(Opened& file);
   [[nodiscard]] Status make_mirror_folders();
   [[nodiscard]] Outcome archive_copy();
-  [[nodiscard]] Outcome archive_seed(std::string_view seed);
   [[nodiscard]] Result<Opened> write(const std::string& path, std::string_view bytes,
                                      platform::FileSystem::OpenMode mode) const;
 
@@ -113,6 +115,24 @@ class FileWrite {
   bool has_copy_ = false;
   std::vector<std::string> folders_;  ///< whose names changed
 };
+
+/// Whether there is something of that name; unlike platform::Exists() it does not take a failure to
+/// look for an answer.
+[[nodiscard]] Result<bool> IsThere(platform::FileSystem& files, const std::string& path);
+
+/// The first archive number from `number` on that is free.
+[[nodiscard]] Result<std::uint32_t> FreeArchive(const StorePlaces& places, std::string_view path,
+                                                std::uint32_t number);
+
+/// Writes one archived version beside and gives it its name, which must be free; the file's folder
+/// in the mirror must be there. kUnavailable when the archive's own folder cannot be made.
+[[nodiscard]] Status WriteArchive(const StorePlaces& places, std::string_view path,
+                                  std::uint32_t number, std::string_view bytes, bool flushes);
+
+/// Renames a file of the mirror over `copy`, which may lie in a folder that is yet to be made: that
+/// of a StorePlaces::mirror_copy() whose name a folder has.
+[[nodiscard]] Status MoveToCopy(platform::FileSystem& files, const std::string& from,
+                                const std::string& copy);
 
 enum class FolderAccess { kShared, kPrivate };
 

@@ -89,10 +89,12 @@ std::optional<Change> ChangeOf(const JsonValue& object) {
   const auto version = VersionField(object, "version");
   const auto archived = VersionField(object, "archived");
   const auto holds = VersionField(object, "holds");
+  const auto buried = VersionField(object, "buried");
   const auto same_as = VersionField(object, "same_as");
   const auto size = object.find("size").integer();
   auto path = PathField(object);
-  if (kind == kKindNames.end() || !version || !archived || !holds || !same_as) return std::nullopt;
+  if (kind == kKindNames.end() || !version || !archived || !holds) return std::nullopt;
+  if (!buried || !same_as) return std::nullopt;
   if (!size || *size < 0 || !path || path->empty()) return std::nullopt;
   return Change{.version = *version,
                 .author = object.find("author").text(),
@@ -102,6 +104,7 @@ std::optional<Change> ChangeOf(const JsonValue& object) {
                 .size = static_cast<std::uint64_t>(*size),
                 .archived = *archived,
                 .holds = *holds,
+                .buried = *buried,
                 .same_as = *same_as,
                 .carried = object.find("carried").boolean().value_or(false)};
 }
@@ -128,6 +131,7 @@ std::string ChangeLine(const Change& change) {
     AppendNumber(line, "archived", change.archived);
     AppendNumber(line, "holds", change.holds);
   }
+  if (change.buried != 0) AppendNumber(line, "buried", change.buried);
   if (change.same_as != 0) AppendNumber(line, "same_as", change.same_as);
   if (change.carried) line += ",\"carried\":true";
   return line + "}\n";

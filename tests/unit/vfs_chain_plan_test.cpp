@@ -37,7 +37,7 @@ constexpr auto kFail = ChangeKind::kMirrorFail;
 /// "1:a1 2:c 3:x": version and where its bytes are; x is a tombstone.
 std::string Plan(const MirrorFacts& facts, const std::vector<Change>& changes) {
   std::string text;
-  for (const PlannedRecord& record : PlanChain(facts, changes)) {
+  for (const PlannedRecord& record : PlanChain(facts, changes).records) {
     if (!text.empty()) text += ' ';
     text += std::to_string(record.version) + ":";
     if (record.tombstone) {
@@ -110,7 +110,7 @@ TEST(ChainPlanTest, FindsEveryVersionsBytes) {
 }
 
 TEST(ChainPlanTest, TakesAuthorsFromTheJournalAndTimesFromFilesWithoutIt) {
-  const auto known = PlanChain(Facts({1}, true), {Made(2, kModify, 1, 1)});
+  const auto known = PlanChain(Facts({1}, true), {Made(2, kModify, 1, 1)}).records;
   ASSERT_EQ(known.size(), 2U);
   EXPECT_EQ(known[0].author.text(), "");
   EXPECT_EQ(known[0].modified_ns, 1001);

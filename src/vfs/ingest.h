@@ -1,0 +1,76 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "vfs/chain_plan.h"
+#include "vfs/mirror_scan.h"
+#include "vfs/version_store.h"
+
+namespace mrb::vfs {
+
+/// Reads a store's tree, its journal and its mirror, and makes them agree. Used once a store, by
+/// VersionStore::ingest(), with the store's lock held.
+class Ingest {
+ public:
+  Ingest(VersionStore& store, const VersionStore::Progress& progress)
+      : store_(store), progress_(progress) {}
+
+  [[nodiscard]] Result<IngestReport> run();
+
+ private:
+  class Look;
+
+  /// One file on its way into memory.
+  struct Item {
+    std::string path;
+    bool on_disk = false;         ///< it is in the tree
+    platform::FileStatus status;  ///< when it is
+    MirrorFacts facts;
+    std::vector<Change> changes;
+
+    bool is_read = false;  ///< the working file's bytes are in `bytes`
+    bool failed = false;   ///< it is there but cannot be read, or its mirror copy cannot be written
+    Blob bytes;
+    std::vector<VersionRecord> records;
+    std::string lines;         ///< of the journal, when it did not tell the history
+    std::uint32_t buried = 0;  ///< the version that the mirror's tombstone file holds
+  };
+
+  [[nodiscard]] Status walk_tree();
+  void look_at_followed_files();
+  void warn_of_memory() const;
+  [[nodiscard]] Status read_mirror();
+  void add_vanished(MirrorContents contents);
+  [[nodiscard]] bool is_left_out(const std::string& path) const;
+  [[nodiscard]] Status begin_fill();
+  void read_all();
+  void read_item(Item& item);
+  void read_records(Item& item);
+  [[nodiscard]] Blob record_bytes(const Item& item, const PlannedRecord& planned, bool newest);
+  [[nodiscard]] Status fill_copy(const Item& item) const;
+  [[nodiscard]] Status end_fill();
+  void place(Item& item);
+  void place_new(Item& item, File& file);
+  void settle_changes();
+  void count(const File& file);
+  void warn(const std::string& line);
+
+  VersionStore& store_;
+  const VersionStore::Progress& progress_;
+  IngestReport report_;
+  std::vector<Item> items_;
+  std::unordered_set<std::string> excluded_;
+  std::uint64_t walked_bytes_ = 0;
+  bool fills_ = false;          ///< the mirror is written for the first time, in one go
+  std::string guessed_lines_;   ///< of the journal, that it should have held
+  std::string new_lines_;       ///< of the journal, for what was filled
+  std::vector<Item*> changed_;  ///< differ from their newest version
+  std::mutex mutex_;            ///< guards report_ and warnings while several threads read
+};
+
+}  // namespace mrb::vfs

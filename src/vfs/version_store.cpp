@@ -1,0 +1,152 @@
+#include "vfs/version_store.h"
+
+#include <algorithm>
+
+#include "platform/paths.h"
+#include "vfs/chain_plan.h"
+#include "vfs/file_bytes.h"
+#include "vfs/mirror_scan.h"
+#include "vfs/reserved_names.h"
+
+namespace mrb::vfs {
+
+VersionStore::VersionStore(StoreSetup setup)
+    : setup_(std::move(setup)),
+      layout_(setup_.mirror_root),
+      places_{setup_.files, setup_.disk_root, setup_.mirror_root.empty() ? nullptr : &layout_},
+      journal_(*setup_.files, layout_.journal()) {}
+
+void VersionStore::warn(const std::string& line) const {
+  if (setup_.warn) setup_.warn(line);
+}
+
+bool VersionStore::refuse(std::string reason) {
+  message_ = std::move(reason);
+  return false;
+}
+
+bool VersionStore::admits(std::string_view path, std::uint64_t size) const {
+  if (setup_.category == StoreCategory::kSingleFiles) {
+    return followed_.contains(std::string(path));
+  }
+  return !HasReservedPart(path) && setup_.policy.ext.admits(path, size);
+}
+
+bool VersionStore::is_folder(std::string_view path) const {
+  if (path.empty()) return true;
+  return std::ranges::any_of(table_.files(), [path](const std::unique_ptr<File>& file) {
+    return !file->is_gone() && file->name.size() > path.size() && file->name[path.size()] == '/' &&
+           std::string_view(file->name).starts_with(path);
+  });
+}
+
+std::unique_ptr<Directory> VersionStore::tree() const {
+  auto root = std::make_unique<Directory>("");
+  std::map<std::string, Directory*, std::less<>> folders{{"", root.get()}};
+  const std::function<Directory&(std::string_view)> folder =
+      [&](std::string_view path) -> Directory& {
+    if (const auto known = folders.find(path); known != folders.end()) return *known->second;
+    const std::size_t slash = path.find_last_of('/');
+    const bool top = slash == std::string_view::npos;
+    Directory& parent = folder(top ? std::string_view() : path.substr(0, slash));
+    auto made = std::make_unique<Directory>(std::string(top ? path : path.substr(slash + 1)));
+    Directory& added = *made;
+    parent.children.push_back(std::move(made));
+    folders.emplace(path, &added);
+    return added;
+  };
+  std::vector<const File*> live;
+  for (const auto& file : table_.files()) {
+    if (!file->is_gone()) live.push_back(file.get());
+  }
+  std::ranges::sort(live, {}, [](const File* file) -> const std::string& { return file->name; });
+  for (const File* file : live) {
+    const std::size_t slash = file->name.find_last_of('/');
+    folder(slash == std::string::npos ? "" : std::string_view(file->name).substr(0, slash))
+        .children.push_back(file->clone());
+  }
+  return root;
+}
+
+std::size_t VersionStore::change_policy(const Policy& policy) {
+  const Lock guard = lock();
+  std::size_t left = 0;
+  std::size_t stranded = 0;
+  for (const auto& file : table_.files()) {
+    if (file->is_gone()) continue;
+    const std::uint64_t size = file->history.back().bytes.bytes().size();
+    if (!setup_.policy.ext.admits(file->name, size) || policy.ext.admits(file->name, size))
+      continue;
+    ++left;
+    if (locks_.holder(file->name).empty()) continue;
+    ++stranded;
+    (void)log(change_of(*file, ChangeKind::kReconcileStrandedLock));
+  }
+  setup_.policy = policy;
+  message_.clear();
+  if (stranded > 0) {
+    message_ = std::to_string(stranded) +
+               " locked file(s) no longer policy-admitted; CheckIn them before tightening policy";
+  }
+  return left;
+}
+
+void VersionStore::follow_file(const std::string& path) {
+  const Lock guard = lock();
+  followed_.insert(path);
+}
+
+void VersionStore::unfollow_file(const std::string& path) {
+  const Lock guard = lock();
+  followed_.erase(path);
+}
+
+std::optional<bool> VersionStore::toggle_lock(const File& file) {
+  const Lock guard = lock();
+  message_.clear();
+  if (locks_.held_by_other(file.name, author_)) {
+    message_ = "file is locked (" + locks_.holder(file.name) + ")";
+    return std::nullopt;
+  }
+  if (locks_.release(file.name, author_)) return false;
+  locks_.take(file.name, author_);
+  return true;
+}
+
+Result<Blob> VersionStore::version_bytes(const File& file, std::uint32_t version) const {
+  const std::scoped_lock guard(mutex_);
+  const VersionRecord* record = file.find_version(version);
+  if (record != nullptr && record->tombstone) {
+    return Fail(ErrorKind::kNotFound, "version " + std::to_string(version) + " is a delete");
+  }
+  if (record != nullptr) return record->bytes;
+  if (!places_.mirrors(file.name)) return Fail(ErrorKind::kNotFound, "no such version");
+  std::vector<Change> changes;
+  auto all = all_changes();
+  if (!all) return std::unexpected(all.error());
+  std::ranges::copy_if(*all, std::back_inserter(changes),
+                       [&](const Change& change) { return change.path == file.name; });
+  const MirrorFacts facts = ScanMirrorOf(places_, file.name);
+  const std::vector<PlannedRecord> plan = PlanChain(facts, changes).records;
+  const auto planned = std::ranges::find(plan, version, &PlannedRecord::version);
+  if (planned == plan.end() || planned->tombstone) {
+    return Fail(ErrorKind::kNotFound, "no such version");
+  }
+  return ReadBlob(*places_.files, SourcePath(places_, file.name, planned->source));
+}
+
+Result<std::vector<Change>> VersionStore::all_changes() const {
+  const std::scoped_lock guard(mutex_);
+  std::vector<Change> changes;
+  if (places_.mirror == nullptr) return changes_;
+  const auto read = journal_.read([&](Change change) { changes.push_back(std::move(change)); });
+  if (!read) return std::unexpected(read.error());
+  return changes;
+}
+
+std::size_t VersionStore::archived_count(std::string_view path) const {
+  const std::scoped_lock guard(mutex_);
+  return places_.mirrors(path) ? ScanMirrorOf(places_, path).archives.size() : 0;
+}
+
+}  // namespace mrb::vfs
