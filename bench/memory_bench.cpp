@@ -10,6 +10,7 @@
 //   copy       import, clone and export the 1,000,000 memos
 //   contexts   list 10,000 contexts, none of them loaded
 //   webs       derive the webs of 1,000,000 memos, and look things up on them
+//   semantic   the nearest of 100,000 vectors of 768 numbers
 //   tokenize   run the tokenizer over their text
 //
 // Without names: all but those over 10,000,000 memos. Store files are made once and left in the
@@ -22,6 +23,7 @@
 #include <ctime>
 #include <functional>
 #include <memory>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -75,6 +77,7 @@ class Bench {
     if (workload == "copy") return copy();
     if (workload == "contexts") return contexts();
     if (workload == "webs") return webs();
+    if (workload == "semantic") return semantic();
     if (workload == "tokenize") return tokenize();
     stop("no workload '" + workload + "'");
   }
@@ -341,6 +344,45 @@ class Bench {
     time_verb("where", "where", "bench, framed, " + name, 101, "1 ms");
     time_verb("when", "when", "bench, framed, 2021-11-12", 101, "1 ms");
     time_verb("temporal", "temporal", "bench, framed, 2021-11-12", 101, "1 ms");
+    service_.reset();
+  }
+
+  void semantic() {
+    constexpr std::size_t kVectors = 100'000;
+    constexpr std::size_t kDimension = 768;
+    service_.reset();
+    const std::string path = platform::JoinPath(folder_, "vectors");
+    if (!platform::MakeDirectories(files_, path)) stop("cannot make " + path);
+    std::mt19937 random(1);
+    std::normal_distribution<float> normal;
+    std::vector<float> vector(kDimension);
+    const auto draw = [&] { std::ranges::generate(vector, [&] { return normal(random); }); };
+    if (memory::ContextStore store(files_, path); store.load().value_or(0) < kVectors) {
+      memory::RecordBatch batch;
+      for (std::size_t i = 0; i < kVectors; ++i) {
+        draw();
+        const std::string content = "memo " + std::to_string(i);
+        if (!batch.add({.written = 1,
+                        .content = content,
+                        .topic = "t",
+                        .keywords = {},
+                        .vector = vector})) {
+          stop("a memo is too long");
+        }
+      }
+      if (!store.exchange({}, batch, false)) stop("cannot write " + path);
+    }
+    memory::MemoryOptions options;
+    options.contexts_folder = folder_;
+    options.files = &files_;
+    options.now = [] { return std::uint64_t{1'700'000'000}; };
+    options.embedder = [&](const std::string&, std::string_view) {
+      return Result<std::vector<float>>(vector);
+    };
+    draw();
+    service_ = std::make_unique<memory::MemoryService>(options);
+    (void)service().execute("bench", "stats", "bench, vectors");
+    time_verb("semantic, 100,000 vectors of 768", "semantic", "bench, vectors, x", 51, "40 ms");
     service_.reset();
   }
 

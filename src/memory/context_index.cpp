@@ -50,6 +50,9 @@ bool ContextIndex::add(std::uint64_t offset) {
   if (webs_) {
     webs_->add(row, *record);
   }
+  if (vectors_) {
+    vectors_->add(row, VectorOf(record->vector_bytes));
+  }
   for (const std::uint32_t keyword : posted) {
     const std::size_t memos = keywords_.rows(keyword).size();
     if (memos >= kFirstPick && std::has_single_bit(memos)) {
@@ -100,11 +103,24 @@ std::span<const std::uint32_t> ContextIndex::topic_rows(std::string_view topic) 
 }
 
 const Webs& ContextIndex::webs() const {
-  const std::lock_guard lock(webs_mutex_);
+  const std::lock_guard lock(derived_mutex_);
   if (!webs_) {
     webs_ = Webs::build(*this, IndexThreads(heap_->used()));
   }
   return *webs_;
+}
+
+const VectorIndex& ContextIndex::vectors() const {
+  const std::lock_guard lock(derived_mutex_);
+  if (!vectors_) {
+    vectors_ = std::make_unique<VectorIndex>(*this);
+  }
+  return *vectors_;
+}
+
+std::string_view ContextIndex::vector_bytes(std::uint32_t row) const {
+  const auto record = ReadRecord(heap_->bytes(), memos_[row].offset);
+  return record ? record->vector_bytes : std::string_view();
 }
 
 RecordView ContextIndex::record(std::uint32_t row) const {

@@ -14,6 +14,7 @@
 #include "memory/record.h"
 #include "memory/record_heap.h"
 #include "memory/topic_counts.h"
+#include "memory/vector_index.h"
 #include "memory/webs.h"
 
 namespace mrb::memory {
@@ -66,6 +67,12 @@ class ContextIndex {
   /// The webs, derived when first asked for. Any reader may ask; throws std::bad_alloc.
   [[nodiscard]] const Webs& webs() const;
 
+  /// The vectors that records carry, likewise.
+  [[nodiscard]] const VectorIndex& vectors() const;
+
+  /// The floats of a row's record as they lie there; empty without a vector.
+  [[nodiscard]] std::string_view vector_bytes(std::uint32_t row) const;
+
   /// In how many topics a keyword occurs. Any reader may ask.
   [[nodiscard]] std::uint32_t topics_of(std::uint32_t keyword) const {
     return topic_counts_.count(memos_, topics_, keywords_, keyword);
@@ -87,8 +94,9 @@ class ContextIndex {
   MemoTotals totals_;
   mutable RecencyList recency_;
   mutable TopicCounts topic_counts_;
-  mutable std::mutex webs_mutex_;
-  mutable std::unique_ptr<Webs> webs_;  // guarded by webs_mutex_ among readers
+  mutable std::mutex derived_mutex_;
+  mutable std::unique_ptr<Webs> webs_;            // guarded by derived_mutex_ among readers
+  mutable std::unique_ptr<VectorIndex> vectors_;  // likewise
 };
 
 }  // namespace mrb::memory

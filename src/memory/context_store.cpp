@@ -25,7 +25,8 @@ ContextStore::ContextStore(platform::FileSystem& files, std::string folder)
     : file_(std::make_unique<StoreFile>(files, folder)),
       files_(&files),
       folder_(std::move(folder)),
-      index_(std::make_unique<ContextIndex>(heap_)) {}
+      index_(std::make_unique<ContextIndex>(heap_)),
+      overlays_(files, folder_) {}
 
 Result<LoadedStore> ContextStore::read_files(std::size_t threads) {
   auto loaded = LoadStoreFile(*files_, file_->path(), threads);
@@ -63,6 +64,9 @@ Result<std::uint64_t> ContextStore::load(std::size_t threads) {
   index_.reset();
   index_ = IndexBuilder::build(heap_, std::move(loaded->rows),
                                threads != 0 ? threads : IndexThreads(heap_.used()));
+  if (const Status read = overlays_.load(heap_, index_->memos()); !read) {
+    return std::unexpected(read.error());
+  }
   return index_->memos().size();
 }
 
@@ -109,6 +113,7 @@ Status ContextStore::prepare_write() {
   }
   heap_.set_used(used + kDimensionBytes);
   vector_missing_ = false;
+  overlays_.settle_marks(heap_, index_->memos());
   return {};
 }
 
@@ -122,6 +127,53 @@ Status ContextStore::rewrite(std::span<const std::string_view> pieces) {
   stale_ = stale_ || (!replaced && replaced.error().kind != ErrorKind::kNotFound);
   convert_ = convert_ && !replaced;
   return replaced;
+}
+
+/// rewrite() for a change that takes the records of `rows` out, or puts one of `in_place` bytes in
+/// the place of the only one: the overlays move along.
+Status ContextStore::rewrite_without(std::span<const std::uint32_t> rows, std::uint64_t in_place,
+                                     std::span<const std::string_view> pieces) {
+  if (rows.empty()) {
+    return rewrite(pieces);
+  }
+  OverlaySet::Move move;
+  std::vector<std::uint64_t> starts;
+  std::vector<std::uint64_t> gone = {0};  // [n]: bytes that the first n rows took
+  for (const std::uint32_t row : rows) {
+    starts.push_back(index_->memos()[row].offset);
+    gone.push_back(gone.back() + record_end(row) - starts.back());
+  }
+  move.moved = [&](std::uint64_t offset) -> std::optional<std::uint64_t> {
+    const auto before = std::ranges::lower_bound(starts, offset) - starts.begin();
+    const bool removed =
+        before < std::ssize(starts) && starts[static_cast<std::size_t>(before)] == offset;
+    if (removed || !index_->memos().find(offset)) {
+      return std::nullopt;
+    }
+    return offset - gone[static_cast<std::size_t>(before)] + (before > 0 ? in_place : 0);
+  };
+  for (const std::string_view piece : pieces) {
+    move.heap_bytes += piece.size();
+  }
+  move.changed_at = starts.front();
+  move.read = [&](std::uint64_t offset, std::uint64_t bytes) {
+    std::string out;
+    for (const std::string_view piece : pieces) {
+      if (offset < piece.size() && out.size() < bytes) {
+        out += piece.substr(offset, bytes - out.size());
+      }
+      offset -= std::min<std::uint64_t>(offset, piece.size());
+    }
+    return out;
+  };
+  if (const Status prepared = overlays_.prepare(move); !prepared) {
+    return prepared;
+  }
+  const Status written = rewrite(pieces);
+  if (!written && !stale_) {
+    overlays_.abandon();
+  }
+  return written;
 }
 
 Status ContextStore::append_to_file(std::string_view bytes) {
@@ -143,6 +195,8 @@ void ContextStore::rebuild() {
     index_ = std::make_unique<ContextIndex>(heap_);
     stale_ = true;
   }
+  // The store has its new state; what is left to do for the overlays, the next load does.
+  stale_ = !overlays_.commit(heap_, index_->memos()) || stale_;
 }
 
 Result<std::uint64_t> ContextStore::append(const RecordFields& fields) {
@@ -209,7 +263,7 @@ Result<std::uint64_t> ContextStore::exchange(std::span<const std::uint32_t> rows
     }
   }
   pieces.push_back(added.bytes());
-  if (const Status written = rewrite(pieces); !written) {
+  if (const Status written = rewrite_without(rows, 0, pieces); !written) {
     return std::unexpected(written.error());
   }
   char* out = heap_.data();
@@ -264,7 +318,7 @@ Status ContextStore::replace(std::uint32_t row, const RecordFields& fields) {
     return room;
   }
   const std::string_view pieces[] = {heap_.text(0, start), record, heap_.text(end, behind)};
-  if (const Status written = rewrite(pieces); !written) {
+  if (const Status written = rewrite_without(std::span(&row, 1), record.size(), pieces); !written) {
     return written;
   }
   std::memmove(heap_.data() + start + record.size(), heap_.data() + end, behind);

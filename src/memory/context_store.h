@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "memory/context_index.h"
+#include "memory/overlay_set.h"
 #include "memory/record_batch.h"
 #include "memory/record_heap.h"
 #include "memory/store_file.h"
@@ -58,7 +59,7 @@ class ContextStore {
 
   /// Why writes are refused, if they are.
   [[nodiscard]] Status writable() const;
-  [[nodiscard]] bool stale() const { return stale_; }
+  [[nodiscard]] bool stale() const { return stale_ || overlays_.uncertain(); }
 
   /// Adds one memo at the end; returns its offset.
   [[nodiscard]] Result<std::uint64_t> append(const RecordFields& fields);
@@ -77,6 +78,10 @@ class ContextStore {
   /// kNotFound when there is no store file yet.
   [[nodiscard]] Result<std::uint64_t> export_to(const std::string& path) const;
 
+  /// What model types keep of this context. Offsets in it follow every rewrite.
+  [[nodiscard]] const OverlaySet& overlays() const { return overlays_; }
+  [[nodiscard]] OverlaySet& overlays() { return overlays_; }
+
   /// Writes the whole heap out as the store file.
   [[nodiscard]] Status save();
 
@@ -84,6 +89,8 @@ class ContextStore {
   [[nodiscard]] Result<LoadedStore> read_files(std::size_t threads);
   [[nodiscard]] Status prepare_write();
   [[nodiscard]] Status rewrite(std::span<const std::string_view> pieces);
+  [[nodiscard]] Status rewrite_without(std::span<const std::uint32_t> rows, std::uint64_t in_place,
+                                       std::span<const std::string_view> pieces);
   [[nodiscard]] Status append_to_file(std::string_view bytes);
   [[nodiscard]] std::uint64_t record_end(std::uint32_t row) const;
   void rebuild();
@@ -93,6 +100,7 @@ class ContextStore {
   std::string folder_;
   RecordHeap heap_;
   std::unique_ptr<ContextIndex> index_;
+  OverlaySet overlays_;
   std::uint64_t dropped_ = 0;
   bool foreign_ = false;  // the file is no store; it is not ours to write
   bool convert_ = false;  // the heap comes from a legacy file: the next write writes it whole

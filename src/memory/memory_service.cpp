@@ -13,7 +13,11 @@ namespace mrb::memory {
 class MemoryService::Impl {
  public:
   explicit Impl(MemoryOptions options)
-      : options_(std::move(options)), contexts_(*options_.files, options_.contexts_folder) {}
+      : options_(std::move(options)), contexts_(*options_.files, options_.contexts_folder) {
+    if (!options_.embedder) {
+      options_.embedder = SystemEmbedder();
+    }
+  }
 
   std::string execute(std::string_view bot, std::string_view verb, std::string_view rest) {
     const VerbRow* row = FindVerb(verb);

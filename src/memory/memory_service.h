@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "memory/embedder.h"
 #include "platform/files.h"
 
 namespace mrb::memory {
@@ -30,6 +31,9 @@ struct MemoryOptions {
 
   /// Told, on the calling thread, how a long work proceeds, a line at a time. May be empty.
   std::function<void(const std::string&)> progress = {};
+
+  /// Turns texts into vectors for contexts whose semantic lane is armed; empty: SystemEmbedder().
+  Embedder embedder = {};
 
   /// The versions of every file directly in `directory` when that is under version control (files
   /// by name, versions by number), else nothing. May be empty.

@@ -12,6 +12,13 @@ inline constexpr std::string_view kLegacyStoreFileName = "data.mem";
 inline constexpr std::string_view kContextIdFileName = "context.id";
 inline constexpr std::string_view kLockFileName = "context.lock";
 
+inline constexpr std::string_view kEmbedSettingsName = "embed.cfg";
+inline constexpr std::string_view kOverlayPrefix = "model-";
+inline constexpr std::string_view kOverlaySuffix = ".ovm";
+inline constexpr std::string_view kOverlayMagic = "OVM1";
+/// There while overlays wait for the store they belong to; see overlay_set.h.
+inline constexpr std::string_view kOverlayNoteName = "overlays.next";
+
 /// The folders beside the contexts that hold retired ones. No id begins with a dot.
 inline constexpr std::string_view kPurgedFolderName = ".purged";
 inline constexpr std::string_view kArchiveFolderName = ".archive";

@@ -206,13 +206,13 @@ constexpr auto kRows = std::to_array<VerbRow>({
      "Embedding-similarity recall (the opt-in SEMANTIC lane): nearest memos to a phrase, by "
      "vector. Needs the lane armed (memory.embed on) and memos embedded at write time.",
      "",
-     nullptr},
+     RunSemantic},
     {"embed", "", "",
      "memory.embed <botid>, <context>, on|off|status",
      "Arm / disarm / inspect a context's semantic lane. Armed = every add/addmemo/update "
      "also stores an inline embedding (ollama, see vector.h).",
      "",
-     nullptr},
+     RunEmbed},
     {"w5build", "", "",
      "memory.w5build <botid>, <context>, -",
      "Build the PARALLEL 5W-organized shadow context <context>_w5: topics are W tokens "
@@ -226,7 +226,7 @@ constexpr auto kRows = std::to_array<VerbRow>({
      "memos: topic labels held, memos keyed, and whether it is CURRENT (high-water mark at "
      "the end of the store) or BEHIND (unkeyed memos above its mark). Read-only.",
      "",
-     nullptr},
+     RunModels},
     {"cachekeys", "modelkeys", "",
      "memory.cachekeys <botid>, <context>, <modeltype>|local [, <page=20>]",
      "Load a model type's reverse cache: registers the type if new, returns its topic table "
@@ -234,7 +234,7 @@ constexpr auto kRows = std::to_array<VerbRow>({
      "it has not keyed, with content. Every write appends, so the unkeyed memos are always "
      "the suffix above the mark: no pending flag, no scan.",
      "",
-     nullptr},
+     RunCacheKeys},
     {"cachekey", "setcachekey", "",
      "memory.cachekey <botid>, <context>, <modeltype>, @<off>=<label>; @<off>=<label>; "
      "<topic>#<n>=<label>",
@@ -243,20 +243,20 @@ constexpr auto kRows = std::to_array<VerbRow>({
      "joins the model's topic table; a known label just gains the memo. The mark advances "
      "over the keyed prefix.",
      "",
-     nullptr},
+     RunCacheKey},
     {"modelkeywords", "modelkeyword", "",
      "memory.modelkeywords <botid>, <context>, <modeltype>|local, <query>",
      "Recall through a model type's OWN topic table: the query's words hit its labels, the "
      "labels enumerate their memos (one line per memo: topic#n, type, label). Blocked while "
      "that type is BEHIND — its own recall only; the shared verbs never block.",
      "",
-     nullptr},
+     RunModelKeywords},
     {"forgetmodel", "dropmodel", "",
      "memory.forgetmodel <botid>, <context>, <modeltype>",
      "Drop a model type from a context: its topic table, every key and its overlay file. "
      "Memos untouched.",
      "",
-     nullptr},
+     RunForgetModel},
     {"help", "? manifest", "",
      "memory.help",
      "Show this full capability reference.",

@@ -75,6 +75,13 @@ struct VerbRow {
 [[nodiscard]] std::string RunTemporal(const VerbCall& call);
 [[nodiscard]] std::string RunChain(const VerbCall& call);
 [[nodiscard]] std::string RunW5Build(const VerbCall& call);
+[[nodiscard]] std::string RunEmbed(const VerbCall& call);
+[[nodiscard]] std::string RunSemantic(const VerbCall& call);
+[[nodiscard]] std::string RunModels(const VerbCall& call);
+[[nodiscard]] std::string RunCacheKeys(const VerbCall& call);
+[[nodiscard]] std::string RunCacheKey(const VerbCall& call);
+[[nodiscard]] std::string RunModelKeywords(const VerbCall& call);
+[[nodiscard]] std::string RunForgetModel(const VerbCall& call);
 [[nodiscard]] std::string RunStripToTokens(const VerbCall& call);
 [[nodiscard]] std::string RunHelp(const VerbCall& call);
 

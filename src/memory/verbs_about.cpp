@@ -19,6 +19,23 @@ std::string untimed_remark(std::uint64_t untimed) {
   return untimed == 0 ? "" : "  (" + number(untimed) + " untimed, migrated from MRB2)";
 }
 
+std::string models_of(const ContextStore& store) {
+  std::uint64_t keys = 0;
+  std::string lines;
+  for (const Overlay& overlay : store.overlays().all()) {
+    keys += overlay.keyed();
+    const std::size_t behind = overlay.behind(store.index().memos());
+    lines += "\n    " + overlay.name() + ": " + number(overlay.labels().size()) + " label(s), " +
+             number(overlay.keyed()) + " keyed, mark @" + number(overlay.mark()) +
+             (behind == 0 ? " current" : " behind by " + number(behind));
+  }
+  for (const std::string& file : store.overlays().damaged()) {
+    lines += "\n    " + file + " is damaged and left alone";
+  }
+  return "\n  models:    " + number(store.overlays().all().size()) + " type(s), " + number(keys) +
+         " memo key(s)" + lines;
+}
+
 void append_row(std::string& out, const VerbRow& row) {
   const auto line = [&](std::string_view label, std::string_view text) {
     if (!text.empty()) {
@@ -49,17 +66,18 @@ std::string RunStats(const VerbCall& call) {
   const ContextStore& store = *access->store;
   const ContextIndex& index = store.index();
   const MemoTotals& totals = index.totals();
-  std::string answer =
-      "context '" + std::string(fields[1]) + "'" +
-      "\n  topics:    " + number(index.topics().size()) + untimed_remark(totals.untimed) +
-      "\n  memos:     " + number(index.memos().size()) +
-      "\n  keywords:  " + number(index.keywords().size()) +
-      "\n  temporal:  " + number(index.webs().time().size()) + " time key(s)" +
-      "\n  vectors:   " + number(totals.vectors) + "  (semantic lane off)" +
-      "\n  models:    0 type(s), 0 memo key(s)" + "\n  bytes:     " + number(store.heap().used()) +
-      " in RAM, " + number(store.bytes_on_disk()) + " on disk" +
-      "\n  written:   " + FormatWritten(totals.oldest) + " .. " + FormatWritten(totals.newest) +
-      " (UTC)";
+  std::string answer = "context '" + std::string(fields[1]) + "'" +
+                       "\n  topics:    " + number(index.topics().size()) +
+                       untimed_remark(totals.untimed) +
+                       "\n  memos:     " + number(index.memos().size()) +
+                       "\n  keywords:  " + number(index.keywords().size()) +
+                       "\n  temporal:  " + number(index.webs().time().size()) + " time key(s)" +
+                       "\n  vectors:   " + number(totals.vectors) + "  (semantic lane " +
+                       (store.overlays().settings().armed ? "ARMED" : "off") + ")" +
+                       models_of(store) + "\n  bytes:     " + number(store.heap().used()) +
+                       " in RAM, " + number(store.bytes_on_disk()) + " on disk" +
+                       "\n  written:   " + FormatWritten(totals.oldest) + " .. " +
+                       FormatWritten(totals.newest) + " (UTC)";
   if (store.dropped_bytes() > 0) {
     answer +=
         "\n  dropped:   " + number(store.dropped_bytes()) + " byte(s) behind the last whole record";

@@ -9,6 +9,7 @@
 #include "memory/memo_types.h"
 #include "memory/tokenizer.h"
 #include "memory/verb_table.h"
+#include "memory/write_lane.h"
 
 namespace mrb::memory {
 
@@ -51,7 +52,15 @@ struct Written {
   std::uint64_t offset = 0;
   std::uint64_t position = 0;
   std::uint64_t replaced = 0;
+  std::string notice = {};  // what the answer says in brackets
+  bool keys = false;        // the caller has a model type there
 };
+
+std::string key_hint(const Written& written) {
+  return written.keys ? "\n(key it for your model type now: memory.cachekey <botid>, <context>, "
+                        "<modeltype>, @<off>=<label>)"
+                      : "";
+}
 
 enum class TopicMode { kReplace, kAppend };
 
@@ -67,7 +76,9 @@ Result<Written> write_memo(ContextStore& store, const RecordFields& memo, TopicM
   if (!offset) {
     return std::unexpected(offset.error());
   }
-  return Written{*offset, replaces ? 1 : old.size() + 1, replaces ? old.size() : 0};
+  return Written{.offset = *offset,
+                 .position = replaces ? 1 : old.size() + 1,
+                 .replaced = replaces ? old.size() : 0};
 }
 
 /// Writes the memo to each context in turn; the answer of the verb's failure, if any.
@@ -77,20 +88,24 @@ std::expected<Written, std::string> write_to_all(const VerbCall& call, std::stri
   if (auto refused = refusal(call, contexts)) {
     return std::unexpected(std::move(*refused));
   }
-  Written all;
+  const WriteLane lane = WriteLane::embed(call, contexts, memo.content);
+  Written all{.notice = lane.notice()};
   std::vector<std::string> done;
   for (const std::string& context : contexts) {
+    RecordFields record = memo;
+    record.vector = lane.vector(context);
     auto access = call.contexts.write(context);
     const auto written =
-        access ? write_memo(*access->store, memo, mode) : std::unexpected(access.error());
+        access ? write_memo(*access->store, record, mode) : std::unexpected(access.error());
     if (!written) {
       return std::unexpected(write_error(verb, memo.topic, context, written.error(), done));
     }
     if (done.empty()) {
-      all = *written;
-    } else {
-      all.replaced += written->replaced;
+      all.offset = written->offset;
+      all.position = written->position;
     }
+    all.replaced += written->replaced;
+    all.keys = all.keys || HasModelType(*access->store, call);
     done.push_back(context);
   }
   return all;
@@ -130,7 +145,7 @@ std::string RunAdd(const VerbCall& call) {
     answer += " (REPLACED " + std::to_string(written->replaced) +
               " memo(s))\n(add replaces the whole topic; addmemo appends, update edits one memo)";
   }
-  return OkAnswer(answer);
+  return OkAnswer(answer) + key_hint(*written) + written->notice;
 }
 
 std::string RunAddMemo(const VerbCall& call) {
@@ -164,7 +179,8 @@ std::string RunAddMemo(const VerbCall& call) {
   }
   return OkAnswer("memo " + std::to_string(written->position) + " @" +
                   std::to_string(written->offset) + " appended to '" + std::string(topic) +
-                  "' in context(s): " + Join(contexts, ", "));
+                  "' in context(s): " + Join(contexts, ", ")) +
+         key_hint(*written) + written->notice;
 }
 
 }  // namespace mrb::memory

@@ -7,6 +7,7 @@
 #include "memory/memo_types.h"
 #include "memory/tokenizer.h"
 #include "memory/verb_table.h"
+#include "memory/write_lane.h"
 
 namespace mrb::memory {
 
@@ -105,6 +106,8 @@ std::string RunUpdate(const VerbCall& call) {
   if (content.empty()) {
     return ErrorAnswer("update needs content (deletememo removes a memo)");
   }
+  // The embedder may take its time: nobody waits for the context meanwhile.
+  const WriteLane lane = WriteLane::embed(call, {context}, content);
   auto access = write_existing(call, context, topic);
   if (!access) {
     return access.error().kind == ErrorKind::kNotFound
@@ -123,12 +126,13 @@ std::string RunUpdate(const VerbCall& call) {
                                                         .content = content,
                                                         .topic = topic,
                                                         .keywords = words,
-                                                        .vector = {}});
+                                                        .vector = lane.vector(context)});
   if (!replaced) {
     return ErrorAnswer("update of '" + topic + "'" + memo + " failed (disk rewrite refused)");
   }
   return OkAnswer("memo " + std::to_string(*n) + " of '" + topic + "' REPLACED in context '" +
-                  context + "'");
+                  context + "'") +
+         lane.notice();
 }
 
 }  // namespace mrb::memory

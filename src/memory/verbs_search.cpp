@@ -8,7 +8,9 @@
 #include "common/answer.h"
 #include "memory/coverage.h"
 #include "memory/fields.h"
+#include "memory/fused_search.h"
 #include "memory/memo_lines.h"
+#include "memory/memo_text.h"
 #include "memory/parallel.h"
 #include "memory/temporal_query.h"
 #include "memory/verb_table.h"
@@ -19,8 +21,9 @@ namespace {
 
 constexpr std::string_view kSearchUsage = "memory.search <botid>, {ctxA,ctxB}|*, <query words>";
 constexpr std::size_t kMaxPerContext = 20;
-constexpr std::size_t kMaxRelated = 24;   // related keywords an answer shows
-constexpr std::size_t kMaxSearchers = 8;  // contexts that one search looks at side by side
+constexpr std::size_t kMaxRelated = 24;        // related keywords an answer shows
+constexpr std::size_t kMaxSemanticLane = 100;  // nearest memos that a fused answer looks at
+constexpr std::size_t kMaxSearchers = 8;       // contexts that one search looks at side by side
 
 std::string number(std::uint64_t value) {
   return std::to_string(value);
@@ -148,6 +151,70 @@ std::string no_term_error(std::string_view query) {
                      "' is a word that could be a keyword (two letters or digits at least)");
 }
 
+/// The query's vector where the context's semantic lane is armed and has vectors; empty where it is
+/// not, or when nobody embeds it: words alone answer then. Asked before the context is held.
+Result<std::vector<float>> query_vector(const VerbCall& call, std::string_view context,
+                                        std::string_view query) {
+  std::string model;
+  {
+    const auto access = call.contexts.read(context);
+    if (!access) {
+      return std::unexpected(access.error());
+    }
+    const EmbedSettings& settings = access->store->overlays().settings();
+    if (!settings.armed || access->store->index().totals().vectors == 0) {
+      return {};
+    }
+    model = settings.model;
+  }
+  return call.options.embedder(model, query).value_or(std::vector<float>());
+}
+
+/// The temporal lane: the memos of the query's dates, else the dated ones of the hits, in time
+/// order.
+std::vector<std::uint32_t> temporal_lane(const ContextIndex& index, const TemporalQuery& temporal,
+                                         std::span<const std::uint32_t> hits) {
+  std::vector<std::uint32_t> rows;
+  if (temporal.has_date()) {
+    const auto dated = FindDated(index, temporal);
+    std::ranges::transform(dated, std::back_inserter(rows), &DatedRow::row);
+  } else if (temporal.is_time_related()) {
+    const TimeWeb& time = index.webs().time();
+    std::ranges::copy_if(hits, std::back_inserter(rows),
+                         [&](std::uint32_t row) { return time.anchor(row).is_set(); });
+    std::ranges::sort(rows, {},
+                      [&](std::uint32_t row) { return std::pair(time.anchor(row), row); });
+  }
+  return rows;
+}
+
+std::string fused_answer(const ContextIndex& index, std::span<const QueryTerm> terms,
+                         std::span<const float> vector, const TemporalQuery& temporal,
+                         std::string_view query) {
+  RankedLanes lanes;
+  auto& [words, semantic, dated] = lanes;
+  words = rows_of(RankByCoverage(index, terms, kAllHits));
+  const auto near = index.vectors().nearest(vector, kMaxSemanticLane);
+  std::ranges::transform(near, std::back_inserter(semantic), &NearMemo::row);
+  dated = temporal_lane(index, temporal, words);
+  const std::vector<FusedHit> hits = Fuse(lanes);
+  if (hits.empty()) {
+    return OkAnswer("0 keyword hit(s) for '" + std::string(query) + "'");
+  }
+  std::string answer = OkAnswer(number(hits.size()) + " memo(s), keyword+semantic" +
+                                (dated.empty() ? "" : "+temporal") + " fused (RRF):");
+  for (const FusedHit& hit : hits) {
+    std::array<char, 32> score;
+    const int length = std::snprintf(score.data(), score.size(), " rrf=%.4f ", hit.score);
+    answer += "\n  ";
+    AppendMemoHead(answer, index, hit.row);
+    answer += " ";
+    AppendFirstLine(answer, index.record(hit.row).content);
+    answer.append(score.data(), static_cast<std::size_t>(length)).append(hit.lane_names());
+  }
+  return answer;
+}
+
 struct ContextHits {
   Status failure;
   std::size_t hits = 0;
@@ -177,6 +244,10 @@ std::string RunKeywords(const VerbCall& call) {
     return GenericUsageError(call);
   }
   const std::string_view query = fields[2];
+  const auto vector = query_vector(call, fields[1], query);
+  if (!vector) {
+    return ErrorAnswer(vector.error().text);
+  }
   const auto access = call.contexts.read(fields[1]);
   if (!access) {
     return ErrorAnswer(access.error().text);
@@ -187,6 +258,9 @@ std::string RunKeywords(const VerbCall& call) {
     return no_term_error(query);
   }
   const TemporalQuery temporal = ReadTemporalQuery(query, call.now());
+  if (!vector->empty()) {
+    return fused_answer(index, terms, *vector, temporal, query);
+  }
   if (terms.size() == 1) {
     return one_keyword(index, terms.front(), query, fields[1], temporal);
   }

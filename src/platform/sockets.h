@@ -25,7 +25,15 @@ class Socket {
   ~Socket();
 
   /// Connects to 127.0.0.1. A zero time-out means none; they apply to each later send and receive.
-  [[nodiscard]] static Result<Socket> connect_loopback(std::uint16_t port, Milliseconds timeout);
+  [[nodiscard]] static Result<Socket> connect_loopback(std::uint16_t port, Milliseconds timeout) {
+    return connect(kLoopback, port, timeout);
+  }
+
+  /// The same to any IPv4 address, given in host byte order.
+  [[nodiscard]] static Result<Socket> connect(std::uint32_t ipv4, std::uint16_t port,
+                                              Milliseconds timeout);
+
+  static constexpr std::uint32_t kLoopback = 0x7F000001;
 
   [[nodiscard]] bool is_open() const { return handle_ != kNone; }
 

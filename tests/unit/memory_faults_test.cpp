@@ -45,6 +45,24 @@ const Script kContextScript = {
     "indexdir me, c, %/.purged", "import me, d, %/out",
 };
 
+const Script kModelScript = {
+    "addmemo me, c, t, , , first",
+    "addmemo me, c, u, , , second",
+    "addmemo me, c, t, , , third",
+    "cachekeys me, c, m",
+    "cachekey me, c, m, t#1=a; u#1=b; t#2=c",
+    "update me, c, u, 1, , , second but longer",
+    "embed me, c, on",
+    "cachekey me, c, m, u#1=d",
+    "deletememo me, c, t, 1",
+    "addmemo me, c, v, , , fourth",
+    "add me, c, u, , replaced",
+    "rename me, c, e",
+    "deletememo me, e, t, 1",
+    "embed me, e, off",
+    "forgetmodel me, e, m",
+};
+
 /// One line, with the home's folder for "%".
 std::string play(MemoryHome& home, const std::string& line) {
   const std::size_t mark = line.find('%');
@@ -60,6 +78,10 @@ std::string state(MemoryHome& home) {
     out += home.exists(folder, "data.mrb4") ? folder : "-";
   }
   for (const char* context : {"c", "d", "e"}) {
+    out += home.run(std::string("models me, ") + context) + "\n";
+    for (const char* file : {"embed.cfg", "model-m.ovm"}) {
+      out += home.read(context, file) + "\n";
+    }
     for (const char* topic : {"t", "u", "v"}) {
       out += home.run(std::string("memos me, ") + context + ", " + topic) + "\n" +
              home.run(std::string("retrieve me, ") + context + ", " + topic) + "\n";
@@ -127,9 +149,9 @@ TEST_P(MemoryFaults, WhatWasAnsweredOkIsThere) {
     home.reopen();
     const std::string after = state(home);
     EXPECT_TRUE(allowed.contains(after)) << "operation " << n << " after " << done << after;
-    EXPECT_EQ(home.run("addmemo me, c, w, , , still works").substr(0, 3), "OK:") << n;
+    EXPECT_EQ(home.run("addmemo me, w, t, , , still works").substr(0, 3), "OK:") << n;
     home.reopen();
-    EXPECT_EQ(home.run("retrieve me, c, w"), "still works") << n;
+    EXPECT_EQ(home.run("retrieve me, w, t"), "still works") << n;
     EXPECT_EQ(state(home), after) << n;
   }
   std::printf("%llu operations %s\n", static_cast<unsigned long long>(cases),
@@ -138,7 +160,8 @@ TEST_P(MemoryFaults, WhatWasAnsweredOkIsThere) {
 }
 
 INSTANTIATE_TEST_SUITE_P(FailAndCrash, MemoryFaults,
-                         testing::Combine(testing::Values(&kMemoScript, &kContextScript),
+                         testing::Combine(testing::Values(&kMemoScript, &kContextScript,
+                                                          &kModelScript),
                                           testing::Bool()));
 
 }  // namespace

@@ -70,14 +70,14 @@ void Socket::close() noexcept {
   handle_ = kNone;
 }
 
-Result<Socket> Socket::connect_loopback(std::uint16_t port, Milliseconds timeout) {
+Result<Socket> Socket::connect(std::uint32_t ipv4, std::uint16_t port, Milliseconds timeout) {
   const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (fd < 0) return FailErrno("open a socket for", Where(port));
   Socket socket(static_cast<Native>(fd));
   if (Status set = socket.set_receive_timeout(timeout); !set) return std::unexpected(set.error());
   // The send time-out bounds the connect too.
   if (Status set = socket.set_send_timeout(timeout); !set) return std::unexpected(set.error());
-  const sockaddr_in address = AddressOf(INADDR_LOOPBACK, port);
+  const sockaddr_in address = AddressOf(ipv4, port);
   if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
     if (errno == EINPROGRESS || errno == EAGAIN) errno = ETIMEDOUT;
     return FailErrno("connect to", Where(port));

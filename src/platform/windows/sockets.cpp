@@ -74,8 +74,8 @@ int AwaitConnect(SOCKET socket, Milliseconds timeout) {
 }
 
 /// 0 or the error. The socket's own time-outs do not bound a connect here, hence the detour.
-int Connect(SOCKET socket, std::uint16_t port, Milliseconds timeout) {
-  const sockaddr_in address = AddressOf(INADDR_LOOPBACK, port);
+int Connect(SOCKET socket, std::uint32_t ipv4, std::uint16_t port, Milliseconds timeout) {
+  const sockaddr_in address = AddressOf(ipv4, port);
   SetBlocking(socket, false);
   int error = 0;
   if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
@@ -135,14 +135,14 @@ void Socket::close() noexcept {
   handle_ = kNone;
 }
 
-Result<Socket> Socket::connect_loopback(std::uint16_t port, Milliseconds timeout) {
+Result<Socket> Socket::connect(std::uint32_t ipv4, std::uint16_t port, Milliseconds timeout) {
   const SOCKET handle = OpenTcpSocket();
   if (handle == INVALID_SOCKET) return FailLastError("open a socket for", Where(port));
   Socket socket(handle);
   if (Status set = socket.set_receive_timeout(timeout); !set) return std::unexpected(set.error());
   if (Status set = socket.set_send_timeout(timeout); !set) return std::unexpected(set.error());
   RefuseAtOnce(handle);
-  if (const int error = Connect(handle, port, timeout); error != 0) {
+  if (const int error = Connect(handle, ipv4, port, timeout); error != 0) {
     return std::unexpected(
         SystemError(static_cast<unsigned long>(error), "connect to", Where(port)));
   }
