@@ -80,6 +80,7 @@ class ContextIndex {
 
  private:
   friend class IndexBuilder;
+  friend class IndexSpoiler;  // tests that want to see damage found
 
   /// Posts the memo under its keywords, linking new ones; returns their numbers, each once.
   std::vector<std::uint32_t> post(std::uint32_t row, const RecordView& record);

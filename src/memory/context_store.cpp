@@ -80,6 +80,24 @@ std::uint64_t ContextStore::bytes_on_disk() const {
   return file_ ? file_->size_on_disk() : 0;
 }
 
+std::string ContextStore::check_disk() const {
+  if (!file_ || (convert_ && bytes_on_disk() == 0)) {
+    return "";  // nothing there yet: the first write makes it
+  }
+  const auto start = file_->read_start(kMagic.size());
+  if (!start) {
+    const bool none = start.error().kind == ErrorKind::kNotFound && heap_.used() == 0;
+    return none ? "" : "cannot open " + file_->path();
+  }
+  if (*start != kMagic) {
+    return start->empty() && heap_.used() == 0 ? "" : "file is not MRB4";
+  }
+  const std::uint64_t bytes = bytes_on_disk() - kMagic.size();
+  return bytes == heap_.used() ? ""
+                               : std::to_string(bytes) + " record bytes on disk vs " +
+                                     std::to_string(heap_.used()) + " in RAM";
+}
+
 Status ContextStore::writable() const {
   if (foreign_) {
     return Fail(ErrorKind::kCorrupt,

@@ -57,6 +57,9 @@ class ContextStore {
   /// Size of the store file; 0 when there is none.
   [[nodiscard]] std::uint64_t bytes_on_disk() const;
 
+  /// What is wrong with the store file beside what is in memory; empty when nothing is.
+  [[nodiscard]] std::string check_disk() const;
+
   /// Why writes are refused, if they are.
   [[nodiscard]] Status writable() const;
   [[nodiscard]] bool stale() const { return stale_ || overlays_.uncertain(); }
@@ -86,6 +89,8 @@ class ContextStore {
   [[nodiscard]] Status save();
 
  private:
+  friend class IndexSpoiler;  // tests that want to see damage found
+
   [[nodiscard]] Result<LoadedStore> read_files(std::size_t threads);
   [[nodiscard]] Status prepare_write();
   [[nodiscard]] Status rewrite(std::span<const std::string_view> pieces);

@@ -114,6 +114,20 @@ Status StoreFile::replace(std::span<const std::string_view> heap_pieces) {
   return {};
 }
 
+Result<std::string> StoreFile::read_start(std::size_t bytes) const {
+  const auto file = files_.open(path(), FileSystem::OpenMode::kRead);
+  if (!file) {
+    return std::unexpected(file.error());
+  }
+  std::string start(bytes, '\0');
+  const auto got = (*file)->read_at(0, start.data(), start.size());
+  if (!got) {
+    return std::unexpected(got.error());
+  }
+  start.resize(*got);
+  return start;
+}
+
 Result<std::string> StoreFile::read_from(std::uint64_t offset) const {
   const auto file = files_.open(path(), FileSystem::OpenMode::kRead);
   if (!file) {

@@ -41,6 +41,9 @@ class StoreFile {
   /// Writes `heap` as the previous store file, beside the live one.
   [[nodiscard]] Status keep_previous(std::string_view heap);
 
+  /// The first bytes of the file, fewer where it ends before.
+  [[nodiscard]] Result<std::string> read_start(std::size_t bytes) const;
+
   /// The file's bytes from `offset` to its end.
   [[nodiscard]] Result<std::string> read_from(std::uint64_t offset) const;
 

@@ -142,7 +142,7 @@ constexpr auto kRows = std::to_array<VerbRow>({
      "Run it when a store looks odd (counts disagree, a getmemo misses). Findings name the "
      "topic/memo; delete + re-add of that memo (or memory.export / import into a fresh "
      "context) is the repair. Aliases: check, verify.",
-     nullptr},
+     RunLint},
     {"search", "find", "",
      "memory.search <botid>, {ctxA,ctxB}|*, <query words>",
      "Keyword search ACROSS contexts at once — a brace list of contexts, or * for every "

@@ -82,6 +82,7 @@ struct VerbRow {
 [[nodiscard]] std::string RunCacheKey(const VerbCall& call);
 [[nodiscard]] std::string RunModelKeywords(const VerbCall& call);
 [[nodiscard]] std::string RunForgetModel(const VerbCall& call);
+[[nodiscard]] std::string RunLint(const VerbCall& call);
 [[nodiscard]] std::string RunStripToTokens(const VerbCall& call);
 [[nodiscard]] std::string RunHelp(const VerbCall& call);
 

@@ -129,7 +129,6 @@ TEST(MemoryVerbs, RefusalsWriteNothing) {
         {"latest me", "ERROR: usage  memory.latest" + arg},
         {"stats me", "ERROR: usage  memory.stats" + arg},
         {"bogus x", "ERROR: unknown memory verb 'bogus'\n"},
-        {"lint me, c", "ERROR: 'memory.lint' is not available in this build"},
         {"query me, c, x", "ERROR: 'memory.query' is not available in this build"},
         {"stats me, .hidden",
          "ERROR: bad context id '.hidden' — a leading dot and a trailing dot or blank are not "
