@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <utility>
 
-#include "platform/windows/console_log.h"
 #include "platform/windows/system_error.h"
 #include "platform/windows/wide.h"
 
@@ -45,21 +44,6 @@ class AttributeList {
   bool made_ = false;
 };
 
-bool IsNoConsole(DWORD stream) {
-  const HANDLE handle = ::GetStdHandle(stream);
-  DWORD mode = 0;
-  return handle != nullptr && handle != INVALID_HANDLE_VALUE && !::GetConsoleMode(handle, &mode);
-}
-
-/// The system copies a parent's files and pipes into a child even where that is to have a console's
-/// streams, unless the start names streams, if only none. Naming none is not understood everywhere
-/// as "the console's", so it is done only where there is something to be copied.
-bool NamesStreams(const ChildStart& start) {
-  if (start.pseudo_console == nullptr) return true;
-  return !HasOwnConsole() && (IsNoConsole(STD_INPUT_HANDLE) || IsNoConsole(STD_OUTPUT_HANDLE) ||
-                              IsNoConsole(STD_ERROR_HANDLE));
-}
-
 /// What the errors name: no arguments, they may be secret.
 std::string ProgramOf(const ChildStart& start) {
   const std::wstring_view line = start.program.empty() ? start.command_line : start.program;
@@ -70,18 +54,23 @@ std::string ProgramOf(const ChildStart& start) {
 
 }  // namespace
 
+DWORD NoStreamsFlag() {
+  const HMODULE system = ::GetModuleHandleW(L"ntdll.dll");
+  return ::GetProcAddress(system, "wine_get_version") == nullptr ? STARTF_USESTDHANDLES : 0;
+}
+
 Result<std::unique_ptr<ChildProcess>> ChildProcess::start(ChildStart start) {
   Handle job(::CreateJobObjectW(nullptr, nullptr));
   AttributeList attributes;
   STARTUPINFOEXW startup{};
   startup.StartupInfo.cb = sizeof startup;
   startup.lpAttributeList = attributes.get();
-  if (NamesStreams(start)) startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
   startup.StartupInfo.hStdInput = start.input;
   startup.StartupInfo.hStdOutput = start.output;
   startup.StartupInfo.hStdError = start.output;
   std::array<HANDLE, 2> inherited{start.input, start.output};
   const bool inherits = start.output != nullptr;
+  startup.StartupInfo.dwFlags = inherits ? STARTF_USESTDHANDLES : NoStreamsFlag();
   bool prepared = true;
   if (inherits) {
     prepared = attributes.add(PROC_THREAD_ATTRIBUTE_HANDLE_LIST,

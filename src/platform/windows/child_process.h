@@ -21,6 +21,11 @@ struct ChildStart {
   void* pseudo_console = nullptr;  ///< its console
 };
 
+/// The start-up flag of a child without a stream of ours: where it is missing, Windows copies this
+/// process's files and pipes into the child, even into one that has a console of its own. Wine does
+/// not, and would leave a child that has the flag without its console's streams; there it is 0.
+[[nodiscard]] DWORD NoStreamsFlag();
+
 /// A child in a job of its own, which holds whatever it starts.
 class ChildProcess {
  public:

@@ -74,10 +74,6 @@ void SendOutputToLog(Handle log) {
   output_log = kept.get();
 }
 
-bool HasOwnConsole() {
-  return output_log != nullptr;
-}
-
 bool StdinIsConsole() {
   return IsConsole(::GetStdHandle(STD_INPUT_HANDLE));
 }

@@ -10,7 +10,4 @@ namespace mrb::platform {
 /// handles stay those of the console, because children are given them.
 void SendOutputToLog(Handle log);
 
-/// Whether that was done: the process then has a console of its own.
-[[nodiscard]] bool HasOwnConsole();
-
 }  // namespace mrb::platform

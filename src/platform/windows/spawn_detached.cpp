@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include "platform/process.h"
+#include "platform/windows/child_process.h"
 #include "platform/windows/handle.h"
 #include "platform/windows/system_error.h"
 #include "platform/windows/wide.h"
@@ -16,6 +17,7 @@ Status SpawnDetached(const std::vector<std::string>& arguments, const std::strin
   const std::wstring directory = Widen(folder);
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
+  startup.dwFlags = NoStreamsFlag();
   PROCESS_INFORMATION process{};
   if (!::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW,
                         nullptr, directory.empty() ? nullptr : directory.c_str(), &startup,
