@@ -73,7 +73,8 @@ void TerminalSession::append(std::string_view piece) {
     const std::scoped_lock lock(mutex_);
     output_.append(piece);
     if (scanner_ != nullptr) scanner_->feed(piece);
-    changed_.notify_all();
+    // Who waits for something else is not woken by each piece of a flood.
+    if (output_waiters_ > 0 || (scanner_ != nullptr && scanner_->end())) changed_.notify_all();
     if (post_) bot = shared_bot_;
   }
   if (!bot.empty()) post_({bot, id_, piece});
@@ -102,7 +103,11 @@ bool TerminalSession::has_output_since(std::uint64_t since) const {
 
 TerminalSession::Output TerminalSession::read(std::uint64_t since, Milliseconds wait) {
   std::unique_lock lock(mutex_);
-  if (wait.count() > 0) changed_.wait_for(lock, wait, [&] { return has_output_since(since); });
+  if (wait.count() > 0) {
+    ++output_waiters_;
+    changed_.wait_for(lock, wait, [&] { return has_output_since(since); });
+    --output_waiters_;
+  }
   const std::string_view data = output_.between(since, output_.total());
   const std::size_t unfinished = alive_ ? UnfinishedUtf8(data) : 0;
   return {output_.total() - unfinished, alive_,
@@ -151,9 +156,11 @@ TerminalSession::ExecResult TerminalSession::exec(std::string_view command, std:
 /// seem to be output. Who once had no prompt to show is not waited for again.
 void TerminalSession::await_prompt(std::unique_lock<std::mutex>& lock, Clock::time_point deadline) {
   if (!shows_prompts_) return;
+  ++output_waiters_;
   shows_prompts_ =
       changed_.wait_until(lock, std::min(deadline, Clock::now() + kPatienceWithAPrompt),
                           [this] { return !alive_ || shows_something_new(); });
+  --output_waiters_;
 }
 
 /// Whether anything came since the start or, later, behind the last marker's line.

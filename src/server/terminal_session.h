@@ -106,6 +106,7 @@ class TerminalSession {
   MarkerScanner* scanner_ = nullptr;  // of the exec that is being served
   std::uint64_t last_marker_ = 0;     // where the last exec found its own; 0: none has
   bool shows_prompts_ = true;         // as far as is known
+  std::size_t output_waiters_ = 0;    // those whom each piece of output concerns
   std::deque<const Turn*> turns_;     // the first is being served
 };
 

@@ -26,7 +26,11 @@
 // The child leads a session whose controlling terminal is ours, so the system hangs the terminal up
 // when the child ends: what others wrote until then is still read, then reading fails with EIO.
 // Only a process that kept the terminal open although it was not hung up, and that could not be
-// found to be killed, can hold the end back; for it the reader also waits for `gone_`.
+// found to be killed, can hold the end back; end() then wakes the reader itself.
+//
+// The reader's reads block, because one call for each piece of output is what a fast program leaves
+// time for. Writes must not block, and the two share one open file: so a writer makes it
+// non-blocking while it writes, and a reader that is told so waits by other means for once.
 
 namespace mrb::platform {
 namespace {
@@ -49,7 +53,7 @@ struct Terminal {
 
 Result<Terminal> OpenTerminal(ConsoleSize size) {
   Terminal terminal;
-  terminal.master.reset(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
+  terminal.master.reset(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
   const int master = terminal.master.get();
   if (!terminal.master || ::grantpt(master) != 0 || ::unlockpt(master) != 0) {
     return FailErrno("open", "a terminal");
@@ -70,12 +74,16 @@ Result<Terminal> OpenTerminal(ConsoleSize size) {
 
 class Console final : public PseudoConsole {
  public:
-  Console(Descriptor master, Descriptor gone, std::unique_ptr<ChildProcess> child)
-      : master_(std::move(master)), gone_(std::move(gone)), child_(std::move(child)) {}
+  Console(Terminal terminal, Descriptor gone, std::unique_ptr<ChildProcess> child)
+      : master_(std::move(terminal.master)),
+        path_(std::move(terminal.path)),
+        gone_(std::move(gone)),
+        child_(std::move(child)) {}
 
   Result<std::size_t> read(char* out, std::size_t bytes) override {
     while (!abandoned_) {
       const auto got = Uninterrupted([&] { return ::read(master_.get(), out, bytes); });
+      if (abandoned_) return 0;
       if (got >= 0) return static_cast<std::size_t>(got);
       if (errno == EIO) return 0;
       if (errno != EAGAIN) return FailErrno("read", "a terminal");
@@ -96,6 +104,32 @@ class Console final : public PseudoConsole {
 
   Status write(std::string_view keys) override {
     const std::scoped_lock lock(write_mutex_);
+    ::fcntl(master_.get(), F_SETFL, O_NONBLOCK);
+    Status written = write_all(keys);
+    ::fcntl(master_.get(), F_SETFL, 0);
+    return written;
+  }
+
+  Status resize(ConsoleSize size) override {
+    const winsize window = WindowSize(size);
+    if (::ioctl(master_.get(), TIOCSWINSZ, &window) != 0) return FailErrno("resize", "a terminal");
+    return {};
+  }
+
+  void end() override {
+    child_->hang_up(::tcgetpgrp(master_.get()));
+    {
+      std::unique_lock lock(mutex_);
+      changed_.wait_for(lock, kGraceAfterHangUp, [this] { return ended_; });
+    }
+    child_->end_tree();
+    abandoned_ = true;
+    ::eventfd_write(gone_.get(), 1);
+    wake_reader();
+  }
+
+ private:
+  Status write_all(std::string_view keys) {
     const auto deadline = std::chrono::steady_clock::now() + kPatienceForKeys;
     while (!keys.empty()) {
       if (abandoned_) return Fail(ErrorKind::kClosed, "the terminal was closed");
@@ -114,24 +148,15 @@ class Console final : public PseudoConsole {
     return {};
   }
 
-  Status resize(ConsoleSize size) override {
-    const winsize window = WindowSize(size);
-    if (::ioctl(master_.get(), TIOCSWINSZ, &window) != 0) return FailErrno("resize", "a terminal");
-    return {};
+  /// One byte of output, which nobody gets to see, from the program's side of the terminal.
+  void wake_reader() const {
+    const Descriptor side(::open(path_.c_str(), O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+    if (!side) return;
+    ::tcflow(side.get(), TCOON);
+    const auto ignored = ::write(side.get(), "", 1);  // when it is full, the reader is awake
+    static_cast<void>(ignored);
   }
 
-  void end() override {
-    child_->hang_up(::tcgetpgrp(master_.get()));
-    {
-      std::unique_lock lock(mutex_);
-      changed_.wait_for(lock, kGraceAfterHangUp, [this] { return ended_; });
-    }
-    child_->end_tree();
-    abandoned_ = true;
-    ::eventfd_write(gone_.get(), 1);
-  }
-
- private:
   /// Returns at the event, at the end() or after the limit.
   void wait_for(short events, std::optional<std::chrono::milliseconds> limit) const {
     std::array<pollfd, 2> waits{{{master_.get(), events, 0}, {gone_.get(), POLLIN, 0}}};
@@ -139,7 +164,8 @@ class Console final : public PseudoConsole {
   }
 
   const Descriptor master_;
-  const Descriptor gone_;  // readable once end() is through
+  const std::string path_;  // of the program's side
+  const Descriptor gone_;   // readable once end() is through
   std::atomic<bool> abandoned_{false};
   std::mutex write_mutex_;
   std::mutex mutex_;
@@ -165,7 +191,7 @@ Result<std::unique_ptr<PseudoConsole>> OpenPseudoConsole(const ConsoleStart& sta
                                     .terminal = terminal->path,
                                     .output = -1});
   if (!child) return std::unexpected(std::move(child.error()));
-  return std::make_unique<Console>(std::move(terminal->master), std::move(gone), std::move(*child));
+  return std::make_unique<Console>(std::move(*terminal), std::move(gone), std::move(*child));
 }
 
 }  // namespace mrb::platform
