@@ -33,13 +33,16 @@ void CheckOutput(std::size_t piece, std::string_view text) {
   output.append(text);
   whole.feed(text);
   for (std::size_t at = 0; at < text.size(); at += piece) pieces.feed(text.substr(at, piece));
-  FUZZ_CHECK(whole.end().has_value() == pieces.end().has_value());
-  if (whole.end()) {
-    FUZZ_CHECK(whole.end()->begin == pieces.end()->begin && whole.end()->begin < text.size());
-    FUZZ_CHECK(whole.end()->status == pieces.end()->status);
+  const auto end = whole.end();
+  const auto same_end = pieces.end();
+  FUZZ_CHECK(end.has_value() == same_end.has_value());
+  if (end && same_end) {
+    FUZZ_CHECK(end->begin == same_end->begin && end->begin < text.size());
+    FUZZ_CHECK(end->status == same_end->status);
   }
-  FUZZ_CHECK(whole.echo().has_value() == pieces.echo().has_value());
-  if (whole.echo()) FUZZ_CHECK(whole.echo()->begin < whole.echo()->end);
+  const auto echo = whole.echo();
+  FUZZ_CHECK(echo.has_value() == pieces.echo().has_value());
+  if (echo) FUZZ_CHECK(echo->begin < echo->end);
   for (const bool several : {false, true}) {
     const mrb::server::ExecLine line{.text = {}, .several = several, .first_line = "x"};
     FUZZ_CHECK(mrb::server::CutExecOutput(output, 0, text.size(), whole, line).size() <=
