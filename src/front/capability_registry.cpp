@@ -7,14 +7,17 @@
 namespace mrb::front {
 
 const Capability* FindCapability(std::string_view word) {
-  const auto registry = CapabilityRegistry();
-  const auto row = std::ranges::find_if(registry, [word](const Capability& capability) {
+  const auto is_meant = [word](const Capability& capability) {
     if (EqualsIgnoreCase(capability.name, word)) return true;
     return std::ranges::any_of(SplitWords(capability.aliases), [word](std::string_view alias) {
       return EqualsIgnoreCase(alias, word);
     });
-  });
-  return row == registry.end() ? nullptr : &*row;
+  };
+  for (const auto rows : {CapabilityRegistry(), FurtherPhrases()}) {
+    const auto row = std::ranges::find_if(rows, is_meant);
+    if (row != rows.end()) return &*row;
+  }
+  return nullptr;
 }
 
 std::string FullReference() {

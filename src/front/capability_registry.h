@@ -31,6 +31,9 @@ struct Capability {
 /// understood by it, so that the two cannot drift apart.
 [[nodiscard]] std::span<const Capability> CapabilityRegistry();
 
+/// What is understood beside them, without a line of its own in the reference.
+[[nodiscard]] std::span<const Capability> FurtherPhrases();
+
 /// The row of a name or alias in any letter case; null when there is none.
 [[nodiscard]] const Capability* FindCapability(std::string_view word);
 

@@ -7,6 +7,7 @@
 #include "common/answer.h"
 #include "common/text.h"
 #include "front/command_text.h"
+#include "front/file_verbs.h"
 #include "front/fssys.h"
 #include "front/plain_language.h"
 #include "memory/memory_service.h"
@@ -14,8 +15,8 @@
 namespace mrb::front {
 namespace {
 
-/// Runs a verb, already in lower case.
-using Handler = std::string (*)(const Engine& engine, std::string_view verb,
+/// Runs a verb, already in lower case, of the namespace or family.
+using Handler = std::string (*)(const Engine& engine, std::string_view name, std::string_view verb,
                                 std::string_view arguments);
 
 /// A namespace, `name:verb`. A row without a handler belongs to a subsystem that this build has
@@ -27,9 +28,9 @@ struct NamespaceRow {
 };
 
 constexpr std::array kNamespaces{
-    NamespaceRow{"fsvctl", "", nullptr},    NamespaceRow{"fsraw", "", nullptr},
-    NamespaceRow{"fs", "", nullptr},        NamespaceRow{"fsmk", "", nullptr},
-    NamespaceRow{"fslock", "", nullptr},    NamespaceRow{"fsstat", "", nullptr},
+    NamespaceRow{"fsvctl", "", &RunFiles},  NamespaceRow{"fsraw", "", &RunFiles},
+    NamespaceRow{"fs", "", &RunFiles},      NamespaceRow{"fsmk", "", &RunFiles},
+    NamespaceRow{"fslock", "", &RunFiles},  NamespaceRow{"fsstat", "", &RunFiles},
     NamespaceRow{"fssys", "", &RunFssys},   NamespaceRow{"config", "", nullptr},
     NamespaceRow{"claude", "", nullptr},    NamespaceRow{"callsigns", "", nullptr},
     NamespaceRow{"keys", "", nullptr},      NamespaceRow{"mem0", "", nullptr},
@@ -39,7 +40,8 @@ constexpr std::array kNamespaces{
     NamespaceRow{"grep", "edit", nullptr},
 };
 
-std::string RunMemory(const Engine& engine, std::string_view verb, std::string_view arguments) {
+std::string RunMemory(const Engine& engine, std::string_view /*name*/, std::string_view verb,
+                      std::string_view arguments) {
   return engine.services->memory->execute(engine.bot, verb, arguments);
 }
 
@@ -95,7 +97,7 @@ std::string RunHandler(const Engine& engine, Handler handler, std::string_view n
     return NotInThisBuild(std::string(name) + separator + lower_verb);
   }
   const TraceSpan span(engine, std::string(name) + "." + lower_verb);
-  return handler(engine, lower_verb, arguments);
+  return handler(engine, name, lower_verb, arguments);
 }
 
 std::string RunNamespace(const Engine& engine, const CommandText& command) {

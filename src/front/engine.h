@@ -10,6 +10,10 @@ namespace mrb::memory {
 class MemoryService;
 }
 
+namespace mrb::vfs {
+class VfsService;
+}
+
 namespace mrb::front {
 
 /// The author identity that each bot has set: stamped on its versions, and the owner of its locks.
@@ -33,6 +37,7 @@ class AuthorBook {
 /// What every engine of one process shares. Set up before the first command.
 struct Services {
   memory::MemoryService* memory = nullptr;
+  vfs::VfsService* files = nullptr;
   AuthorBook* authors = nullptr;
   /// Told of the begin (true) and end (false) of each handler call, by a name like "fs.cat"; may be
   /// empty. Called on the caller's thread.

@@ -130,7 +130,8 @@ int RunHere(const Settings& settings, std::string_view line, StdinLines& lines) 
     return 0;
   }
   if (LastHandOff(settings, line, lines)) return 0;
-  const Interpreter interpreter(ResolveHomes(settings.data_home_override));
+  const Interpreter interpreter(ResolveHomes(settings.data_home_override), &platform::WriteStderr,
+                                false);
   const Engine engine = interpreter.engine_for("cli");
   return line.empty() ? RunStdinHere(engine, lines) : RunLineHere(engine, line);
 }

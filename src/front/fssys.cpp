@@ -6,6 +6,7 @@
 #include "common/answer.h"
 #include "common/text.h"
 #include "front/capability_registry.h"
+#include "front/file_verbs.h"
 
 namespace mrb::front {
 namespace {
@@ -24,6 +25,11 @@ std::string Author(const Engine& engine, std::string_view verb, std::string_view
   return OkAnswer("author is '" + std::string(name) + "'");
 }
 
+/// What is about a store belongs to the versioned files.
+std::string OfStore(const Engine& engine, std::string_view verb, std::string_view arguments) {
+  return RunFiles(engine, "fssys", verb, arguments);
+}
+
 struct Verb {
   std::string_view name;
   std::string_view aliases;
@@ -33,14 +39,14 @@ struct Verb {
 constexpr std::array kVerbs{
     Verb{"help", "commands man manifest", &Help},
     Verb{"author", "setauthor iam whoami", &Author},
-    Verb{"dump", "serialize snapshot", nullptr},
-    Verb{"reload", "", nullptr},
-    Verb{"flush", "", nullptr},
+    Verb{"dump", "serialize snapshot", &OfStore},
+    Verb{"reload", "", &OfStore},
+    Verb{"flush", "", &OfStore},
     Verb{"turndepth", "turns", nullptr},
     Verb{"promote", "", nullptr},
     Verb{"actionrun", "runaction", nullptr},
     Verb{"checkpoint", "ckpt", nullptr},
-    Verb{"policy", "vcpolicy flags", nullptr},
+    Verb{"policy", "vcpolicy flags", &OfStore},
 };
 
 bool IsNamed(const Verb& row, std::string_view verb) {
@@ -50,7 +56,8 @@ bool IsNamed(const Verb& row, std::string_view verb) {
 
 }  // namespace
 
-std::string RunFssys(const Engine& engine, std::string_view verb, std::string_view arguments) {
+std::string RunFssys(const Engine& engine, std::string_view /*name_space*/, std::string_view verb,
+                     std::string_view arguments) {
   const auto row =
       std::ranges::find_if(kVerbs, [verb](const Verb& known) { return IsNamed(known, verb); });
   if (row == kVerbs.end()) {

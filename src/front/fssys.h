@@ -7,9 +7,10 @@
 
 namespace mrb::front {
 
-/// The system namespace, `fssys:<verb>`: the manual and the caller's identity. `verb` is in lower
+/// The system namespace, `fssys:<verb>`: the manual, the caller's identity, and what is done to a
+/// whole store. `verb` is in lower
 /// case.
-[[nodiscard]] std::string RunFssys(const Engine& engine, std::string_view verb,
-                                   std::string_view arguments);
+[[nodiscard]] std::string RunFssys(const Engine& engine, std::string_view name_space,
+                                   std::string_view verb, std::string_view arguments);
 
 }  // namespace mrb::front

@@ -30,6 +30,15 @@ std::string Homes::contexts_folder() const {
   return JoinPath(data_home, ".contexts");
 }
 
+std::vector<std::string> Homes::settings_files() const {
+  std::vector<std::string> paths;
+  for (const std::string& home : {data_home, install_home}) {
+    paths.push_back(JoinPath(home, "mirebolt.cfg"));
+    paths.push_back(JoinPath(JoinPath(home, "config"), "mirebolt.cfg"));
+  }
+  return paths;
+}
+
 std::string Homes::host_book() const {
   return JoinPath(JoinPath(data_home, "config"), "mterm-hosts.cfg");
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "platform/files.h"
 
@@ -13,6 +14,8 @@ struct Homes {
   std::string install_home;  ///< bots, tasks, chat logs
 
   [[nodiscard]] std::string contexts_folder() const;
+  /// Where settings may be, in the order in which they are looked for.
+  [[nodiscard]] std::vector<std::string> settings_files() const;
   [[nodiscard]] std::string host_book() const;  ///< of terminals
   [[nodiscard]] std::string log_path(int port) const;
 };

@@ -2,10 +2,12 @@
 
 #include <chrono>
 #include <exception>
+#include <utility>
 
 #include "common/answer.h"
 #include "front/line_driver.h"
 #include "platform/console.h"
+#include "platform/default_shell.h"
 #include "platform/files.h"
 #include "platform/process.h"
 
@@ -30,15 +32,32 @@ void ShowProgress(const std::string& text) {
   }
 }
 
+vfs::VfsOptions FileOptions(const Homes& homes, const AuthorBook& authors,
+                            std::function<void(std::string_view)> print, bool is_console) {
+  vfs::VfsOptions options;
+  options.files = &platform::SystemFiles();
+  options.data_home = homes.data_home;
+  options.executable_folder = homes.executable_folder;
+  options.settings_files = homes.settings_files();
+  options.user_profile = platform::UserHome();
+  // Whoever works at this machine uses the command line too: their editor's saves are theirs.
+  options.outside_author = [&authors] { return authors.author_of("cli"); };
+  options.print = std::move(print);
+  options.print_is_console = is_console;
+  return options;
+}
+
 }  // namespace
 
-Interpreter::Interpreter(const Homes& homes)
+Interpreter::Interpreter(const Homes& homes, std::function<void(std::string_view)> print,
+                         bool is_console)
     : memory_({.contexts_folder = homes.contexts_folder(),
                .files = &platform::SystemFiles(),
                .now = &UnixSeconds,
                .working_directory = &CallersFolder,
                .progress = &ShowProgress}),
-      services_{.memory = &memory_, .authors = &authors_, .trace = {}} {}
+      files_(FileOptions(homes, authors_, std::move(print), is_console)),
+      services_{.memory = &memory_, .files = &files_, .authors = &authors_, .trace = {}} {}
 
 Engine Interpreter::engine_for(std::string_view bot) const {
   return {.bot = std::string(bot), .store_label = "fs", .services = &services_};

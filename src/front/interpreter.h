@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -7,6 +8,7 @@
 #include "front/homes.h"
 #include "memory/memory_service.h"
 #include "server/interpreter_bridge.h"
+#include "vfs/vfs_service.h"
 
 namespace mrb::front {
 
@@ -14,9 +16,16 @@ namespace mrb::front {
 /// Thread-safe.
 class Interpreter : public server::InterpreterBridge {
  public:
-  explicit Interpreter(const Homes& homes);
+  /// `print` takes what a start has to tell the user, and warnings; `is_console`: its output may be
+  /// rewritten in place.
+  Interpreter(const Homes& homes, std::function<void(std::string_view)> print, bool is_console);
+
+  /// Loads what a resident keeps in memory, on a thread of its own.
+  void start() { files_.start(); }
 
   void execute(std::string_view bot, std::string_view command, std::string& answer) override;
+
+  [[nodiscard]] vfs::VfsService& files() { return files_; }
 
   /// The context in which a bot's commands run. Must not outlive the interpreter.
   [[nodiscard]] Engine engine_for(std::string_view bot) const;
@@ -24,6 +33,7 @@ class Interpreter : public server::InterpreterBridge {
  private:
   memory::MemoryService memory_;
   AuthorBook authors_;
+  vfs::VfsService files_;
   Services services_;
 };
 

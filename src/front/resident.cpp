@@ -34,9 +34,10 @@ std::string Address(std::int32_t port, std::string_view path) {
 class RunningServer {
  public:
   RunningServer(const Settings& settings, const Homes& homes, bool open_page)
-      : interpreter_(homes),
+      : interpreter_(homes, &WriteStdout, platform::StdoutIsConsole()),
         terminals_(terminal_options(homes)),
         server_(options(settings, homes, open_page)) {
+    interpreter_.start();
     thread_ = std::thread([this] {
       failed_ = server_.serve() != 0;
       // Nobody could ever reach a resident that does not listen, not even to close it.
@@ -67,6 +68,8 @@ class RunningServer {
     chosen.executable_folder = homes.executable_folder;
     chosen.install_home = homes.install_home;
     chosen.bridge = &interpreter_;
+    chosen.enrolled_directories = [this] { return interpreter_.files().directories_json(); };
+    chosen.versioned_stores = [this] { return interpreter_.files().stores_json(); };
     chosen.log = [](std::string_view line) { WriteStderr(line); };
     chosen.request_close = &platform::RequestClose;
     chosen.open_browser = open_page;

@@ -6,6 +6,7 @@
 #include "server/control_routes.h"
 #include "server/static_pages.h"
 #include "server/terminal_routes.h"
+#include "server/vc_routes.h"
 
 namespace mrb::server {
 namespace {
@@ -64,11 +65,13 @@ constexpr Route kRoutes[] = {
     {kGet | kPost, "/term/host/remove", kExact, Access::kTrusted, AnswerHostRemove},
     {kEveryMethod, kTerminals, kPrefix, Access::kTrusted, AnswerNotFound},
 
+    {kGet | kPost, "/vc/dirs", kExact, Access::kTrusted, AnswerVcDirs, "/vc/dirs is loopback-only"},
+    {kGet | kPost, "/vc/list", kExact, Access::kNoForeignPage, AnswerVcList},
+    {kGet | kPost, "/vc/add", kExact, Access::kTrusted, AnswerVcAdd, "/vc/add is loopback-only"},
+    {kGet | kPost, "/vc/unenroll", kExact, Access::kTrusted, AnswerVcUnenroll},
+
     // Parts that this build leaves out. Their rows say who is turned away, and what exists.
     {kEveryMethod, "/mirenode/", kPrefix, Access::kAny, AnswerNodeDisabled},
-    {kEveryMethod, "/vc/dirs", kExact, Access::kTrusted, AnswerNotFound,
-     "/vc/dirs is loopback-only"},
-    {kEveryMethod, "/vc/add", kExact, Access::kTrusted, AnswerNotFound, "/vc/add is loopback-only"},
     {kEveryMethod, "/attendant/focus", kExact, Access::kTrusted, AnswerNotFound,
      "attendant focus is loopback-only"},
     {kEveryMethod, "/tick/run", kExact, Access::kTrusted, AnswerNotFound,

@@ -26,6 +26,9 @@ struct ServerOptions {
   std::function<void()> request_close;        ///< POST /shutdown, after its answer went out
   bool open_browser = false;                  ///< open the workstation page once it listens
   JsonRpcEntry json_rpc;                      ///< may be empty: its routes then answer 503
+  /// The answers of /vc/dirs and /vc/list, as JSON; empty: those routes answer 503. Any thread.
+  std::function<std::string()> enrolled_directories;
+  std::function<std::string()> versioned_stores;
   SessionGate* sessions = nullptr;  ///< null: nobody from outside comes in. Outlives the server
   Terminals* terminals = nullptr;   ///< null: its routes answer 404. Outlives the server
 };

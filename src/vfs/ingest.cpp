@@ -194,6 +194,7 @@ Status Ingest::walk_tree() {
 
 void Ingest::look_at_followed_files() {
   for (const std::string& path : store_.followed_) {
+    if (!only_.empty() && path != only_) continue;
     const auto status = store_.places_.files->status(store_.working_path(path));
     if (!status || status->type != platform::FileStatus::Type::kFile) continue;
     Item item;
@@ -269,7 +270,7 @@ void Ingest::add_vanished(MirrorContents contents) {
 /// Whether a file that was not found in the tree may be there all the same, or is none of ours now.
 bool Ingest::is_left_out(const std::string& path) const {
   if (store_.setup_.category == StoreCategory::kSingleFiles) {
-    return !store_.followed_.contains(path);
+    return !store_.followed_.contains(path) || (!only_.empty() && path != only_);
   }
   if (excluded_.contains(path)) return true;
   return std::ranges::any_of(report_.unreadable, [&](const std::string& folder) {

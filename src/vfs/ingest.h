@@ -13,12 +13,13 @@
 
 namespace mrb::vfs {
 
-/// Reads a store's tree, its journal and its mirror, and makes them agree. Used once a store, by
-/// VersionStore::ingest(), with the store's lock held.
+/// Reads a store's tree, its journal and its mirror, and makes them agree. Used once a store, or
+/// once for each followed file, by VersionStore, with the store's lock held.
 class Ingest {
  public:
-  Ingest(VersionStore& store, const VersionStore::Progress& progress)
-      : store_(store), progress_(progress) {}
+  /// `only`, when it is not empty, is the one file of a store of single files to be read.
+  Ingest(VersionStore& store, VersionStore::Progress progress, std::string only = {})
+      : store_(store), progress_(std::move(progress)), only_(std::move(only)) {}
 
   [[nodiscard]] Result<IngestReport> run();
 
@@ -61,7 +62,8 @@ class Ingest {
   void warn(const std::string& line);
 
   VersionStore& store_;
-  const VersionStore::Progress& progress_;
+  const VersionStore::Progress progress_;
+  const std::string only_;
   IngestReport report_;
   std::vector<Item> items_;
   std::unordered_set<std::string> excluded_;

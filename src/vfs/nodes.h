@@ -78,7 +78,8 @@ class File : public iFileSystemObj {
   platform::FileStatus seen;
   std::uint32_t next_archive = 1;  ///< no archive file has this number or a higher one
   std::uint32_t buried = 0;        ///< the version that the mirror's tombstone file holds; 0: none
-  std::uint32_t pass = 0;          ///< the last look at the tree that found the file
+  std::uint32_t pass =
+      0;  ///< the last look at the tree that found the file; of a cached one: its use
 };
 
 /// A folder of nodes, for listings and comparisons.

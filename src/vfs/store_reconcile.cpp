@@ -60,6 +60,8 @@ class VersionStore::TreeLook final : public platform::TreeVisitor {
     if (why == Skipped::kUnreadable) unreadable.emplace_back(path);
   }
 
+  platform::FolderMemory* memory() override { return &store_.folders_; }
+
   std::vector<std::string> changed;
   std::vector<std::string> unreadable;
 
@@ -82,6 +84,7 @@ bool VersionStore::reconcile() {
     }
     return pending;
   }
+  const std::scoped_lock one_walk(walking_);
   std::uint32_t pass = 0;
   {
     const Lock guard = lock();

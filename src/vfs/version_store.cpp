@@ -5,6 +5,7 @@
 #include "platform/paths.h"
 #include "vfs/chain_plan.h"
 #include "vfs/file_bytes.h"
+#include "vfs/ingest.h"
 #include "vfs/mirror_scan.h"
 #include "vfs/reserved_names.h"
 
@@ -91,9 +92,15 @@ std::size_t VersionStore::change_policy(const Policy& policy) {
   return left;
 }
 
-void VersionStore::follow_file(const std::string& path) {
+Status VersionStore::follow_file(const std::string& path) {
   const Lock guard = lock();
   followed_.insert(path);
+  if (find(path) != nullptr) {
+    reconcile_file(path);
+    return {};
+  }
+  const auto read = Ingest(*this, {}, path).run();
+  return read ? Status() : std::unexpected(read.error());
 }
 
 void VersionStore::unfollow_file(const std::string& path) {
@@ -144,9 +151,45 @@ Result<std::vector<Change>> VersionStore::all_changes() const {
   return changes;
 }
 
-std::size_t VersionStore::archived_count(std::string_view path) const {
+Result<Blob> VersionStore::read_cached(const std::string& path, std::uint32_t now) {
+  const Lock guard = lock();
+  const std::string target = working_path(path);
+  const auto status = places_.files->status(target);
+  if (!status) return std::unexpected(status.error());
+  if (status->type != platform::FileStatus::Type::kFile) {
+    return Fail(ErrorKind::kInvalidArgument, target + " is not a file");
+  }
+  File& file = touch(path);
+  if (!LooksSame(file.seen, *status)) {
+    const std::int64_t moment = NowNanoseconds();
+    auto bytes = ReadBlob(*places_.files, target);
+    if (!bytes) return bytes;
+    file.content = *std::move(bytes);
+    file.seen = Trusted(*status, moment);
+  }
+  file.pass = now;
+  return file.content;
+}
+
+std::vector<std::uint32_t> VersionStore::cached_uses() const {
   const std::scoped_lock guard(mutex_);
-  return places_.mirrors(path) ? ScanMirrorOf(places_, path).archives.size() : 0;
+  std::vector<std::uint32_t> uses;
+  for (const auto& file : table_.files()) {
+    if (!file->content.bytes().empty()) uses.push_back(file->pass);
+  }
+  return uses;
+}
+
+std::uint64_t VersionStore::drop_cached(std::uint32_t used) {
+  const Lock guard = lock();
+  for (const auto& file : table_.files()) {
+    if (file->pass != used || file->content.bytes().empty()) continue;
+    const std::uint64_t size = file->content.bytes().size();
+    file->content = {};
+    file->seen = {};
+    return size;
+  }
+  return 0;
 }
 
 }  // namespace mrb::vfs

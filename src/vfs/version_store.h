@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "platform/files.h"
+#include "platform/folder_memory.h"
 #include "platform/sync_together.h"
 #include "vfs/blob.h"
 #include "vfs/file_table.h"
@@ -126,14 +127,18 @@ class VersionStore {
   /// The same for one file, known or not.
   bool reconcile_file(std::string_view path);
 
-  /// In a store of single files: follows this one too, or no longer. Its history stays.
-  void follow_file(const std::string& path);
+  /// In a store of single files: follows this one too, with what its mirror knows; or no longer.
+  /// Its history stays.
+  [[nodiscard]] Status follow_file(const std::string& path);
   void unfollow_file(const std::string& path);
   [[nodiscard]] const std::set<std::string>& followed() const { return followed_; }
 
   /// Takes other filters; the number of files that left version control by it. Files that are
   /// locked and left are told of in message().
   std::size_t change_policy(const Policy& policy);
+
+  /// Whether a look at the tree goes into a folder; any thread.
+  [[nodiscard]] bool enters(std::string_view folder) const { return !never_enters(folder); }
 
   /// Whether version control sees the file.
   [[nodiscard]] bool admits(std::string_view path, std::uint64_t size) const;
@@ -156,6 +161,16 @@ class VersionStore {
   bool copy(iFileSystemObj* node, const std::string& destination);
   bool move(iFileSystemObj* node, const std::string& destination);
 
+  // ---- A store without versions ----
+
+  /// A file's bytes, from memory when the file on the disk still looks the same; noted as used at
+  /// `now`, a number that only rises.
+  [[nodiscard]] Result<Blob> read_cached(const std::string& path, std::uint32_t now);
+  /// When each file in memory was last used.
+  [[nodiscard]] std::vector<std::uint32_t> cached_uses() const;
+  /// Drops the file that was last used then; its bytes.
+  std::uint64_t drop_cached(std::uint32_t used);
+
   // ---- Locks ----
 
   /// Takes or frees the lock for author(); the answer is whether it is held now. Nothing when
@@ -169,9 +184,6 @@ class VersionStore {
 
   /// Every change ever made, oldest first; reads the journal.
   [[nodiscard]] Result<std::vector<Change>> all_changes() const;
-
-  /// How many archived versions the mirror holds of a file.
-  [[nodiscard]] std::size_t archived_count(std::string_view path) const;
 
  private:
   friend class Ingest;
@@ -228,6 +240,8 @@ class VersionStore {
   StoreSetup setup_;
   MirrorLayout layout_;
   StorePlaces places_;
+  std::mutex walking_;              ///< held for a whole pass; taken before mutex_
+  platform::FolderMemory folders_;  ///< guarded by walking_
   mutable std::recursive_mutex mutex_;
   // All guarded by mutex_:
   std::string author_;
