@@ -9,6 +9,7 @@
 #include "front/plain_language.h"
 #include "memory/memory_service.h"
 #include "temp_folder.h"
+#include "vfs/vfs_service.h"
 
 namespace mrb::front {
 namespace {
@@ -32,8 +33,15 @@ class DispatcherTest : public testing::Test {
                                  .files = &platform::SystemFiles(),
                                  .now = [] { return std::uint64_t{1}; }}};
   AuthorBook authors_;
+  vfs::VfsService files_{[this] {
+    vfs::VfsOptions options;
+    options.files = &platform::SystemFiles();
+    options.data_home = folder_.path("home");
+    options.outside_author = [] { return std::string("cli"); };
+    return options;
+  }()};
   std::string spans_;
-  Services services_{.memory = &memory_, .authors = &authors_, .trace = {}};
+  Services services_{.memory = &memory_, .files = &files_, .authors = &authors_, .trace = {}};
   Engine engine_{.bot = "cli", .store_label = "fs", .services = &services_};
 };
 
@@ -56,7 +64,7 @@ TEST_F(DispatcherTest, RefusesInTheOrderOfItsRules) {
       {"{x", script},
       {"$x:y", script},
       {"#[x", script},
-      {"fs:CAT x", "ERROR: 'fs:cat' is not available in this build"},
+      {"fs:CAT x", "ERROR: no such file: x"},
       {"grep:EDIT p", "ERROR: 'grep:edit' is not available in this build"},
       {"bots.list", "ERROR: 'bots.list' is not available in this build"},
       {"mem0", "ERROR: 'mem0.help' is not available in this build"},
@@ -64,7 +72,7 @@ TEST_F(DispatcherTest, RefusesInTheOrderOfItsRules) {
       {"fssys:nope",
        "ERROR: unknown fssys op 'nope' "
        "(author|dump|reload|flush|turndepth|turns|promote|actionrun|policy|checkpoint)"},
-      {"fssys:snapshot", "ERROR: 'fssys:snapshot' is not available in this build"},
+      {"fssys:snapshot", "ERROR: no enrolled directory — enroll <dir> first"},
   };
   for (const auto& [line, answer] : cases) EXPECT_EQ(dispatch(line), answer) << line;
 }
@@ -98,9 +106,12 @@ TEST_F(DispatcherTest, LineDriverKnowsWhatItUnderstands) {
       {"! exit 4 ", true, "OK: shell output:\n[exit 4]"},
       {"shell exit 3", true, "OK: shell output:\n[exit 3]"},
       {"shell", true, "ERROR: usage  !<command>   |   shell <command>"},
-      {"READ x", true, "ERROR: 'read' is not available in this build"},
-      {"enroll x", true, "ERROR: 'enroll' is not available in this build"},
-      {"unenroll x", true, "ERROR: 'enroll' is not available in this build"},
+      {"READ x", true, "ERROR: no such file: x"},
+      {"EnrollVersionControl /no/x", true, "ERROR: no such directory: /no/x"},
+      {"unenroll /no/x", true, "ERROR: not enrolled: /no/x"},
+      {"unwatch /no/x", true, "OK: was not watching /no/x"},
+      {"write x content: y", true,
+       "ERROR: no enrolled directory holds 'x' — enroll its directory first"},
       {"nonsense x", false,
        "ERROR: no namespace (expected fs:/fsraw:/fsvctl: — or Mirebolt:<what you want>)"},
       {"memory.striptotokens ab", true, "OK: ab"},
@@ -132,7 +143,7 @@ TEST(CapabilityRegistryTest, HoldsEveryRowOnceAndPrintsIt) {
 TEST(PlainLanguageTest, RewritesPhrasesToNamespacedVerbs) {
   const std::pair<const char*, const char*> cases[] = {
       {"write src/a.x content: one content: two",
-       "fs:write <path>src/a.x</path> <content>one content: two</content>"},
+       "fsmk:file <path>src/a.x</path> <content>one content: two</content>"},
       {"write content: x", ""},
       {"create dir/", "fsmk:file <path>dir/</path>"},
       {"read a b.txt", "fs:cat a b.txt"},

@@ -150,7 +150,7 @@ TEST_F(RoutesTest, KeepsStrangersOut) {
   EXPECT_EQ(text.type, "text/plain");
   EXPECT_EQ(text.body, "interp is loopback-only");
   EXPECT_EQ(ask("GET /health", "", "", "page").status, "200 OK");
-  EXPECT_EQ(ask("GET /vc/dirs").body, "not found");
+  EXPECT_EQ(ask("POST /jobs").body, "not found");
 }
 
 TEST_F(RoutesTest, PassesJsonRpcOn) {
