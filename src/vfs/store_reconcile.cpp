@@ -23,6 +23,7 @@ namespace {
 // Up to this many files are flushed one by one; more of them wait for one flush of the volume.
 constexpr std::size_t kFewFiles = 4;
 constexpr std::chrono::seconds kLongestPause{64};
+constexpr int kMostWaits = 5;
 
 bool IsBelow(std::string_view path, std::string_view folder) {
   return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
@@ -110,13 +111,14 @@ bool VersionStore::reconcile() {
   if (paths.empty()) return false;
   const bool flush_later = places_.files->syncs_volumes() && paths.size() > kFewFiles;
   bool pending = false;
-  for (const std::string& path : paths) pending = look_again(path, flush_later) || pending;
+  for (const std::string& path : paths)
+    pending = look_again(path, flush_later, Haste::kWaits) || pending;
   if (flush_later) pending = !flush_volume() || pending;
   return pending;
 }
 
 bool VersionStore::reconcile_file(std::string_view path) {
-  return look_again(path, false);
+  return look_again(path, false, Haste::kNow);
 }
 
 /// What passes over the tree write goes to the mirror alone.
@@ -125,7 +127,19 @@ Status VersionStore::flush_volume() {
   return places_.files->sync_volume(layout_.root());
 }
 
-bool VersionStore::look_again(std::string_view path, bool flush_later) {
+/// Programs empty a file before they write it: what is there between would be a version that
+/// nobody saved.
+bool VersionStore::may_be_in_a_save(const std::string& path, const platform::FileStatus& status) {
+  const auto settle = std::chrono::duration_cast<std::chrono::nanoseconds>(setup_.settle).count();
+  const std::int64_t age = NowNanoseconds() - std::max(status.modified_ns, status.changed_ns);
+  if (age < 0 || age >= settle || ++waited_[path] > kMostWaits) {
+    waited_.erase(path);
+    return false;
+  }
+  return true;
+}
+
+bool VersionStore::look_again(std::string_view path, bool flush_later, Haste haste) {
   const Lock guard = lock();
   if (setup_.follower || is_cache() || !may_try(std::string(path))) return false;
   const std::string target = working_path(path);
@@ -137,6 +151,7 @@ bool VersionStore::look_again(std::string_view path, bool flush_later) {
   }
   if (file != nullptr && !file->is_gone() && LooksSame(file->seen, *status)) return false;
   if (!admits(path, status->size) || status->size > kLargestFile) return false;
+  if (haste == Haste::kWaits && may_be_in_a_save(std::string(path), *status)) return true;
   const std::int64_t now = NowNanoseconds();
   auto bytes = ReadBlob(*places_.files, target);
   if (!bytes) return bytes.error().kind != ErrorKind::kNotFound;

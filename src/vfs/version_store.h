@@ -43,6 +43,9 @@ struct StoreSetup {
   std::function<std::string()> outside_author;  ///< who saves what is not saved through us
   std::function<void(std::string_view)> warn;   ///< one line with its line feed; may be empty
   std::vector<std::string> pruned_folders;      ///< absolute; never looked into
+  /// A file that was changed less than this ago may be in the middle of a save: a look at the tree
+  /// leaves it for the next one, a few times at most.
+  std::chrono::milliseconds settle{50};
   /// Another process owns the root: nothing is written, versions are what that process wrote.
   bool follower = false;
 };
@@ -228,7 +231,9 @@ class VersionStore {
   [[nodiscard]] Status log(const Change& change);
   void look_at(File& file);
 
-  bool look_again(std::string_view path, bool flush_later);
+  enum class Haste { kWaits, kNow };  ///< for a file that may still be being written
+  bool look_again(std::string_view path, bool flush_later, Haste haste);
+  [[nodiscard]] bool may_be_in_a_save(const std::string& path, const platform::FileStatus& status);
   bool take_outside(File& file, Blob bytes, const platform::FileStatus& status, bool flush_later);
   bool lose_outside(File& file);
   bool outside_failed(const File& file);
@@ -258,6 +263,7 @@ class VersionStore {
     std::chrono::seconds pause{1};
   };
   std::map<std::string, Retry, std::less<>> failing_;
+  std::map<std::string, int> waited_;  ///< how often a file was left for the next look
   std::uint32_t pass_ = 0;
 };
 

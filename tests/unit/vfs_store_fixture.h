@@ -29,6 +29,7 @@ class StoreFixture : public testing::Test {
     setup.disk_root = folder_.path("tree");
     setup.mirror_root = folder_.path("mirror");
     setup.policy = policy_;
+    setup.settle = {};
     setup.now = [] { return VersionStamp{2026, 11, 23, 10, 0, 0}; };
     setup.outside_author = [] { return std::string("outside"); };
     setup.warn = [this](std::string_view line) { warnings_ += line; };
