@@ -36,6 +36,14 @@ def wait_until(condition, message):
     raise AssertionError(f"not within {DEADLINE} s: {message}")
 
 
+def is_dead(pid):
+    try:
+        state = pathlib.Path(f"/proc/{pid}/stat").read_text().rpartition(") ")[2]
+    except OSError:
+        return True
+    return state.startswith("Z")
+
+
 def free_port():
     with socket.socket() as probe:
         probe.bind(("127.0.0.1", 0))
@@ -151,7 +159,8 @@ class Mirebolt:
         pids = self.resident_pids()
         for pid in pids:
             os.kill(pid, signal.SIGKILL)
-        wait_until(lambda: not self.resident_pids(), "the killed resident to be gone")
+        # A dying process loses its command line before its locks: it is dead as a zombie, or gone.
+        wait_until(lambda: all(is_dead(pid) for pid in pids), "the killed resident to be gone")
         return pids
 
     def close(self):
