@@ -37,11 +37,13 @@ def wait_until(condition, message):
 
 
 def is_dead(pid):
+    """Gone, or a zombie whose last thread has ended: one that still flushes holds the locks."""
+    process = pathlib.Path(f"/proc/{pid}")
     try:
-        state = pathlib.Path(f"/proc/{pid}/stat").read_text().rpartition(") ")[2]
+        state = (process / "stat").read_text().rpartition(") ")[2]
+        return state.startswith("Z") and len(list((process / "task").iterdir())) == 1
     except OSError:
         return True
-    return state.startswith("Z")
 
 
 def free_port():
@@ -159,7 +161,7 @@ class Mirebolt:
         pids = self.resident_pids()
         for pid in pids:
             os.kill(pid, signal.SIGKILL)
-        # A dying process loses its command line before its locks: it is dead as a zombie, or gone.
+        # A dying process loses its command line before its locks.
         wait_until(lambda: all(is_dead(pid) for pid in pids), "the killed resident to be gone")
         return pids
 
