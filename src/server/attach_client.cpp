@@ -75,7 +75,7 @@ class Client {
   int attach_target(const std::string& target) {
     if (auto id = find_session(target)) return attach(*id);
     if (is_host(target)) {
-      const auto answer = ask("POST /term/open?host=" + EncodeForm(LowerAscii(target)));
+      const auto answer = ask("POST /term/open?host=" + EncodeForm(target));
       if (answer && SaysOk(*answer)) return attach(IdOf(*answer));
     }
     return complain("mterm: no live session or saved host '" + target +

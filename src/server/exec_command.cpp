@@ -117,11 +117,10 @@ ExecLine MakeExecLine(ShellKind kind, std::string_view command_line, std::string
 
 std::string CutExecOutput(const TerminalOutput& output, std::uint64_t begin, std::uint64_t end,
                           const MarkerScanner& scanner, const ExecLine& line) {
-  if (scanner.end()) end = scanner.end()->begin;
-  if (!scanner.echo()) {
-    return std::string(WithoutEchoOf(line.first_line, output.between(begin, end)));
-  }
-  const MarkerScanner::Echo& echo = *scanner.echo();
+  if (const auto& found = scanner.end()) end = found->begin;
+  const auto& last_echo = scanner.echo();
+  if (!last_echo) return std::string(WithoutEchoOf(line.first_line, output.between(begin, end)));
+  const MarkerScanner::Echo& echo = *last_echo;
   const std::string_view behind = WithoutPasteMode(output.between(echo.end, end));
   if (!line.several) return std::string(behind);
   // Each line is echoed when its turn comes: what the first ones printed lies before the last echo.

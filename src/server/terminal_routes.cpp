@@ -14,7 +14,6 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr std::string_view kJsonUtf8 = "application/json; charset=utf-8";
-constexpr std::uint64_t kLongestExec = 600'000;
 constexpr std::uint64_t kUsualExec = 30'000;
 constexpr std::uint64_t kLongestReadWait = 10'000;
 
@@ -128,6 +127,7 @@ Response AnswerTermResize(const Request& request, const Services& services) {
 Response AnswerTermExec(const Request& request, const Services& services) {
   const auto session = Find(request, services);
   if (session == nullptr) return NoSession();
+  constexpr auto kLongestExec = static_cast<std::uint64_t>(TerminalSession::kLongestExec.count());
   const std::uint64_t wanted = NumberOf(request, "timeout");
   const milliseconds timeout(wanted >= 1 && wanted <= kLongestExec ? wanted : kUsualExec);
   TerminalSession::ExecResult result =

@@ -127,7 +127,8 @@ Status TerminalSession::resize(platform::ConsoleSize size) {
 
 TerminalSession::ExecResult TerminalSession::exec(std::string_view command, std::string_view shell,
                                                   Milliseconds timeout) {
-  const auto deadline = Clock::now() + timeout;
+  const auto deadline =
+      Clock::now() + (timeout.count() == 0 ? kLongestExec : std::min(timeout, kLongestExec));
   const std::string marker = NewMarker();
   const ExecLine line =
       MakeExecLine(ShellKindOf(shell, command_line_), command_line_, command, marker);
@@ -177,9 +178,14 @@ TerminalSession::ExecResult TerminalSession::await_marker(std::unique_lock<std::
   ExecResult result;
   const std::uint64_t end = alive_ ? output_.total() : program_output_;
   result.output = CutExecOutput(output_, begin, end, scanner, line);
-  result.how = scanner.end() || !alive_ ? ExecResult::How::kDone : ExecResult::How::kTimedOut;
-  if (scanner.end()) last_marker_ = scanner.end()->begin;
-  result.exit_code = scanner.end() ? scanner.end()->status : exit_code_;
+  if (const auto& found = scanner.end()) {
+    last_marker_ = found->begin;
+    result.exit_code = found->status;
+  } else {
+    result.exit_code = exit_code_;
+  }
+  const bool done = scanner.end().has_value() || !alive_;
+  result.how = done ? ExecResult::How::kDone : ExecResult::How::kTimedOut;
   return result;
 }
 

@@ -56,19 +56,30 @@ Terminals::~Terminals() {
   changed_.wait(lock, [this] { return readers_ == 0 && opening_ == 0; });
 }
 
-/// Under the lock. False when every session that could make room is alive.
-bool Terminals::make_room() {
-  if (closing_) return false;
-  if (sessions_.size() + opening_ < options_.most) return true;
-  const auto ended =
-      std::ranges::find_if(sessions_, [](const auto& entry) { return !entry.second->alive(); });
-  if (ended == sessions_.end()) return false;
-  sessions_.erase(ended);
-  return true;
+/// A number for a session that is being opened, counted as one from now on. Where there is no room
+/// the one that ended first goes.
+Result<std::uint64_t> Terminals::reserve() {
+  const std::scoped_lock lock(mutex_);
+  if (closing_) return Fail(ErrorKind::kClosed, "the resident is closing");
+  if (sessions_.size() + opening_ >= options_.most) {
+    const auto ended =
+        std::ranges::find_if(sessions_, [](const auto& entry) { return !entry.second->alive(); });
+    if (ended == sessions_.end()) return Fail(ErrorKind::kBusy, "too many sessions");
+    sessions_.erase(ended);
+  }
+  ++opening_;
+  return next_number_++;
 }
 
-void Terminals::log_failure(const Error& error) const {
-  if (options_.log) options_.log("[term] " + error.text + "\n");
+/// The opening is over: the session, if there is one, goes into the table.
+Status Terminals::enter(std::uint64_t number, const Result<SessionRef>& session) {
+  const std::scoped_lock lock(mutex_);
+  --opening_;
+  changed_.notify_all();
+  if (!session) return std::unexpected(session.error());
+  if (closing_) return Fail(ErrorKind::kClosed, "the resident is closing");
+  sessions_.emplace(number, *session);
+  return {};
 }
 
 Result<Terminals::SessionRef> Terminals::open(std::string_view command_line,
@@ -79,37 +90,27 @@ Result<Terminals::SessionRef> Terminals::open(std::string_view command_line,
   if (line.size() > kLongestCommandLine || line.find('\0') != std::string::npos) {
     return Fail(ErrorKind::kInvalidArgument, "no such command line");
   }
-  std::uint64_t number = 0;
-  {
-    const std::scoped_lock lock(mutex_);
-    if (!make_room()) return Fail(ErrorKind::kBusy, "too many sessions");
-    number = next_number_++;
-    ++opening_;
-  }
+  const auto number = reserve();
+  if (!number) return std::unexpected(number.error());
   auto console = platform::OpenPseudoConsole({line, folder, ClampSize(columns, rows)});
-  SessionRef session;
-  if (console) {
-    session =
-        std::make_shared<TerminalSession>(NewId(number), line, std::move(*console), options_.post);
-    if (!start_reading(session)) {
-      console = Fail(ErrorKind::kNoSpace, "cannot start a thread for a terminal");
-    }
+  const Result<SessionRef> session = console ? begin(*number, line, std::move(*console))
+                                             : std::unexpected(std::move(console.error()));
+  if (const Status entered = enter(*number, session); !entered) {
+    if (session) (*session)->end();
+    if (options_.log) options_.log("[term] " + entered.error().text + "\n");
+    return std::unexpected(entered.error());
   }
-  bool too_late = false;
-  {
-    const std::scoped_lock lock(mutex_);
-    --opening_;
-    too_late = closing_;
-    if (console && !too_late) sessions_.emplace(number, session);
-    changed_.notify_all();
+  return session;
+}
+
+Result<Terminals::SessionRef> Terminals::begin(std::uint64_t number,
+                                               const std::string& command_line, Started console) {
+  auto session = std::make_shared<TerminalSession>(NewId(number), command_line, std::move(console),
+                                                   options_.post);
+  if (!start_reading(session)) {
+    return Fail(ErrorKind::kNoSpace, "cannot start a thread for a terminal");
   }
-  if (!console) {
-    log_failure(console.error());
-    return std::unexpected(std::move(console.error()));
-  }
-  if (!too_late) return session;
-  session->end();
-  return Fail(ErrorKind::kClosed, "the resident is closing");
+  return session;
 }
 
 bool Terminals::start_reading(const SessionRef& session) {
@@ -151,7 +152,8 @@ bool Terminals::close(std::string_view id) {
   if (session == nullptr) return false;
   {
     const std::scoped_lock lock(mutex_);
-    if (sessions_.erase(*NumberOf(id)) == 0) return false;  // another caller was faster
+    const auto is_it = [&](const auto& entry) { return entry.second == session; };
+    if (std::erase_if(sessions_, is_it) == 0) return false;  // another caller was faster
   }
   session->end();
   return true;
@@ -214,10 +216,12 @@ void Terminals::end_all() {
   };
   std::vector<std::thread> enders;
   const std::size_t wanted = std::min(kEndersAtOnce, all.size());
-  try {
-    while (enders.size() + 1 < wanted) enders.emplace_back(end_some);
-  } catch (const std::system_error&) {
-    // Fewer then: this thread ends what the others leave.
+  while (enders.size() + 1 < wanted) {
+    try {
+      enders.emplace_back(end_some);
+    } catch (const std::system_error&) {
+      break;  // this thread ends what the others leave
+    }
   }
   end_some();
   for (std::thread& ender : enders) ender.join();

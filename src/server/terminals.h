@@ -21,7 +21,8 @@ struct TerminalOptions {
   std::function<void(std::string_view)> log;          ///< one whole line; any thread; may be empty
   TerminalPoster post;                                ///< the chat; empty: nobody is told
   std::function<void(std::string_view query)> focus;  ///< the desktop shell; may be empty
-  std::size_t most = 512;  ///< sessions kept; the ones that ended first make room for new ones
+  std::size_t most = 400;  ///< sessions kept, so that a usual limit of 1,024 open files is not
+                           ///< reached; the ones that ended first make room for new ones
 };
 
 /// All terminal sessions of a resident, and the saved hosts. Thread-safe.
@@ -68,9 +69,12 @@ class Terminals {
   void end_all();
 
  private:
-  [[nodiscard]] bool make_room();
+  using Started = std::unique_ptr<platform::PseudoConsole>;
+
+  [[nodiscard]] Result<std::uint64_t> reserve();
+  Status enter(std::uint64_t number, const Result<SessionRef>& session);
+  Result<SessionRef> begin(std::uint64_t number, const std::string& command_line, Started console);
   bool start_reading(const SessionRef& session);
-  void log_failure(const Error& error) const;
 
   const TerminalOptions options_;
   HostBook hosts_;

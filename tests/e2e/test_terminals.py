@@ -114,7 +114,8 @@ def test_other_interpreters_and_bytes_that_are_no_text(terminals):
 
 def test_execution_with_much_output_and_many_at_once(terminals):
     session = terminals.open("bash --norc")
-    output, code = terminals.run(session, "yes 0123456789 | head -c 99999999; (exit 3)")
+    output, code = terminals.run(session, "yes 0123456789 | head -c 99999999; (exit 3)",
+                                 timeout=110000)
     assert code == 3
     assert len(output) <= 262144
     assert output.endswith("0123456789\r\n")

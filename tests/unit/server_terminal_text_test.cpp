@@ -64,7 +64,8 @@ std::string Scan(std::string_view pattern, std::size_t piece, const ExecLine& li
     scanner.feed(bytes);
   }
   const std::string cut = CutExecOutput(output, 0, output.total(), scanner, line);
-  return scanner.end() ? cut + "|" + std::to_string(scanner.end()->status) : cut + "|none";
+  const auto end = scanner.end();
+  return cut + "|" + (end ? std::to_string(end->status) : "none");
 }
 
 TEST(MarkerScannerTest, FindsTheStatusWhateverTheTerminalMakesOfIt) {

@@ -21,6 +21,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kPollWithoutDescriptor{5};
+constexpr std::chrono::milliseconds kLongestPoll{60'000};
 constexpr int kFirstOther = 3;  // descriptors behind the three streams
 
 /// What the child does between being made and becoming the program.
@@ -69,11 +70,6 @@ class Preparation {
   posix_spawn_file_actions_t actions_{};
 };
 
-/// By number, for the C library's own header cannot be used from C++ everywhere.
-int EndDescriptor(pid_t id) {
-  return static_cast<int>(::syscall(SYS_pidfd_open, id, 0));
-}
-
 std::vector<std::string> ChildEnvironment(const ChildStart& start, const std::string& mark) {
   if (start.terminal.empty()) {
     std::vector<std::string> environment = EnvironmentWithout({kTreeVariable});
@@ -121,8 +117,7 @@ Result<std::unique_ptr<ChildProcess>> ChildProcess::start(const ChildStart& star
   return std::unique_ptr<ChildProcess>(new ChildProcess(id, mark));
 }
 
-ChildProcess::ChildProcess(pid_t id, std::string mark)
-    : id_(id), mark_(std::move(mark)), end_(EndDescriptor(id)) {}
+ChildProcess::ChildProcess(pid_t id, std::string mark) : id_(id), mark_(std::move(mark)) {}
 
 ChildProcess::~ChildProcess() {
   if (id_ == 0) return;
@@ -131,22 +126,32 @@ ChildProcess::~ChildProcess() {
   static_cast<void>(reap());
 }
 
+Descriptor ChildProcess::watch_end() const {
+  // By number, for the C library's own header cannot be used from C++ everywhere.
+  return Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, id_, 0)));
+}
+
+bool ChildProcess::has_ended() const {
+  siginfo_t info{};
+  ::waitid(P_PID, static_cast<id_t>(id_), &info, WEXITED | WNOHANG | WNOWAIT);
+  return info.si_pid != 0;
+}
+
 bool ChildProcess::await_end(std::optional<std::chrono::milliseconds> limit) const {
-  if (end_ && !limit) {
-    pollfd wait{end_.get(), POLLIN, 0};
-    return Uninterrupted([&] { return ::poll(&wait, 1, -1); }) > 0;
+  if (has_ended()) return true;
+  const Descriptor end = watch_end();
+  const auto deadline = Clock::now() + limit.value_or(std::chrono::milliseconds{0});
+  while (!has_ended()) {
+    auto wait = end ? kLongestPoll : kPollWithoutDescriptor;
+    if (limit) {
+      const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+      if (left.count() <= 0) return false;
+      wait = std::min(wait, left);
+    }
+    pollfd poll{end.get(), POLLIN, 0};  // a negative descriptor is passed over
+    ::poll(&poll, 1, static_cast<int>(wait.count()));
   }
-  const auto deadline = Clock::now() + limit.value_or(std::chrono::hours(24 * 365));
-  for (;;) {
-    siginfo_t info{};
-    ::waitid(P_PID, static_cast<id_t>(id_), &info, WEXITED | WNOHANG | WNOWAIT);
-    if (info.si_pid != 0) return true;
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-    if (left.count() <= 0) return false;
-    pollfd wait{end_.get(), POLLIN, 0};  // a negative descriptor is passed over
-    ::poll(&wait, 1,
-           static_cast<int>((end_ ? left : std::min(left, kPollWithoutDescriptor)).count()));
-  }
+  return true;
 }
 
 std::uint32_t ChildProcess::reap() {

@@ -33,8 +33,10 @@ class ChildProcess {
   /// Ends and reaps a child that nobody has reaped.
   ~ChildProcess();
 
-  /// Readable once the child has ended; -1 where the system has no such thing.
-  [[nodiscard]] int end_descriptor() const { return end_.get(); }
+  /// Readable once the child has ended; none where the system has no such thing.
+  [[nodiscard]] Descriptor watch_end() const;
+
+  [[nodiscard]] bool has_ended() const;
 
   /// Whether it ends within that time; without a limit it is waited for.
   bool await_end(std::optional<std::chrono::milliseconds> limit) const;
@@ -55,7 +57,6 @@ class ChildProcess {
   mutable std::mutex mutex_;  // so that nothing is sent to a number that is free again
   pid_t id_;                  // guarded by mutex_; 0 once reaped
   const std::string mark_;
-  Descriptor end_;
 };
 
 /// This process's environment without the names given, for a program that is to be started.

@@ -72,6 +72,10 @@ Result<Terminal> OpenTerminal(ConsoleSize size) {
   return terminal;
 }
 
+std::unexpected<Error> Closed() {
+  return Fail(ErrorKind::kClosed, "the terminal was closed");
+}
+
 class Console final : public PseudoConsole {
  public:
   Console(Terminal terminal, Descriptor gone, std::unique_ptr<ChildProcess> child)
@@ -96,14 +100,17 @@ class Console final : public PseudoConsole {
     if (!child_->await_end(kGraceWithoutTerminal)) child_->end_tree();
     static_cast<void>(child_->await_end(std::nullopt));
     const std::uint32_t code = child_->reap();
-    const std::scoped_lock lock(mutex_);
+    const std::scoped_lock lock(write_mutex_, mutex_);
     ended_ = true;
     changed_.notify_all();
+    // An ended session may be kept for long; its descriptors need not be.
+    master_.reset(-1);
     return code;
   }
 
   Status write(std::string_view keys) override {
     const std::scoped_lock lock(write_mutex_);
+    if (!master_) return Closed();
     ::fcntl(master_.get(), F_SETFL, O_NONBLOCK);
     Status written = write_all(keys);
     ::fcntl(master_.get(), F_SETFL, 0);
@@ -111,15 +118,17 @@ class Console final : public PseudoConsole {
   }
 
   Status resize(ConsoleSize size) override {
+    const std::scoped_lock lock(mutex_);
+    if (!master_) return Closed();
     const winsize window = WindowSize(size);
     if (::ioctl(master_.get(), TIOCSWINSZ, &window) != 0) return FailErrno("resize", "a terminal");
     return {};
   }
 
   void end() override {
-    child_->hang_up(::tcgetpgrp(master_.get()));
     {
       std::unique_lock lock(mutex_);
+      if (master_) child_->hang_up(::tcgetpgrp(master_.get()));
       changed_.wait_for(lock, kGraceAfterHangUp, [this] { return ended_; });
     }
     child_->end_tree();
@@ -132,7 +141,7 @@ class Console final : public PseudoConsole {
   Status write_all(std::string_view keys) {
     const auto deadline = std::chrono::steady_clock::now() + kPatienceForKeys;
     while (!keys.empty()) {
-      if (abandoned_) return Fail(ErrorKind::kClosed, "the terminal was closed");
+      if (abandoned_) return Closed();
       const auto put =
           Uninterrupted([&] { return ::write(master_.get(), keys.data(), keys.size()); });
       if (put > 0) {
@@ -163,7 +172,7 @@ class Console final : public PseudoConsole {
     ::poll(waits.data(), waits.size(), limit ? static_cast<int>(limit->count()) : -1);
   }
 
-  const Descriptor master_;
+  Descriptor master_;       // closed, under both mutexes, once the program is gone
   const std::string path_;  // of the program's side
   const Descriptor gone_;   // readable once end() is through
   std::atomic<bool> abandoned_{false};

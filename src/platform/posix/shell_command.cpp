@@ -25,14 +25,14 @@ constexpr milliseconds kLookAgain{10};
 class Run {
  public:
   Run(Descriptor pipe, ChildProcess& child, std::size_t limit)
-      : pipe_(std::move(pipe)), child_(child), limit_(limit) {}
+      : pipe_(std::move(pipe)), child_(child), child_end_(child.watch_end()), limit_(limit) {}
 
   /// Collects output until the child has ended (true) or the time is over.
   bool until_ended(milliseconds time) {
     const auto deadline = Clock::now() + time;
     for (;;) {
-      if (child_.await_end(milliseconds{0})) return true;
-      if (!step(deadline, child_.end_descriptor())) return false;
+      if (child_.has_ended()) return true;
+      if (!step(deadline, child_end_.get())) return false;
     }
   }
 
@@ -71,6 +71,7 @@ class Run {
 
   Descriptor pipe_;  // closed at end of file
   ChildProcess& child_;
+  const Descriptor child_end_;
   const std::size_t limit_;
 };
 
