@@ -157,8 +157,11 @@ class Console final : public PseudoConsole {
     return {};
   }
 
-  /// One byte of output, which nobody gets to see, from the program's side of the terminal.
-  void wake_reader() const {
+  /// One byte of output, which nobody gets to see, from the program's side of the terminal. Once
+  /// ours is closed, the path may be that of somebody else's terminal.
+  void wake_reader() {
+    const std::scoped_lock lock(mutex_);
+    if (!master_) return;
     const Descriptor side(::open(path_.c_str(), O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
     if (!side) return;
     ::tcflow(side.get(), TCOON);
