@@ -3,6 +3,7 @@
 //   load-1m    open a store of 1,000,000 memos, five times
 //   load-10m   open a store of 10,000,000 memos, once (needs 4 GB of disk and 9 GB of memory)
 //   add        durable addmemo into the 1,000,000 memos, against append + flush of the same bytes
+//   links      the index's share of such an add: everything but the disk, links included
 //   retrieve   read random topics of them
 //   delete     remove a topic of them
 //   keywords   memory.keywords and memory.search over the 1,000,000 memos, answers included
@@ -70,6 +71,7 @@ class Bench {
     if (workload == "load-1m") return load(kMillion, 5, "1.0 s, 900 MB");
     if (workload == "load-10m") return load(10 * kMillion, 1, "12 s, 9000 MB");
     if (workload == "add") return add();
+    if (workload == "links") return links();
     if (workload == "retrieve") return retrieve();
     if (workload == "delete") return remove();
     if (workload == "keywords") return keywords();
@@ -188,6 +190,42 @@ class Bench {
         median(adds) * 1e3, kAdds, median(appends) * 1e3, median(adds) / median(appends));
   }
 
+  /// What an add does in memory at a million memos, most of it for links and webs. A durable add
+  /// without links would save less than this.
+  void links() {
+    constexpr int kAdds = 2'000;
+    service_.reset();
+    const std::string path = context("corpus-1000000", kMillion);
+    auto source = memory::LoadStoreFile(files_, platform::JoinPath(path, memory::kStoreFileName));
+    if (!source) stop(source.error().text);
+    memory::RecordBatch batch;
+    batch.borrow(source->heap.bytes(), source->rows.size());
+    memory::ContextStore store;  // in memory only
+    if (!store.exchange({}, batch, false)) stop("no memory");
+    (void)store.index().webs();
+    MemoryCorpus corpus(2);
+    std::vector<double> times;
+    times.reserve(kAdds);
+    for (int i = 0; i < kAdds; ++i) {
+      const auto& memo = corpus.next(kMillion);
+      times.push_back(seconds_of([&] {
+        if (!store.append({.written = 1,
+                           .content = memo.content,
+                           .topic = memo.topic,
+                           .keywords = memo.keywords,
+                           .vector = {}})) {
+          stop("append failed");
+        }
+      }));
+    }
+    double sum = 0;
+    for (const double time : times) sum += time;
+    std::printf(
+        "add in memory at 1,000,000 memos, links and webs included: median %.1f us, "
+        "mean %.1f us of %d\n",
+        median(times) * 1e6, sum / kAdds * 1e6, kAdds);
+  }
+
   void retrieve() {
     constexpr int kReads = 100'000;
     auto& memories = service();
@@ -223,6 +261,7 @@ class Bench {
   void time_verb(const std::string& name, const std::string& verb, const std::string& rest,
                  int runs, const char* target) {
     std::vector<double> times;
+    times.reserve(static_cast<std::size_t>(runs));
     std::string answer;
     for (int i = 0; i < runs; ++i) {
       times.push_back(seconds_of([&] { answer = service().execute("bench", verb, rest); }));
@@ -296,8 +335,8 @@ class Bench {
                 "none");
       for (const std::string& id : {to, "imported-" + to}) {
         (void)service().execute("bench", "purge", "bench, " + id);
-        (void)files_.remove_file(platform::JoinPath(
-            folder_, ".purged/" + id + "-1700000000/" + std::string(memory::kStoreFileName)));
+        std::string purged = platform::JoinPath(folder_, ".purged/" + id + "-1700000000/");
+        (void)files_.remove_file(purged.append(memory::kStoreFileName));
       }
     }
     (void)files_.remove_file(folder_ + "/exported");
@@ -327,6 +366,7 @@ class Bench {
       memory::ContextStore store(files_, path);
       if (store.load().value_or(0) < kMillion) stop("cannot load " + path);
       std::vector<double> times;
+      times.reserve(5);
       for (int run = 0; run < 5; ++run) {
         times.push_back(seconds_of([&] {
           (void)memory::Webs::build(store.index(), std::thread::hardware_concurrency());
@@ -429,8 +469,8 @@ int main(int argc, char** argv) {
     }
   }
   if (workloads.empty())
-    workloads = {"load-1m", "add",      "retrieve", "delete",  "keywords",
-                 "copy",    "contexts", "webs",     "tokenize"};
+    workloads = {"load-1m",  "add",  "links",    "retrieve", "delete",
+                 "keywords", "copy", "contexts", "webs",     "tokenize"};
   mrb::bench::Bench bench(folder);
   for (const std::string& workload : workloads) bench.run(workload);
 }

@@ -145,7 +145,7 @@ std::string RunAdd(const VerbCall& call) {
     answer += " (REPLACED " + std::to_string(written->replaced) +
               " memo(s))\n(add replaces the whole topic; addmemo appends, update edits one memo)";
   }
-  return OkAnswer(answer) + key_hint(*written) + written->notice;
+  return OkAnswer(answer) + written->notice + key_hint(*written);
 }
 
 std::string RunAddMemo(const VerbCall& call) {
@@ -180,7 +180,7 @@ std::string RunAddMemo(const VerbCall& call) {
   return OkAnswer("memo " + std::to_string(written->position) + " @" +
                   std::to_string(written->offset) + " appended to '" + std::string(topic) +
                   "' in context(s): " + Join(contexts, ", ")) +
-         key_hint(*written) + written->notice;
+         written->notice + key_hint(*written);
 }
 
 }  // namespace mrb::memory

@@ -41,6 +41,12 @@ TEST(MemoryThreads, AddersAndReadersShareContexts) {
         EXPECT_FALSE(IsErrorAnswer(home.run("recent " + context)));
         EXPECT_FALSE(IsErrorAnswer(home.run("stats " + context)));
         (void)home.run("retrieve " + context + ", t1");
+        (void)home.run("keywords " + context + ", memo 2023");
+        (void)home.run("cachekeys " + context + ", m");
+        for (const char* verb : {"search me, *, memo", "contexts me"}) {
+          EXPECT_FALSE(IsErrorAnswer(home.run(verb)));
+        }
+        EXPECT_TRUE(home.run("lint " + context).starts_with("OK:"));
       }
     });
   }
