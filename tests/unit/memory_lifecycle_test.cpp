@@ -18,9 +18,12 @@ using test::MemoryHome;
 class Lineup : public testing::Test {
  protected:
   std::string run(std::string line) {
-    replace(line, "%", folder());
+    replace(line, "%", folder());  // with "/" behind it: both separators are understood
     std::string answer = home_.run(line);
     replace(answer, folder(), "%");
+    if (platform::PathSeparator() == '\\' && !answer.contains("bad context id")) {
+      replace(answer, "\\", "/");
+    }
     return answer;
   }
 
@@ -126,8 +129,7 @@ TEST_F(Lineup, CopiesWhole) {
          "ERROR: usage  memory.clone <botid>, <context>, <dst-context>  (dst must differ)");
   expect("clone me, none, d", "ERROR: no context 'none'");
   expect("export me, none, %/x", "ERROR: context 'none' has nothing on disk yet");
-  expect("export me, a, %/none/x",
-         "ERROR: could not write %/none/x  [cannot open %/none/x.tmp: No such file or directory]");
+  EXPECT_TRUE(run("export me, a, %/none/x").starts_with("ERROR: could not write %/none/x  ["));
   expect("import me, a, %/none", "ERROR: no such file: %/none");
   expect("import me, a, %/a/context.id",
          "ERROR: not a memory store (MRB4, MRB3 or MRB2): %/a/context.id");

@@ -152,7 +152,7 @@ TEST_F(LintTest, NamesDamageOfTheRecordsAndTheirIndexes) {
   expect("keyword '2020': dangling offset 99", [](IndexSpoiler s) {
     s.keywords().arena().data()[s.keywords().entry(1).rows.start] = kNoRow;
   });
-  const std::string path = folder_.path("c") + "/data.mrb4";
+  const std::string path = platform::JoinPath(folder_.path("c"), "data.mrb4");
   const auto write = [&](std::string_view bytes) {
     ASSERT_TRUE(platform::ReplaceFile(platform::SystemFiles(), path, bytes));
   };
