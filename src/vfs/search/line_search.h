@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string_view>
+
+#include "common/error.h"
+#include "common/literal_search.h"
+#include "search/lazy_dfa.h"
+#include "search/match_span.h"
+#include "search/pattern.h"
+#include "search/program.h"
+
+namespace mrb::search {
+
+/// A pattern made ready to search many texts. Immutable; for any number of threads.
+class Matcher {
+ public:
+  /// The error is a sentence for the user.
+  [[nodiscard]] static Result<Matcher> make(std::string_view pattern, PatternOptions options = {});
+
+  [[nodiscard]] const Program& program() const { return program_; }
+
+ private:
+  friend class LineSearch;
+  Matcher() = default;
+
+  Program program_;
+  std::optional<LiteralSearch> literal_;  // every matching line holds it
+  bool literal_is_enough_ = false;
+};
+
+/// A line that holds a match.
+struct LineMatch {
+  std::uint64_t number = 0;  ///< from 1
+  std::string_view line;     ///< without its "\n"
+};
+
+/// Finds the lines of texts that match, one thread's worth of it: the matcher is shared, this is
+/// not. Lines end at "\n"; a last line without one counts, an empty text has none.
+class LineSearch {
+ public:
+  /// `matcher` must outlive this.
+  explicit LineSearch(const Matcher& matcher) : matcher_(matcher), dfa_(matcher.program_) {}
+
+  /// Calls `found` for every matching line, in order, until it returns false.
+  void search(std::string_view text, const std::function<bool(const LineMatch&)>& found);
+
+  /// Where the first match lies in a matching line: the leftmost, and the longest of those.
+  [[nodiscard]] Span span(std::string_view line) const;
+
+ private:
+  [[nodiscard]] std::size_t next(std::string_view text, std::size_t from);
+
+  const Matcher& matcher_;
+  LazyDfa dfa_;
+};
+
+}  // namespace mrb::search
