@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace mrb::memory {
 
@@ -24,7 +25,7 @@ std::vector<FusedHit> Fuse(const RankedLanes& lanes) {
           {lanes[lane][i], 1 / (kFusionOffset + static_cast<double>(i + 1)), 1U << lane});
     }
   }
-  std::ranges::stable_sort(found, {}, &FusedHit::row);
+  std::ranges::sort(found, {}, [](const FusedHit& hit) { return std::pair(hit.row, hit.lanes); });
   std::vector<FusedHit> fused;
   for (const FusedHit& hit : found) {
     if (fused.empty() || fused.back().row != hit.row) {
@@ -34,7 +35,7 @@ std::vector<FusedHit> Fuse(const RankedLanes& lanes) {
       fused.back().lanes |= hit.lanes;
     }
   }
-  std::ranges::stable_sort(fused, std::greater(), &FusedHit::score);
+  std::ranges::sort(fused, {}, [](const FusedHit& hit) { return std::pair(-hit.score, hit.row); });
   return fused;
 }
 

@@ -102,7 +102,7 @@ Result<Overlay> DecodeOverlay(std::string_view bytes) {
     key.offset = in.word<std::uint64_t>();
     key.label = in.word<std::uint32_t>();
   }
-  std::ranges::stable_sort(keys, {}, &Overlay::Key::offset);  // others may write them as they like
+  std::ranges::sort(keys, {}, &Overlay::Key::offset);  // others may write them as they like
   for (const Overlay::Key& key : keys) {
     (void)overlay.set_key(key.offset, key.label);
   }

@@ -1,7 +1,7 @@
 #include "memory/temporal_query.h"
 
 #include <algorithm>
-#include <unordered_set>
+#include <tuple>
 
 #include "common/text.h"
 #include "memory/memo_lines.h"
@@ -87,7 +87,7 @@ std::vector<DatedRow> FindDated(const ContextIndex& index, const TemporalQuery& 
       }
     }
   }
-  std::ranges::stable_sort(dates, {}, &TimeWeb::DateRows::stamp);
+  std::ranges::sort(dates, {}, &TimeWeb::DateRows::stamp);
   std::vector<DatedRow> rows;
   std::vector<bool> seen(index.memos().size());
   for (const TimeWeb::DateRows& date : dates) {
@@ -113,13 +113,13 @@ std::string TemporalSection(const ContextIndex& index, const TemporalQuery& quer
         dated.push_back({anchor, row});
       }
     }
-    std::ranges::stable_sort(dated, {}, &DatedRow::stamp);
   }
   if (dated.empty()) {
     return "";
   }
   const auto about = [&](const DatedRow& row) { return std::ranges::binary_search(hits, row.row); };
-  std::ranges::stable_partition(dated, about);
+  std::ranges::sort(
+      dated, {}, [&](const DatedRow& row) { return std::tuple(!about(row), row.stamp, row.row); });
   const std::size_t all = dated.size();
   dated.resize(std::min(dated.size(), kMaxTemporalRows));
   std::string out = "\n  temporal (query is time-related: " + query.text() + "):";

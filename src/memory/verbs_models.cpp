@@ -53,7 +53,9 @@ std::vector<Hit> label_hits(const ContextIndex& index, const Overlay& overlay,
       matched.push_back({count, &label});
     }
   }
-  std::ranges::stable_sort(matched, std::greater(), &Matched::words);
+  std::ranges::sort(matched, [](const Matched& a, const Matched& b) {
+    return a.words != b.words ? a.words > b.words : a.label < b.label;
+  });
   std::vector<Hit> hits;
   for (const Matched& match : matched) {
     for (const std::uint64_t offset : match.label->memos) {

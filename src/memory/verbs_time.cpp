@@ -1,6 +1,7 @@
 // temporal and chain: memos by the dates they mention.
 
 #include <algorithm>
+#include <utility>
 
 #include "common/answer.h"
 #include "memory/fields.h"
@@ -48,7 +49,8 @@ std::vector<DatedRow> story(const ContextIndex& index, std::span<const std::uint
     }
     placed.push_back({place, {anchor, row}});
   }
-  std::ranges::stable_sort(placed, {}, &Placed::place);
+  std::ranges::sort(placed, {},
+                    [](const Placed& memo) { return std::pair(memo.place, memo.row.row); });
   std::ranges::sort(anchors);
   dates = static_cast<std::size_t>(std::ranges::unique(anchors).begin() - anchors.begin());
   std::vector<DatedRow> ordered;

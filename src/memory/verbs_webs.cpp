@@ -5,6 +5,7 @@
 #include <cmath>
 #include <map>
 #include <optional>
+#include <utility>
 
 #include "common/answer.h"
 #include "common/text.h"
@@ -69,7 +70,8 @@ std::vector<std::string> what_of(const ContextIndex& index, const TopicFrame& fr
       weighed.push_back({count * std::log((memos + 1) / posted), id});
     }
   }
-  std::ranges::stable_sort(weighed, std::greater(), &Weighed::weight);
+  std::ranges::sort(weighed, {},
+                    [](const Weighed& word) { return std::pair(-word.weight, word.id); });
   std::vector<std::string> what;
   for (const Weighed& word : std::span(weighed).first(std::min(weighed.size(), kMaxWhat))) {
     what.emplace_back(index.keywords().name(word.id));

@@ -134,7 +134,9 @@ TEST(MemorySearch, EqualsTheSlowRanking) {
     for (const QueryTerm& term : terms) thematic += term.thematic.size();
     const auto scores = slow_scores(store.index(), terms);
     std::vector<std::pair<std::uint32_t, std::uint32_t>> expected(scores.begin(), scores.end());
-    std::ranges::stable_sort(expected, std::greater(), [](const auto& hit) { return hit.second; });
+    std::ranges::sort(expected, [](const auto& a, const auto& b) {
+      return a.second != b.second ? a.second > b.second : a.first < b.first;
+    });
     for (const std::size_t limit : {kAllHits, std::size_t{20}, std::size_t{1}}) {
       const CoverageHits hits = RankByCoverage(store.index(), terms, limit);
       ASSERT_EQ(hits.size(), std::min(limit, expected.size())) << text;
