@@ -4,6 +4,7 @@
 #include <ranges>
 
 #include "platform/shell_files.h"
+#include "vfs/node_diff.h"
 #include "vfs/node_image.h"
 
 namespace mrb {
@@ -19,9 +20,8 @@ std::unique_ptr<iFileSystemObj> File::clone() const {
 }
 
 std::string File::diffAgainst(const iFileSystemObj& other) const {
-  if (other.kind != kFile) return "=== FILE DIFF ===\nERROR: other side is not a File.\n";
-  return "=== FILE DIFF ===\nERROR: the line diff is not available in this build\n"
-         "=== END DIFF ===\n";
+  if (other.kind != kFile) return std::string(diff::kNotAFile);
+  return vfs::DiffFiles(*this, static_cast<const File&>(other));
 }
 
 int File::copyTo(const std::string& destination) const {
@@ -69,9 +69,8 @@ std::uint32_t Directory::latestVersion() const {
 }
 
 std::string Directory::diffAgainst(const iFileSystemObj& other) const {
-  return "=== DIRECTORY DIFF ===\nA: " + name + "\nB: " + other.name +
-         "\nERROR: the directory diff is not available in this build\n"
-         "=== END DIRECTORY DIFF ===\n";
+  if (other.kind != kDirectory) return std::string(diff::kNotAFile);
+  return vfs::DiffDirectories(*this, name, static_cast<const Directory&>(other), other.name);
 }
 
 int Directory::copyTo(const std::string& destination) const {

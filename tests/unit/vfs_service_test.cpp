@@ -131,6 +131,12 @@ TEST_F(VfsServiceTest, EditsLocksAndHistoryAnswerAsTheyShould) {
       {"fsvctl:revert f 1", "OK: reverted f to v1 (now v4)"},
       {"fsvctl:revert f 9", "ERROR: no v9 of f (fsvctl:log shows the chain)"},
       {"fsvctl:open f v2", "<b>1</b> two <b>1</b>"},
+      {"fsvctl:diff f 2 3",
+       "=== FILE DIFF ===\nFILE1: f  (v2)\nFILE2: f  (v3)\n"
+       "legend: [ ] same   [-] only in FILE1   [+] only in FILE2\n---\n"
+       "[-] <b>1</b> two <b>1</b>\n[+] mine\n=== END DIFF ===\n"},
+      {"fsvctl:diff f", "=== FILE DIFF ===\nFILE1: f  (v3)\nFILE2: f  (v4)*"},
+      {"fsvctl:diff f 9", "ERROR: no v9 of f (fsvctl:log shows the chain)"},
       {"fs:rm f", "OK: tombstoned f (append-only; fs:restore to undo)"},
       {"fs:cat f", "ERROR: file tombstoned: f (fs:restore to bring it back)"},
       {"fs:copy f g", "ERROR: source is tombstoned: f (fs:restore it first)"},

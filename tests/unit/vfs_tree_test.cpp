@@ -183,5 +183,35 @@ TEST(VersionRecordTest, AuthorsAreCutBetweenCharactersAndStampsReadBack) {
   EXPECT_EQ(ParseStamp("2026-01-02T03:04:05"), VersionStamp());
 }
 
+TEST(NodeDiffTest, ComparesNewestVersionsBelowAnyFolder) {
+  const auto add = [](Directory& folder, const std::string& path, const std::string& text) {
+    auto file = std::make_unique<File>(path);
+    file->content = Blob::copy_of(text);
+    file->version = 2;
+    folder.children.push_back(std::move(file));
+  };
+  Directory one("src");
+  Directory two("old");
+  add(one, "lib/src/a.c", "1\n");
+  add(two, "old/a.c", "2\n");
+  add(one, "lib/src/same.c", "s");
+  add(two, "old/same.c", "s");
+  auto inner = std::make_unique<Directory>("deep");
+  add(*inner, "lib/src/deep/b.c", "");
+  one.children.push_back(std::move(inner));
+  EXPECT_EQ(one.diffAgainst(two),
+            "=== DIRECTORY DIFF ===\nA: src\nB: old\n"
+            "differing files (identical files omitted to spare context):\n"
+            "  [differs]   a.c @A src/a.c (v2) , @B old/a.c (v2)\n"
+            "  [only in A] deep/b.c\n"
+            "=== END DIRECTORY DIFF ===\n");
+  const iFileSystemObj& file = *one.children[0];
+  EXPECT_EQ(file.diffAgainst(*two.children[0]),
+            "=== FILE DIFF ===\nFILE1: lib/src/a.c  (v2)\nFILE2: old/a.c  (v2)\n"
+            "legend: [ ] same   [-] only in FILE1   [+] only in FILE2\n---\n"
+            "[-] 1\n[+] 2\n=== END DIFF ===\n");
+  EXPECT_EQ(file.diffAgainst(two), "=== FILE DIFF ===\nERROR: other side is not a File.\n");
+}
+
 }  // namespace
 }  // namespace mrb::vfs

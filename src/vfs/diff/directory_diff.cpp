@@ -34,8 +34,8 @@ std::string Differences(const TreeSide& a, const TreeSide& b) {
       const TreeFile& left = a.files[i++];
       const TreeFile& right = b.files[j++];
       if (left.bytes == right.bytes) continue;
-      line("  [differs]   ", std::string(left.path) + " @A " + Reference(a.root, left) + " , @B " +
-                                 Reference(b.root, right));
+      line("  [differs]   ",
+           left.path + " @A " + Reference(a.root, left) + " , @B " + Reference(b.root, right));
     }
   }
   return lines;

@@ -9,7 +9,7 @@ namespace mrb::diff {
 
 /// A file of a tree.
 struct TreeFile {
-  std::string_view path;  ///< below the tree's root, with "/"
+  std::string path;  ///< below the tree's root, with "/"
   std::uint32_t version = 0;
   std::string_view bytes;
 };
