@@ -108,7 +108,7 @@ def restart(mb, path, home):
     """Milliseconds from the start of a resident until a file's history answers."""
     start = time.perf_counter()
     with Resident(mb, home) as running:
-        until(lambda: running.is_up() and '"out":"OK' in running.post(f"fsvctl:log {path}"), "the history")
+        until(lambda: running.is_up() and '"out":"LOG ' in running.post(f"fsvctl:log {path}"), "the history")
         return (time.perf_counter() - start) * 1000
 
 
@@ -131,7 +131,7 @@ def rows(table, mb, tree, size, home):
     table.add(f"mb restart until the history answers, {size} files", median(5, lambda _: restart(mb, path, home)),
               remark="at most 500 ms" if many else "")
     with resident(mb, home) as running:
-        until(lambda: '"out":"OK' in running.post(f"fsvctl:log {path}"), "the history")
+        until(lambda: '"out":"LOG ' in running.post(f"fsvctl:log {path}"), "the history")
         for i in range(3):  # so that there is a version 3
             running.asks("write", path, "content:", f"prepared {i}")
 

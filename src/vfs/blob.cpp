@@ -12,9 +12,10 @@ namespace {
 constexpr std::uint64_t kOddConstant = 0x9e3779b97f4a7c15U;  // 2^64 / the golden ratio
 constexpr std::size_t kFirstSlots = 64;
 
-std::uint64_t Load(const char* bytes) {
+/// The first eight bytes.
+std::uint64_t Load(std::string_view bytes) {
   std::uint64_t word = 0;
-  std::memcpy(&word, bytes, sizeof word);
+  std::memcpy(&word, bytes.data(), sizeof word);
   return word;
 }
 
@@ -36,12 +37,12 @@ std::uint64_t HashBytes(std::string_view bytes) {
   const std::size_t size = bytes.size();
   for (; bytes.size() >= lanes.size() * kWord; bytes.remove_prefix(lanes.size() * kWord)) {
     for (std::size_t i = 0; i < lanes.size(); ++i) {
-      lanes[i] = Mix(lanes[i], Load(bytes.data() + i * kWord));
+      lanes[i] = Mix(lanes[i], Load(bytes.substr(i * kWord)));
     }
   }
   std::uint64_t hash = size;
   for (const std::uint64_t lane : lanes) hash = Mix(hash, lane);
-  for (; bytes.size() >= kWord; bytes.remove_prefix(kWord)) hash = Mix(hash, Load(bytes.data()));
+  for (; bytes.size() >= kWord; bytes.remove_prefix(kWord)) hash = Mix(hash, Load(bytes));
   std::uint64_t rest = 0;
   if (!bytes.empty()) std::memcpy(&rest, bytes.data(), bytes.size());
   return Finish(Mix(hash, rest));

@@ -218,15 +218,12 @@ class Planner {
         if (behind_delete) return;
         continue;
       }
-      if (!behind_delete && copy_free) {
-        record.source = {Kind::kCopy, 0};
-        copy_free = false;
-      } else if (tombstone_free && (behind_delete || buried_ == 0)) {
+      if (tombstone_free && (behind_delete || (buried_ == 0 && !copy_free))) {
         guessed_ = guessed_ || !behind_delete;
         record.source = {Kind::kTombstone, 0};
         tombstone_free = false;
-      } else if (behind_delete && copy_free) {
-        record.source = {Kind::kCopy, 0};  // deleted, but its copy was not moved away
+      } else if (copy_free) {  // behind a delete too: its copy was not moved away then
+        record.source = {Kind::kCopy, 0};
         copy_free = false;
       }
     }

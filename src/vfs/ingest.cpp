@@ -28,7 +28,6 @@ namespace mrb::vfs {
 namespace {
 
 constexpr std::size_t kMostSamples = 200;
-constexpr std::size_t kWindow = 64;  // archived versions of one file held in memory
 constexpr std::uint64_t kMemoryMargin = std::uint64_t{2} << 30U;
 constexpr unsigned kMostThreads = 8;  // more do not read faster
 constexpr std::size_t kProgressStep = 256;
@@ -342,16 +341,16 @@ void Ingest::read_records(Item& item) {
   for (const PlannedRecord& planned : plan) {
     if (planned.source.kind == ByteSource::Kind::kTombstone) item.buried = planned.version;
   }
-  if (item.facts.archives.size() > kWindow) {
+  if (item.facts.archives.size() > kArchivedInMemory) {
     std::array<char, 120> counts{};
     (void)std::snprintf(counts.data(), counts.size(),
                         "' has %zu archived versions; loading the most recent %zu into RAM (older "
                         "remain on disk)\n",
-                        item.facts.archives.size(), kWindow);
+                        item.facts.archives.size(), kArchivedInMemory);
     warn("warning: '" + item.path + counts.data());
     // The newest version is no archived one.
-    if (plan.size() > kWindow + 1) {
-      plan.erase(plan.begin(), plan.end() - static_cast<std::ptrdiff_t>(kWindow + 1));
+    if (plan.size() > kArchivedInMemory + 1) {
+      plan.erase(plan.begin(), plan.end() - static_cast<std::ptrdiff_t>(kArchivedInMemory + 1));
     }
   }
   for (std::size_t i = 0; i < plan.size(); ++i) {

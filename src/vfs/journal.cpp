@@ -12,6 +12,10 @@
 namespace mrb::vfs {
 namespace {
 
+// Nobody saves a file more often; a larger number is damage, and counting on from it would
+// overflow.
+constexpr std::int64_t kLargestVersion = 0x7fffffff;
+
 struct KindName {
   ChangeKind kind;
   std::string_view name;
@@ -50,7 +54,7 @@ std::optional<std::uint32_t> VersionField(const JsonValue& object, std::string_v
   const JsonValue value = object.find(key);
   if (!value.exists()) return 0;
   const auto number = value.integer();
-  if (!number || *number < 0 || *number > UINT32_MAX) return std::nullopt;
+  if (!number || *number < 0 || *number > kLargestVersion) return std::nullopt;
   return static_cast<std::uint32_t>(*number);
 }
 
@@ -93,7 +97,8 @@ std::optional<Change> ChangeOf(const JsonValue& object) {
   const auto same_as = VersionField(object, "same_as");
   const auto size = object.find("size").integer();
   auto path = PathField(object);
-  if (kind == kKindNames.end() || !version || !archived || !holds) return std::nullopt;
+  if (kind == kKindNames.end() || !version || *version == 0 || !archived || !holds)
+    return std::nullopt;
   if (!buried || !same_as) return std::nullopt;
   if (!size || *size < 0 || !path || path->empty()) return std::nullopt;
   return Change{.version = *version,

@@ -9,6 +9,12 @@ namespace mrb::vfs {
 
 namespace {
 
+// A file that is saved every second must not fill the memory of a resident that runs for months:
+// past twice the window that a start would load, the oldest records stay on the disk alone.
+constexpr std::size_t kHeldAfterTrim = kArchivedInMemory + 1;
+constexpr std::size_t kMostHeld = 2 * kHeldAfterTrim;
+constexpr std::size_t kMostChanges = 10'000;
+
 constexpr std::string_view kMergeNotice =
     "merge required (file was flagged dirty by an earlier op)";
 
@@ -147,6 +153,9 @@ bool VersionStore::write_version(File& file, const Minting& minting) {
   }
   if (failure) return write_failed(file, *failure);
   if (write.archived() != 0) file.next_archive = write.archived() + 1;
+  if (file.history.size() > kMostHeld && places_.mirrors(file.name)) {
+    file.history.erase(file.history.begin(), file.history.end() - kHeldAfterTrim);
+  }
   if (minting.writes == Writes::kBoth) look_at(file);
   return true;
 }
@@ -165,6 +174,9 @@ bool VersionStore::write_failed(File& file, const FileWrite::Failure& failure) {
 
 /// Appends to the change log; the journal is flushed by whoever writes the change.
 Status VersionStore::log(const Change& change) {
+  if (changes_.size() >= kMostChanges) {
+    changes_.erase(changes_.begin(), changes_.begin() + kMostChanges / 2);
+  }
   changes_.push_back(change);
   if (!places_.mirrors(change.path)) return {};
   return journal_.append(ChangeLine(change));

@@ -26,6 +26,9 @@
 
 namespace mrb::vfs {
 
+/// How many archived versions of one file a start reads into memory: the newest ones.
+inline constexpr std::size_t kArchivedInMemory = 64;
+
 /// What a store is for.
 enum class StoreCategory {
   kEnrolled,       ///< a directory that the user enrolled
@@ -255,7 +258,7 @@ class VersionStore {
   BlobPool pool_;
   LockTable locks_;
   Journal journal_;
-  std::vector<Change> changes_;  ///< since the store was loaded
+  std::vector<Change> changes_;  ///< the latest since the store was loaded
   std::set<std::string> followed_;
   /// Outside changes that could not be archived, and when to try again.
   struct Retry {
