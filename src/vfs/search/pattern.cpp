@@ -48,24 +48,16 @@ std::optional<ByteSet> FindClass(std::string_view name) {
   return std::nullopt;
 }
 
-/// What \d and its like stand for.
+/// What \d and its like stand for; an upper letter stands for all the others.
 std::optional<ByteSet> EscapedClass(char c) {
-  switch (c) {
-    case 'd':
-      return FindClass("digit");
-    case 'D':
-      return ~*FindClass("digit");
-    case 'w':
-      return FindClass("word");
-    case 'W':
-      return ~*FindClass("word");
-    case 's':
-      return FindClass("space");
-    case 'S':
-      return ~*FindClass("space");
-    default:
-      return std::nullopt;
+  constexpr NamedSet kEscapes[] = {{"d", "digit"}, {"D", "digit"}, {"w", "word"},
+                                   {"W", "word"},  {"s", "space"}, {"S", "space"}};
+  for (const auto& [letter, name] : kEscapes) {
+    if (letter[0] != c) continue;
+    const auto set = FindClass(name);
+    return set && c < 'a' ? ~*set : set;
   }
+  return std::nullopt;
 }
 
 class PatternParser {
