@@ -22,7 +22,10 @@ std::string Excluded(const IngestReport& found) {
                      " — excluded by the ext policy:";
   std::vector<std::pair<std::string, std::uint64_t>> kinds(found.excluded_by_extension.begin(),
                                                            found.excluded_by_extension.end());
-  std::ranges::stable_sort(kinds, std::greater<>(), &std::pair<std::string, std::uint64_t>::second);
+  // The most frequent first, then by name.
+  std::ranges::sort(kinds, [](const auto& a, const auto& b) {
+    return a.second != b.second ? a.second > b.second : a.first < b.first;
+  });
   for (std::size_t i = 0; i < std::min(kinds.size(), kShownExtensions); ++i) {
     const bool plain = kinds[i].first.starts_with('(');
     text += "\n    - " + std::string(plain ? "" : ".") + kinds[i].first + " (" +
