@@ -9,6 +9,7 @@
 #include "platform/console.h"
 #include "platform/default_shell.h"
 #include "platform/files.h"
+#include "platform/local_time.h"
 #include "platform/process.h"
 
 namespace mrb::front {
@@ -47,15 +48,35 @@ vfs::VfsOptions FileOptions(const Homes& homes, const AuthorBook& authors,
   return options;
 }
 
+/// The versions of an enrolled folder's files as the memory takes them.
+std::optional<std::vector<memory::FileVersion>> VersionsForMemory(vfs::VfsService& files,
+                                                                  const std::string& folder) {
+  auto versions = files.versions_in(folder);
+  if (!versions) return std::nullopt;
+  std::vector<memory::FileVersion> taken;
+  for (const auto& version : *versions) {
+    const VersionStamp& stamp = version.stamp;
+    taken.push_back(
+        {.name = version.name,
+         .bytes = std::string(version.bytes.bytes()),
+         .written = platform::UnixSecondsOfLocal(
+             {stamp.year, stamp.month, stamp.day, stamp.hour, stamp.minute, stamp.second})});
+  }
+  return taken;
+}
+
 }  // namespace
 
 Interpreter::Interpreter(const Homes& homes, std::function<void(std::string_view)> print,
                          bool is_console)
-    : memory_({.contexts_folder = homes.contexts_folder(),
-               .files = &platform::SystemFiles(),
-               .now = &UnixSeconds,
-               .working_directory = &CallersFolder,
-               .progress = &ShowProgress}),
+    : memory_(
+          {.contexts_folder = homes.contexts_folder(),
+           .files = &platform::SystemFiles(),
+           .now = &UnixSeconds,
+           .working_directory = &CallersFolder,
+           .progress = &ShowProgress,
+           .file_versions =
+               [this](const std::string& folder) { return VersionsForMemory(files_, folder); }}),
       files_(FileOptions(homes, authors_, std::move(print), is_console)),
       services_{.memory = &memory_, .files = &files_, .authors = &authors_, .trace = {}} {}
 

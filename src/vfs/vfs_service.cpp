@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <tuple>
 
 #include "common/answer.h"
 #include "common/json_scan.h"
@@ -212,6 +213,30 @@ std::string VfsService::execute(const VfsCall& call, std::string_view name_space
   } catch (const std::exception& problem) {  // no memory, most likely
     return ErrorAnswer(std::string("the command failed: ") + problem.what());
   }
+}
+
+std::optional<std::vector<VfsService::FolderVersion>> VfsService::versions_in(
+    const std::string& folder) {
+  load();
+  const auto at = registry_.resolve(folder, {});
+  if (!at || at->store->category() == StoreCategory::kSingleFiles || at->store->is_cache()) {
+    return std::nullopt;
+  }
+  const std::string prefix = at->path.empty() ? "" : at->path + "/";
+  std::vector<FolderVersion> versions;
+  const VersionStore::Lock guard = at->store->lock();
+  for (const auto& file : at->store->table().files()) {
+    if (file->is_gone() || !file->name.starts_with(prefix)) continue;
+    const std::string name = file->name.substr(prefix.size());
+    if (name.find('/') != std::string::npos) continue;
+    for (const VersionRecord& record : file->history) {
+      if (!record.tombstone) versions.push_back({name, record.version, record.stamp, record.bytes});
+    }
+  }
+  std::ranges::sort(versions, [](const FolderVersion& a, const FolderVersion& b) {
+    return std::tie(a.name, a.version) < std::tie(b.name, b.version);
+  });
+  return versions;
 }
 
 std::string VfsService::directories_json() {

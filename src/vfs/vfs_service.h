@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -52,6 +53,17 @@ class VfsService {
   /// Runs one verb, in lower case, of one of the namespaces.
   [[nodiscard]] std::string execute(const VfsCall& call, std::string_view name_space,
                                     std::string_view verb, std::string_view arguments);
+
+  /// One version of a file, for whoever wants them all.
+  struct FolderVersion {
+    std::string name;  ///< of the file, without its folder
+    std::uint32_t version = 0;
+    VersionStamp stamp;
+    Blob bytes;
+  };
+  /// The versions held in memory of every live file directly in a folder, by name and number;
+  /// deletes are left out. Nothing when no store with versions holds the folder.
+  [[nodiscard]] std::optional<std::vector<FolderVersion>> versions_in(const std::string& folder);
 
   /// What the routes under /vc/ answer, as JSON.
   [[nodiscard]] std::string directories_json();
