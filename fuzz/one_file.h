@@ -22,11 +22,17 @@ class OneFile : public mrb::platform::FileSystem {
   mrb::Result<std::vector<mrb::platform::DirectoryEntry>> list(const std::string&) override {
     return refused();
   }
+  mrb::Status walk(const std::string&, mrb::platform::TreeVisitor&) override { return refused(); }
   mrb::Status make_directory(const std::string&) override { return refused(); }
+  mrb::Status make_shared_directory(const std::string&) override { return refused(); }
+  mrb::Status copy_permissions(const std::string&, const std::string&) override {
+    return refused();
+  }
   mrb::Status remove_file(const std::string&) override { return refused(); }
   mrb::Status rename_replace(const std::string&, const std::string&) override { return refused(); }
   mrb::Status rename_new(const std::string&, const std::string&) override { return refused(); }
   mrb::Status sync_directory(const std::string&) override { return refused(); }
+  mrb::Status sync_volume(const std::string&) override { return refused(); }
 
  private:
   static std::unexpected<mrb::Error> refused() {
