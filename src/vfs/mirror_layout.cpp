@@ -124,6 +124,7 @@ std::string MirrorLayout::filling_mark() const {
 MirrorEntry ClassifyMirrorFile(std::string_view relative) {
   using Kind = MirrorEntry::Kind;
   const std::string_view name = NameOf(relative);
+  if (name.empty() || name == kTombstoneSuffix) return {};
   if (const std::string_view folder = FolderWithSlash(relative);
       folder.ends_with(std::string(kArchiveSuffix) + "/")) {
     const std::string_view folder_path = folder.substr(0, folder.size() - 1);
@@ -135,7 +136,7 @@ MirrorEntry ClassifyMirrorFile(std::string_view relative) {
     if (mark == std::string_view::npos) return {};
     const std::string owner(name.substr(0, mark));
     const auto number = ParseDecimal(name.substr(mark + kNumberMark.size()));
-    if (archive != "." + owner + std::string(kArchiveSuffix)) return {};
+    if (owner.empty() || archive != "." + owner + std::string(kArchiveSuffix)) return {};
     if (!number || *number == 0 || *number > UINT32_MAX) return {};
     return {Kind::kArchive, std::string(FolderWithSlash(folder_path)) + owner,
             static_cast<std::uint32_t>(*number)};
