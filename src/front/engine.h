@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "front/register_book.h"
+
 namespace mrb::memory {
 class MemoryService;
 }
@@ -39,6 +41,7 @@ struct Services {
   memory::MemoryService* memory = nullptr;
   vfs::VfsService* files = nullptr;
   AuthorBook* authors = nullptr;
+  RegisterBook* registers = nullptr;
   /// Told of the begin (true) and end (false) of each handler call, by a name like "fs.cat"; may be
   /// empty. Called on the caller's thread.
   std::function<void(std::string_view span, bool begin)> trace;

@@ -2,20 +2,20 @@
 
 #include "platform/folders.h"
 #include "server/interpreter_bridge.h"
-#include "vfs/vfs_service.h"
 
 namespace mrb::front {
 
+vfs::VfsCall CallOf(const Engine& engine) {
+  // The caller's folder; a command that runs in the caller's own process has no other.
+  const std::string& folder = server::CurrentCallSettings().working_directory;
+  return {.author = engine.services->authors->author_of(engine.bot),
+          .working_directory = platform::AbsolutePath(folder.empty() ? "." : folder),
+          .registers = engine.services->registers->of(engine.bot)};
+}
+
 std::string RunFiles(const Engine& engine, std::string_view name_space, std::string_view verb,
                      std::string_view arguments) {
-  const vfs::VfsCall call{
-      .author = engine.services->authors->author_of(engine.bot),
-      // The caller's folder; a command that runs in the caller's own process has no other.
-      .working_directory =
-          platform::AbsolutePath(server::CurrentCallSettings().working_directory.empty()
-                                     ? "."
-                                     : server::CurrentCallSettings().working_directory)};
-  return engine.services->files->execute(call, name_space, verb, arguments);
+  return engine.services->files->execute(CallOf(engine), name_space, verb, arguments);
 }
 
 }  // namespace mrb::front

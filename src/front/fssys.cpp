@@ -25,6 +25,10 @@ std::string Author(const Engine& engine, std::string_view verb, std::string_view
   return OkAnswer("author is '" + std::string(name) + "'");
 }
 
+std::string Registers(const Engine& engine, std::string_view /*verb*/, std::string_view /*words*/) {
+  return ListRegisters(*engine.services->registers->of(engine.bot));
+}
+
 /// What is about a store belongs to the versioned files.
 std::string OfStore(const Engine& engine, std::string_view verb, std::string_view arguments) {
   return RunFiles(engine, "fssys", verb, arguments);
@@ -46,6 +50,7 @@ constexpr std::array kVerbs{
     Verb{"promote", "", nullptr},
     Verb{"actionrun", "runaction", nullptr},
     Verb{"checkpoint", "ckpt", nullptr},
+    Verb{"registers", "", &Registers},
     Verb{"policy", "vcpolicy flags", &OfStore},
 };
 

@@ -69,16 +69,20 @@ std::optional<std::vector<memory::FileVersion>> VersionsForMemory(vfs::VfsServic
 
 Interpreter::Interpreter(const Homes& homes, std::function<void(std::string_view)> print,
                          bool is_console)
-    : memory_(
-          {.contexts_folder = homes.contexts_folder(),
-           .files = &platform::SystemFiles(),
-           .now = &UnixSeconds,
-           .working_directory = &CallersFolder,
-           .progress = &ShowProgress,
-           .file_versions =
-               [this](const std::string& folder) { return VersionsForMemory(files_, folder); }}),
+    : memory_({.contexts_folder = homes.contexts_folder(),
+               .files = &platform::SystemFiles(),
+               .now = &UnixSeconds,
+               .working_directory = &CallersFolder,
+               .progress = &ShowProgress,
+               .file_versions =
+                   [this](const std::string& folder) { return VersionsForMemory(files_, folder); },
+               .registers = [this](std::string_view bot) { return registers_.of(bot); }}),
       files_(FileOptions(homes, authors_, std::move(print), is_console)),
-      services_{.memory = &memory_, .files = &files_, .authors = &authors_, .trace = {}} {}
+      services_{.memory = &memory_,
+                .files = &files_,
+                .authors = &authors_,
+                .registers = &registers_,
+                .trace = {}} {}
 
 Engine Interpreter::engine_for(std::string_view bot) const {
   return {.bot = std::string(bot), .store_label = "fs", .services = &services_};

@@ -31,6 +31,7 @@ class Interpreter : public server::InterpreterBridge {
   [[nodiscard]] Engine engine_for(std::string_view bot) const;
 
  private:
+  RegisterBook registers_;
   memory::MemoryService memory_;
   AuthorBook authors_;
   vfs::VfsService files_;

@@ -4,9 +4,11 @@
 #include "common/text.h"
 #include "front/command_text.h"
 #include "front/dispatcher.h"
+#include "front/file_verbs.h"
 #include "front/plain_language.h"
 #include "front/shell_runner.h"
 #include "platform/console.h"
+#include "query/query_text.h"
 #include "server/interpreter_bridge.h"
 
 namespace mrb::front {
@@ -22,6 +24,14 @@ std::string RunShellLine(const CommandText& command) {
                   RunShell(std::string(text), server::CurrentCallSettings().working_directory));
 }
 
+/// `?( expression ) --store=<dir>`.
+std::string RunQueryLine(const Engine& engine, std::string_view line) {
+  const TraceSpan span(engine, "?()");
+  const query::QueryText query = query::SplitQuery(line);
+  if (!query.closed) return ErrorAnswer("missing ')'");
+  return engine.services->files->query(CallOf(engine), query.expression, query.options);
+}
+
 }  // namespace
 
 LineOutcome RunLine(const Engine& engine, std::string_view line) {
@@ -29,7 +39,7 @@ LineOutcome RunLine(const Engine& engine, std::string_view line) {
   LineOutcome outcome;
   if (command.line.empty()) return outcome;
   if (command.line.starts_with("?(")) {
-    outcome.answer = NotInThisBuild("?()");
+    outcome.answer = RunQueryLine(engine, command.line);
   } else if (command.line.starts_with('!') || command.head == "shell") {
     outcome.answer = RunShellLine(command);
   } else if (!HasRoute(command.line) && IsPlainLanguage(command.line)) {

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/command_register.h"
 #include "memory/embedder.h"
 #include "platform/files.h"
 
@@ -39,6 +40,9 @@ struct MemoryOptions {
   /// by name, versions by number), else nothing. May be empty.
   std::function<std::optional<std::vector<FileVersion>>(const std::string& directory)>
       file_versions = {};
+
+  /// The command register of a bot: $1, $2, … of its queries, and filled by them. May be empty.
+  std::function<std::shared_ptr<CommandRegister>(std::string_view bot)> registers = {};
 };
 
 /// Persistent memory: every context, and the verbs over them. Thread-safe.

@@ -84,7 +84,7 @@ constexpr auto kRows = std::to_array<VerbRow>({
      "Boolean ?() search over ONE named context's MEMOS with globs — explicit per-call "
      "scope, returns the matching topic#n ids (ready for getmemo / register chaining).",
      "",
-     nullptr},
+     RunQuery},
     {"contexts", "browse list", "",
      "memory.contexts <botid>\nmemory.browse <botid>, <context>",
      "Browse the pipeline's context lineup: list every bucket (loaded or on disk) with "

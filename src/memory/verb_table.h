@@ -62,6 +62,7 @@ struct VerbRow {
 [[nodiscard]] std::string RunStats(const VerbCall& call);
 [[nodiscard]] std::string RunKeywords(const VerbCall& call);
 [[nodiscard]] std::string RunSearch(const VerbCall& call);
+[[nodiscard]] std::string RunQuery(const VerbCall& call);
 [[nodiscard]] std::string RunContexts(const VerbCall& call);
 [[nodiscard]] std::string RunRename(const VerbCall& call);
 [[nodiscard]] std::string RunPurge(const VerbCall& call);

@@ -1,5 +1,7 @@
 #include "vfs/file_table.h"
 
+#include <algorithm>
+
 #include "common/fnv1a.h"
 #include "common/text.h"
 
@@ -22,6 +24,20 @@ File& FileTable::add(std::string_view path) {
   files_.push_back(std::make_unique<File>(std::string(path)));
   slots_[slot_of(path)] = static_cast<std::uint32_t>(files_.size());
   return *files_.back();
+}
+
+const std::vector<File*>& FileTable::in_order() const {
+  const auto by_name = [](const File* file) -> const std::string& { return file->name; };
+  const auto known = static_cast<std::ptrdiff_t>(order_.size());
+  for (std::size_t i = order_.size(); i < files_.size(); ++i) order_.push_back(files_[i].get());
+  std::ranges::sort(order_.begin() + known, order_.end(), {}, by_name);
+  std::ranges::inplace_merge(order_, order_.begin() + known, {}, by_name);
+  return order_;
+}
+
+void FileTable::respell(File& file, std::string_view name) {
+  file.name = name;
+  order_.clear();
 }
 
 std::uint64_t FileTable::hash_of(std::string_view path) const {

@@ -12,7 +12,8 @@
 namespace mrb::vfs {
 
 /// The files of one store by path, in the order in which they came. Files are never taken out. On a
-/// system whose names ignore letter case, so does this, for ASCII letters. Not thread-safe.
+/// system whose names ignore letter case, so does this, for ASCII letters. Not thread-safe: not
+/// even readers may share it.
 class FileTable {
  public:
   explicit FileTable(platform::PathStyle style = platform::SystemPathStyle()) : style_(style) {}
@@ -25,6 +26,12 @@ class FileTable {
 
   [[nodiscard]] const std::vector<std::unique_ptr<File>>& files() const { return files_; }
 
+  /// The same files in the order of their paths, kept from call to call.
+  [[nodiscard]] const std::vector<File*>& in_order() const;
+
+  /// Gives a file another spelling of its name that find() takes for the same.
+  void respell(File& file, std::string_view name);
+
  private:
   [[nodiscard]] std::uint64_t hash_of(std::string_view path) const;
   [[nodiscard]] bool same(std::string_view a, std::string_view b) const;
@@ -33,6 +40,7 @@ class FileTable {
 
   platform::PathStyle style_;
   std::vector<std::unique_ptr<File>> files_;
+  mutable std::vector<File*> order_;  // may lack the last files
   std::vector<std::uint32_t> slots_;  // open addressing, a power of two; 1 + index, 0: free
 };
 

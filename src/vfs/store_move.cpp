@@ -47,7 +47,7 @@ bool VersionStore::move(iFileSystemObj* node, const std::string& destination) {
 bool VersionStore::change_case(File& file, const std::string& name) {
   const Status renamed = places_.files->rename_replace(working_path(file.name), working_path(name));
   if (!renamed) return refuse(renamed.error().text);
-  file.name = name;
+  table_.respell(file, name);
   look_at(file);
   return true;
 }

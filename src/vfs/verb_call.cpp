@@ -59,6 +59,11 @@ std::string AutoVersionNotice(std::string_view path, std::uint32_t version) {
          " to " + std::to_string(version - 1) + "'";
 }
 
+std::string NothingToSearch(const VersionStore& store) {
+  return store.disk_root() +
+         " is a cache write-through store (mode=cachewt) — nothing of it is held to be searched";
+}
+
 std::string ExcludedReason(const VersionStore& store) {
   return "excluded by version-control policy [" + FormatPolicy(store.policy()) +
          "] — fsraw: writes it unversioned";

@@ -78,6 +78,9 @@ class HeldStore {
 /// What a save through a front end is told of its version.
 [[nodiscard]] std::string AutoVersionNotice(std::string_view path, std::uint32_t version);
 
+/// Why a store without versions cannot be searched.
+[[nodiscard]] std::string NothingToSearch(const VersionStore& store);
+
 /// Why a save to a path that the policy leaves out is refused.
 [[nodiscard]] std::string ExcludedReason(const VersionStore& store);
 

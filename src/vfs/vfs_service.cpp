@@ -13,6 +13,7 @@
 #include "vfs/reserved_names.h"
 #include "vfs/settings_value.h"
 #include "vfs/size_text.h"
+#include "vfs/store_query.h"
 #include "vfs/tree_path.h"
 #include "vfs/verb_call.h"
 
@@ -210,6 +211,16 @@ std::string VfsService::execute(const VfsCall& call, std::string_view name_space
     }
     load();
     return row->run(verb_call);
+  } catch (const std::exception& problem) {  // no memory, most likely
+    return ErrorAnswer(std::string("the command failed: ") + problem.what());
+  }
+}
+
+std::string VfsService::query(const VfsCall& call, std::string_view expression,
+                              std::string_view options) {
+  try {
+    load();
+    return RunQuery({*this, call, "query", expression, Arguments(options)});
   } catch (const std::exception& problem) {  // no memory, most likely
     return ErrorAnswer(std::string("the command failed: ") + problem.what());
   }

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -10,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "common/command_register.h"
 #include "platform/system_memory.h"
 #include "vfs/cache_keeper.h"
 #include "vfs/enrollment_list.h"
@@ -22,6 +24,8 @@ namespace mrb::vfs {
 struct VfsCall {
   std::string author;             ///< stamped on what is written, and the holder of locks
   std::string working_directory;  ///< absolute; empty when unknown
+  /// Takes the entries of listings, gives queries their $1, $2, …; null: there is none.
+  std::shared_ptr<CommandRegister> registers = nullptr;
 };
 
 struct VfsOptions {
@@ -53,6 +57,11 @@ class VfsService {
   /// Runs one verb, in lower case, of one of the namespaces.
   [[nodiscard]] std::string execute(const VfsCall& call, std::string_view name_space,
                                     std::string_view verb, std::string_view arguments);
+
+  /// The files of one store that an expression of the query language fits; `options` may hold
+  /// --store=. Each is a line "  [n] path <…>".
+  [[nodiscard]] std::string query(const VfsCall& call, std::string_view expression,
+                                  std::string_view options);
 
   /// One version of a file, for whoever wants them all.
   struct FolderVersion {

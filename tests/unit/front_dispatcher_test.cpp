@@ -41,7 +41,12 @@ class DispatcherTest : public testing::Test {
     return options;
   }()};
   std::string spans_;
-  Services services_{.memory = &memory_, .files = &files_, .authors = &authors_, .trace = {}};
+  RegisterBook registers_;
+  Services services_{.memory = &memory_,
+                     .files = &files_,
+                     .authors = &authors_,
+                     .registers = &registers_,
+                     .trace = {}};
   Engine engine_{.bot = "cli", .store_label = "fs", .services = &services_};
 };
 
@@ -102,7 +107,10 @@ TEST_F(DispatcherTest, LineDriverKnowsWhatItUnderstands) {
   };
   const Case cases[] = {
       {"", true, ""},
-      {"?(a)", true, "ERROR: '?()' is not available in this build"},
+      {"?(a)", true, "ERROR: field 'a' must be called — a() or a(<expr>)"},
+      {"?(1", true, "ERROR: missing ')'"},
+      {"?( ) --store=/no/(x)", true, "ERROR: empty query"},
+      {"?(1) --store=/no/(x)", true, "ERROR: no enrolled store '/no/(x)'"},
       {"! exit 4 ", true, "OK: shell output:\n[exit 4]"},
       {"shell exit 3", true, "OK: shell output:\n[exit 3]"},
       {"shell", true, "ERROR: usage  !<command>   |   shell <command>"},

@@ -54,6 +54,45 @@ TEST(MemoryVerbs, AddReplacesAndAddMemoAppends) {
   EXPECT_EQ(home.read("notes", "context.id"), "notes");
 }
 
+TEST(MemoryVerbs, QueriesBindMemosToFields) {
+  MemoryHome home;
+  const auto registers = std::make_shared<CommandRegister>();
+  MemoryHome::Options options;
+  options.registers = [&](std::string_view) { return registers; };
+  home.set(options);
+  for (const char* line :
+       {"addmemo me, c, build, tools, usage|lesson, the (compiler) is slow",
+        "addmemo me, c, build, , , ship it", "add me, c, other, , naïve parser"}) {
+    ASSERT_TRUE(home.run(line).starts_with("OK: ")) << line;
+  }
+  EXPECT_EQ(home.run("qmemo me, c, ?( $1 == \"\" && body(\"ship\") )"),
+            "OK: 1 match(es)\n  build#2 [untyped]  ship it");
+  const std::pair<std::string, std::string> cases[] = {
+      {"1", ""},  // bare, so a glob
+      {"b*", "build#1 build#2"},
+      {"*#1", "build#1 other#1"},
+      {"pars*", "other#1"},
+      {"?( topics()==\"tool?\" | body(\"NA*PARSER\") )", "build#1 other#1"},
+      {"flags(\"lesson\") && keywords()==\"build\" && name()==\"build#1\" && path()==\"build\"",
+       "build#1"},
+      {"name() == $1", "build#1"},
+      {"!flags(), \"x\"", "ERROR: unexpected character ',' (globs '*' '?' go inside \"quotes\")"},
+      {"?( b* )", "ERROR: unexpected character '*' (globs '*' '?' go inside \"quotes\")"},
+      {"?( 1", "ERROR: missing ')'"},
+      {"?()", "ERROR: empty query"},
+      {"", "ERROR: empty query"},
+  };
+  for (const auto& [expression, ids] : cases) {
+    std::string found = home.run("query me, c, " + expression);
+    if (found.starts_with("OK: ")) {
+      found.clear();
+      for (const auto& id : registers->entries()) found += (found.empty() ? "" : " ") + id;
+    }
+    EXPECT_EQ(found, ids) << expression;
+  }
+  EXPECT_EQ(home.run("query me, none, x*"), "OK: 0 match(es)");
+}
+
 TEST(MemoryVerbs, SeveralContextsTakeTheSameMemoOrNone) {
   MemoryHome home;
   play(home, {{"add me, {a, b,a}, t, , shared", "OK: memory 't' added in context(s): a, b @0"},
@@ -129,7 +168,6 @@ TEST(MemoryVerbs, RefusalsWriteNothing) {
         {"latest me", "ERROR: usage  memory.latest" + arg},
         {"stats me", "ERROR: usage  memory.stats" + arg},
         {"bogus x", "ERROR: unknown memory verb 'bogus'\n"},
-        {"query me, c, x", "ERROR: 'memory.query' is not available in this build"},
         {"stats me, .hidden",
          "ERROR: bad context id '.hidden' — a leading dot and a trailing dot or blank are not "
          "allowed"}});

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <memory_resource>
+#include <string_view>
+#include <vector>
+
+#include "vfs/version_store.h"
+
+namespace mrb::vfs {
+
+/// A version of a file as a search sees it.
+struct SnapshotFile {
+  std::string_view path;  ///< below the store's root, with "/"
+  std::uint32_t version = 0;
+  bool is_deleted = false;
+  bool is_locked = false;
+  bool needs_merge = false;
+  AuthorName author;
+  VersionStamp stamp;
+  Blob bytes;  ///< none of a deleted one
+};
+
+/// The files of a store at one moment, in the order of their paths. The store's lock is held for
+/// taking it, a few milliseconds, and not for searching: contents are shared, and stay as long as
+/// this does.
+struct StoreSnapshot {
+  std::shared_ptr<VersionStore> store;
+  std::unique_ptr<std::pmr::monotonic_buffer_resource> names;  // what the paths refer to
+  std::vector<SnapshotFile> files;
+};
+
+/// The newest version of every file, deleted ones included.
+[[nodiscard]] StoreSnapshot TakeSnapshot(std::shared_ptr<VersionStore> store);
+
+}  // namespace mrb::vfs
