@@ -4,9 +4,9 @@
 #include <thread>
 #include <utility>
 
+#include "common/parallel.h"
 #include "common/text.h"
 #include "memory/context_id.h"
-#include "memory/parallel.h"
 #include "memory/store_format.h"
 #include "platform/paths.h"
 #include "platform/replace_file.h"

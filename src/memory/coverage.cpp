@@ -11,7 +11,7 @@
 #include <thread>
 #include <utility>
 
-#include "memory/parallel.h"
+#include "common/parallel.h"
 
 namespace mrb::memory {
 

@@ -5,9 +5,9 @@
 #include <thread>
 #include <utility>
 
+#include "common/parallel.h"
 #include "memory/link_builder.h"
 #include "memory/memo_types.h"
-#include "memory/parallel.h"
 
 namespace mrb::memory {
 

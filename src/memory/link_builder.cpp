@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "common/parallel.h"
 #include "memory/inflections.h"
-#include "memory/parallel.h"
 
 namespace mrb::memory {
 

@@ -4,8 +4,8 @@
 #include <span>
 #include <string>
 
+#include "common/parallel.h"
 #include "memory/context_index.h"
-#include "memory/parallel.h"
 
 namespace mrb::memory {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <thread>
 
-#include "memory/parallel.h"
+#include "common/parallel.h"
 
 namespace mrb::memory {
 

@@ -6,8 +6,8 @@
 #include <optional>
 #include <vector>
 
+#include "common/parallel.h"
 #include "memory/index_builder.h"
-#include "memory/parallel.h"
 #include "memory/record_walk.h"
 #include "memory/store_format.h"
 

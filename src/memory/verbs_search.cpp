@@ -6,12 +6,12 @@
 #include <cstdio>
 
 #include "common/answer.h"
+#include "common/parallel.h"
 #include "memory/coverage.h"
 #include "memory/fields.h"
 #include "memory/fused_search.h"
 #include "memory/memo_lines.h"
 #include "memory/memo_text.h"
-#include "memory/parallel.h"
 #include "memory/temporal_query.h"
 #include "memory/verb_table.h"
 

@@ -1,7 +1,7 @@
 #include "memory/webs.h"
 
+#include "common/parallel.h"
 #include "memory/context_index.h"
-#include "memory/parallel.h"
 
 namespace mrb::memory {
 

@@ -15,6 +15,7 @@
 #include <ranges>
 #include <thread>
 
+#include "common/parallel.h"
 #include "common/text.h"
 #include "platform/local_time.h"
 #include "platform/paths.h"
@@ -147,11 +148,9 @@ Result<IngestReport> Ingest::run() {
     return Fail(ErrorKind::kInvalidArgument,
                 "no disk root (enroll a directory, or setRelativePath/setDiskRoot)");
   }
-  if (Status walked = walk_tree(); !walked) return std::unexpected(walked.error());
+  if (Status looked = look(); !looked) return std::unexpected(looked.error());
   warn_of_memory();
-  if (store_.places_.mirror != nullptr) {
-    if (Status read = read_mirror(); !read) return std::unexpected(read.error());
-  }
+  if (store_.places_.mirror != nullptr) merge_known();
   if (fills_) {
     if (Status begun = begin_fill(); !begun) return std::unexpected(begun.error());
   }
@@ -182,8 +181,8 @@ Status Ingest::walk_tree() {
     look_at_followed_files();
     return {};
   }
-  Look look(*this);
-  if (Status walked = store_.places_.files->walk(store_.places_.disk_root, look); !walked) {
+  Look visitor(*this);
+  if (Status walked = store_.places_.files->walk(store_.places_.disk_root, visitor); !walked) {
     return walked;
   }
   // In the order of names, so that two runs over one tree are alike.
@@ -215,49 +214,81 @@ void Ingest::warn_of_memory() const {
   store_.warn(line.data());
 }
 
-/// Gives every item what the journal and the mirror know of it, and adds items for files that are
-/// in neither the tree nor the filters' reach any more.
-Status Ingest::read_mirror() {
+/// At the tree, the mirror and the journal, each on a thread of its own.
+Status Ingest::look() {
+  std::array<Status, 3> looked;
+  const auto one = [&](std::size_t which) {
+    if (which == 0) looked[which] = walk_tree();
+    if (store_.places_.mirror == nullptr) return;
+    if (which == 1) looked[which] = scan_mirror();
+    if (which == 2) looked[which] = read_journal();
+  };
+  if (may_run_parallel()) {
+    RunParallel(looked.size(), one);
+  } else {
+    for (std::size_t which = 0; which < looked.size(); ++which) one(which);
+  }
+  for (const Status& status : looked) {
+    if (!status) return status;
+  }
+  return {};
+}
+
+/// Faults are injected by number: one thread, so that a number means the same operation each time.
+bool Ingest::may_run_parallel() const {
+  return store_.places_.files->syncs_in_parallel();
+}
+
+Status Ingest::scan_mirror() {
   auto contents = ScanMirror(store_.places_);
   if (!contents) return std::unexpected(contents.error());
-  std::unordered_map<std::string, std::vector<Change>> changes;
+  contents_ = *std::move(contents);
+  return {};
+}
+
+Status Ingest::read_journal() {
   const auto damaged = store_.journal_.read(
-      [&](Change change) { changes[change.path].push_back(std::move(change)); });
+      [this](Change change) { changes_[change.path].push_back(std::move(change)); });
   if (!damaged) return std::unexpected(damaged.error());
   if (*damaged > 0) {
     warn("warning: " + std::to_string(*damaged) + " damaged line(s) in " +
          store_.layout_.journal() + " passed over\n");
   }
+  return {};
+}
+
+/// Gives every item what the journal and the mirror know of it, and adds items for files that are
+/// in neither the tree nor the filters' reach any more.
+void Ingest::merge_known() {
   const bool cut_off = platform::Exists(*store_.places_.files, store_.layout_.filling_mark());
-  fills_ = (cut_off || (contents->empty() && changes.empty())) && !store_.setup_.follower &&
+  fills_ = (cut_off || (contents_.empty() && changes_.empty())) && !store_.setup_.follower &&
            store_.setup_.policy.scope == Policy::Scope::kAll;
   for (Item& item : items_) {
-    if (const auto known = changes.find(item.path); known != changes.end()) {
+    if (const auto known = changes_.find(item.path); known != changes_.end()) {
       item.changes = std::move(known->second);
-      changes.erase(known);
+      changes_.erase(known);
     }
-    if (const auto found = contents->find(MirrorLayout::key(item.path)); found != contents->end()) {
+    if (const auto found = contents_.find(MirrorLayout::key(item.path)); found != contents_.end()) {
       if (!cut_off || !item.changes.empty()) item.facts = std::move(found->second);
-      contents->erase(found);
+      contents_.erase(found);
     }
   }
-  for (auto& [path, of_path] : changes) {
-    const auto found = contents->find(MirrorLayout::key(path));
-    if (found == contents->end() || is_left_out(path)) continue;
+  for (auto& [path, of_path] : changes_) {
+    const auto found = contents_.find(MirrorLayout::key(path));
+    if (found == contents_.end() || is_left_out(path)) continue;
     Item item;
     item.path = path;
     item.changes = std::move(of_path);
     item.facts = std::move(found->second);
-    contents->erase(found);
+    contents_.erase(found);
     items_.push_back(std::move(item));
   }
-  if (!cut_off) add_vanished(*std::move(contents));
-  return {};
+  if (!cut_off) add_vanished();
 }
 
 /// Files that only the mirror knows: its journal was lost.
-void Ingest::add_vanished(MirrorContents contents) {
-  for (auto& [key, facts] : contents) {
+void Ingest::add_vanished() {
+  for (auto& [key, facts] : contents_) {
     if (is_left_out(key)) continue;
     Item item;
     item.path = key;
@@ -294,20 +325,10 @@ void Ingest::read_all() {
       if (progress_ && i % kProgressStep == 0) progress_(i, items_.size());
     }
   };
-  const unsigned wanted = std::min(std::max(std::thread::hardware_concurrency(), 1U), kMostThreads);
-  std::vector<std::thread> threads;
-  // Faults are injected by number: one thread, so that a number means the same operation each time.
-  if (store_.places_.files->syncs_in_parallel() && items_.size() > kFewFiles) {
-    for (unsigned i = 1; i < wanted; ++i) {
-      try {
-        threads.emplace_back(work);
-      } catch (const std::system_error&) {
-        break;  // those that run do the work
-      }
-    }
-  }
-  work();
-  for (std::thread& thread : threads) thread.join();
+  const bool is_parallel = may_run_parallel() && items_.size() > kFewFiles;
+  RunParallel(
+      is_parallel ? std::min(std::max(std::thread::hardware_concurrency(), 1U), kMostThreads) : 1,
+      [&](std::size_t) { work(); });
   if (progress_) progress_(items_.size(), items_.size());
 }
 
@@ -481,7 +502,10 @@ void Ingest::count(const File& file) {
 Result<IngestReport> VersionStore::ingest(const Progress& progress) {
   const Lock guard = lock();
   if (setup_.outside_author) author_ = setup_.outside_author();
-  return Ingest(*this, progress).run();
+  auto report = Ingest(*this, progress).run();
+  // Equal files were read into memory one by one, then all but one of each were dropped.
+  platform::ReturnFreedMemory();
+  return report;
 }
 
 }  // namespace mrb::vfs

@@ -42,11 +42,15 @@ class Ingest {
     std::uint32_t buried = 0;  ///< the version that the mirror's tombstone file holds
   };
 
+  [[nodiscard]] Status look();
+  [[nodiscard]] bool may_run_parallel() const;
   [[nodiscard]] Status walk_tree();
   void look_at_followed_files();
   void warn_of_memory() const;
-  [[nodiscard]] Status read_mirror();
-  void add_vanished(MirrorContents contents);
+  [[nodiscard]] Status scan_mirror();
+  [[nodiscard]] Status read_journal();
+  void merge_known();
+  void add_vanished();
   [[nodiscard]] bool is_left_out(const std::string& path) const;
   [[nodiscard]] Status begin_fill();
   void read_all();
@@ -66,6 +70,8 @@ class Ingest {
   const std::string only_;
   IngestReport report_;
   std::vector<Item> items_;
+  MirrorContents contents_;  ///< of what no item was made for yet
+  std::unordered_map<std::string, std::vector<Change>> changes_;  ///< by path; likewise
   std::unordered_set<std::string> excluded_;
   std::uint64_t walked_bytes_ = 0;
   bool fills_ = false;          ///< the mirror is written for the first time, in one go

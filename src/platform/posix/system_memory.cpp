@@ -1,5 +1,6 @@
 #include "platform/system_memory.h"
 
+#include <malloc.h>
 #include <unistd.h>
 
 #include <string>
@@ -36,6 +37,10 @@ std::uint64_t ProcessResidentBytes() {
   const auto words = SplitWords(table);
   if (words.size() < 2) return 0;
   return ParseDecimal(words[1]).value_or(0) * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+}
+
+void ReturnFreedMemory() {
+  static_cast<void>(::malloc_trim(0));
 }
 
 }  // namespace mrb::platform

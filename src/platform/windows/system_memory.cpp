@@ -19,4 +19,8 @@ std::uint64_t ProcessResidentBytes() {
   return counters.WorkingSetSize;
 }
 
+void ReturnFreedMemory() {
+  static_cast<void>(::HeapCompact(::GetProcessHeap(), 0));
+}
+
 }  // namespace mrb::platform

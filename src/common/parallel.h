@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-namespace mrb::memory {
+namespace mrb {
 
 /// Runs work(0) … work(count - 1), each on a thread of its own, the caller's among them, and
 /// returns when all are done. Where the system refuses a thread, the caller's does its share. The
@@ -40,4 +40,4 @@ void RunParallel(std::size_t count, Work work) {
   }
 }
 
-}  // namespace mrb::memory
+}  // namespace mrb
