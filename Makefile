@@ -7,7 +7,7 @@ PORT ?= 9999
 help:
 	@echo 'make run       build mb and run the resident in the foreground (PORT=$(PORT))'
 	@echo 'make test      install what the tests need, build both targets, run everything'
-	@echo 'make build     build/release/bin/mb'
+	@echo 'make build     build/release/bin/mb and its pages'
 	@echo 'make windows   build/windows/bin/mb.exe, cross-built'
 	@echo 'make bench     measure, and compare with the figures we aim at'
 	@echo 'make fuzz      run every fuzzer for a minute (SECONDS_EACH=60)'
@@ -24,7 +24,7 @@ build:
 windows:
 	@tools/setup test
 	@cmake --preset windows >/dev/null
-	@cmake --build --preset windows --target mb
+	@cmake --build --preset windows --target mb pages
 
 test:
 	@tools/setup test

@@ -37,6 +37,14 @@ std::optional<std::string> FromFolders(const Services& services, std::string_vie
   return std::nullopt;
 }
 
+/// What a page below /ui may load: its own scripts, no inline ones, and nothing from elsewhere.
+/// Styles may be inline because the terminal emulator writes its colours and cell sizes into a
+/// style element of its own; data: is for the icon in the tab.
+constexpr std::string_view kUiPolicy =
+    "\r\nContent-Security-Policy: default-src 'self'; style-src 'self' 'unsafe-inline'; "
+    "img-src 'self' data:; object-src 'none'; base-uri 'none'; form-action 'none'; "
+    "frame-ancestors 'none'\r\nX-Content-Type-Options: nosniff";
+
 /// One of the pages that lie in src, beside the executable or in web.
 Response TopPage(const Services& services, const std::string& name) {
   std::string page = ReadFirstPage(services.files, services.options.executable_folder, name);
@@ -57,7 +65,10 @@ Response AnswerUi(const Request& request, const Services& services) {
   const auto file = UiFile(request.line.path);
   if (!file) return Missing("no such ui file");
   auto page = FromFolders(services, *file, {"web/ui", "../web/ui"});
-  return page ? Page(ContentTypeOf(*file), std::move(*page)) : Missing("no such ui file");
+  if (!page) return Missing("no such ui file");
+  Response response = Page(ContentTypeOf(*file), std::move(*page));
+  response.headers = kUiPolicy;
+  return response;
 }
 
 Response AnswerBackground(const Request& request, const Services& services) {
