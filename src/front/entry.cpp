@@ -12,6 +12,7 @@
 #include "front/interpreter.h"
 #include "front/line_driver.h"
 #include "front/mcp_bridge.h"
+#include "front/mcp_here.h"
 #include "front/resident.h"
 #include "front/settings.h"
 #include "front/usage.h"
@@ -140,7 +141,7 @@ int RunMcp(const Settings& settings) {
   if (EnsureResident(settings.port, settings.data_home_override)) {
     return McpBridge(settings.port, settings.data_home_override);
   }
-  return Unavailable("mcp without a resident");
+  return McpHere(ResolveHomes(settings.data_home_override));
 }
 
 int RunRole(const Settings& settings, const std::string& line) {

@@ -8,6 +8,8 @@
 #include "common/text.h"
 #include "front/hand_off.h"
 #include "front/interpreter.h"
+#include "front/mcp_here.h"
+#include "mcp/service.h"
 #include "platform/console.h"
 #include "platform/open_page.h"
 #include "platform/paths.h"
@@ -36,6 +38,9 @@ class RunningServer {
   RunningServer(const Settings& settings, const Homes& homes, bool open_page)
       : interpreter_(homes, &WriteStdout, platform::StdoutIsConsole()),
         terminals_(terminal_options(homes)),
+        mcp_({.bridge = &interpreter_,
+              .terminals = &terminals_,
+              .max_answer = MaxToolAnswer(homes)}),
         server_(options(settings, homes, open_page)) {
     interpreter_.start();
     thread_ = std::thread([this] {
@@ -74,6 +79,7 @@ class RunningServer {
     chosen.request_close = &platform::RequestClose;
     chosen.open_browser = open_page;
     chosen.terminals = &terminals_;
+    chosen.json_rpc = [this](const server::JsonRpcCall& call) { return mcp_.answer(call); };
     return chosen;
   }
 
@@ -87,6 +93,7 @@ class RunningServer {
 
   Interpreter interpreter_;
   server::Terminals terminals_;
+  mcp::McpService mcp_;
   server::Server server_;
   std::atomic<bool> failed_{false};
   std::atomic<bool> ended_{false};

@@ -131,17 +131,22 @@ Response AnswerJsonRpc(const Request& request, const Services& services) {
   if (!services.options.json_rpc) {
     return JsonFailure(kUnavailable, "MCP is not available in this build");
   }
-  JsonRpcAnswer answer =
-      services.options.json_rpc({request.body, request.trusted, request.header("x-mrb-cwd")});
-  return PlainAnswer(answer.status, answer.type, std::move(answer.body));
+  JsonRpcAnswer answer = services.options.json_rpc(
+      {request.body, request.trusted, request.header("x-mrb-cwd"), request.header("mcp-session-id"),
+       request.header("mcp-protocol-version")});
+  Response response = PlainAnswer(answer.status, answer.type, std::move(answer.body));
+  if (!answer.session.empty()) response.headers = "\r\nMcp-Session-Id: " + answer.session;
+  return response;
 }
 
-Response AnswerMcpBanner(const Request& request, const Services& /*services*/) {
-  if (AcceptsOnlyEvents(request.header("accept"))) {
-    Response refusal = JsonFailure(kMethodNotAllowed, "no event stream here: POST to this address");
-    refusal.headers = "\r\nAllow: GET, POST";
-    return refusal;
-  }
+Response AnswerMcpOther(const Request& /*request*/, const Services& /*services*/) {
+  Response refusal = JsonFailure(kMethodNotAllowed, "no event stream here: POST to this address");
+  refusal.headers = "\r\nAllow: GET, POST";
+  return refusal;
+}
+
+Response AnswerMcpBanner(const Request& request, const Services& services) {
+  if (AcceptsOnlyEvents(request.header("accept"))) return AnswerMcpOther(request, services);
   return PlainAnswer(kOk, kPlainUtf8,
                      "Mirebolt MCP server — POST JSON-RPC 2.0 to /mcp. Call tools/list to begin.");
 }

@@ -13,6 +13,8 @@ namespace mrb::server {
 [[nodiscard]] Response AnswerInterp(const Request& request, const Services& services);
 [[nodiscard]] Response AnswerJsonRpc(const Request& request, const Services& services);
 [[nodiscard]] Response AnswerMcpBanner(const Request& request, const Services& services);
+/// Methods that MCP clients try although they need not work: 405 tells them so.
+[[nodiscard]] Response AnswerMcpOther(const Request& request, const Services& services);
 
 /// The fixed answers of subsystems that are not part of this build.
 [[nodiscard]] Response AnswerAgentBanner(const Request& request, const Services& services);

@@ -9,8 +9,10 @@ namespace mrb::server {
 /// One request to POST "/", "/rpc" or "/mcp". The views last for the call.
 struct JsonRpcCall {
   std::string_view body;
-  bool trusted = false;                ///< may run what only the local user may
-  std::string_view working_directory;  ///< the caller's, unchecked; empty when it did not say
+  bool trusted = false;                    ///< may run what only the local user may
+  std::string_view working_directory;      ///< the caller's, unchecked; empty when it did not say
+  std::string_view session = {};           ///< the client's own id, if it sends one
+  std::string_view protocol_version = {};  ///< the revision it says it speaks, if it does
 };
 
 /// `status` and `type` are texts that live as long as the program.
@@ -18,6 +20,7 @@ struct JsonRpcAnswer {
   std::string_view status = "200 OK";
   std::string_view type = "application/json";
   std::string body;
+  std::string session = {};  ///< a new client's id, which it is to send from now on; empty: none
 };
 
 /// Called from the connections' threads, several at once.

@@ -16,7 +16,8 @@ struct LoopbackRequest {
 };
 
 /// The answer's body, whatever its status; waits for it however long it takes. kClosed when the
-/// connection ended without one, or before the whole of it. Call platform::StartSockets() before.
+/// connection ended without one, kCorrupt before the whole of it: the request did run then. Call
+/// platform::StartSockets() before.
 [[nodiscard]] Result<std::string> AskResident(std::int32_t port, const LoopbackRequest& request);
 
 }  // namespace mrb::server

@@ -31,6 +31,7 @@ constexpr Route kRoutes[] = {
     {kPost, "/mcp", kExact, Access::kNoForeignPage, AnswerJsonRpc},
     {kPost, "/a2a", kExact, Access::kNoForeignPage, AnswerJsonRpc},
     {kGet, "/mcp", kExact, Access::kAny, AnswerMcpBanner},
+    {kEveryMethod, "/mcp", kExact, Access::kNoForeignPage, AnswerMcpOther},
     {kGet, "/a2a", kExact, Access::kAny, AnswerAgentBanner},
 
     {kGet, "/", kExact, Access::kAny, AnswerIndex},

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "common/json_text.h"
 #include "common/text.h"
 #include "server/control_routes.h"
 #include "server/terminal_command.h"
+#include "server/terminal_json.h"
 #include "server/terminals.h"
 
 namespace mrb::server {
@@ -45,12 +45,6 @@ std::uint64_t NumberOf(const Request& request, std::string_view key) {
   return ParseDecimal(request.param(key)).value_or(0);
 }
 
-void AppendField(std::string& body, std::string_view key, std::string_view text) {
-  body.append("\"").append(key).append("\":\"");
-  AppendJsonEscaped(body, text);
-  body += '"';
-}
-
 Response SendAnswer(const Status& sent) {
   if (sent) return Done();
   if (sent.error().kind == ErrorKind::kTimedOut) {
@@ -67,19 +61,6 @@ bool IsOneLine(std::string_view text) {
   return text.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
 }
 
-std::string ExecBody(const TerminalSession::ExecResult& result) {
-  std::string body;
-  if (result.how == TerminalSession::ExecResult::How::kTimedOut) {
-    body = R"({"ok":false,"timedOut":true,)";
-    AppendField(body, "output", result.output);
-  } else {
-    body = R"({"ok":true,)";
-    AppendField(body, "output", result.output);
-    body += ",\"exitCode\":" + std::to_string(result.exit_code);
-  }
-  return body + "}";
-}
-
 }  // namespace
 
 Response AnswerTermOpen(const Request& request, const Services& services) {
@@ -94,21 +75,15 @@ Response AnswerTermOpen(const Request& request, const Services& services) {
   const auto session = terminals.open(command_line, std::string(request.header("x-mrb-cwd")),
                                       NumberOf(request, "cols"), NumberOf(request, "rows"));
   if (!session) return JsonFailure(kServerError, "spawn failed");
-  std::string body = R"({"ok":true,)";
-  AppendField(body, "id", (*session)->id());
-  return Answer(body + "}");
+  return Answer(OpenedJson(**session));
 }
 
 Response AnswerTermRead(const Request& request, const Services& services) {
   const auto session = Find(request, services);
   if (session == nullptr) return NoSession();
   const auto wait = std::min(NumberOf(request, "wait"), kLongestReadWait);
-  const TerminalSession::Output output =
-      session->read(NumberOf(request, "since"), milliseconds(wait));
-  std::string body = R"({"ok":true,"len":)" + std::to_string(output.total) +
-                     ",\"alive\":" + (output.alive ? "true" : "false") + ",";
-  AppendField(body, "data", output.data);
-  return Answer(body + "}", kJsonUtf8);
+  return Answer(OutputJson(session->read(NumberOf(request, "since"), milliseconds(wait))),
+                kJsonUtf8);
 }
 
 Response AnswerTermSend(const Request& request, const Services& services) {
@@ -137,7 +112,7 @@ Response AnswerTermExec(const Request& request, const Services& services) {
   if (result.how == How::kDone && request.param("raw") == "1") {
     return Answer(std::move(result.output), kPlainUtf8);
   }
-  return Answer(ExecBody(result));
+  return Answer(ExecJson(result));
 }
 
 Response AnswerTermClose(const Request& request, const Services& services) {
@@ -145,18 +120,7 @@ Response AnswerTermClose(const Request& request, const Services& services) {
 }
 
 Response AnswerTermList(const Request& /*request*/, const Services& services) {
-  std::string body = R"({"ok":true,"sessions":[)";
-  for (const auto& session : services.options.terminals->list()) {
-    if (!body.ends_with('[')) body += ',';
-    body += '{';
-    AppendField(body, "id", session->id());
-    body += ',';
-    AppendField(body, "name", session->name());
-    body += ',';
-    AppendField(body, "cmd", session->command_line());
-    body += session->alive() ? R"(,"alive":true})" : R"(,"alive":false})";
-  }
-  return Answer(body + "]}");
+  return Answer(SessionsJson(services.options.terminals->list()));
 }
 
 Response AnswerTermName(const Request& request, const Services& services) {
@@ -173,9 +137,9 @@ Response AnswerTermShare(const Request& request, const Services& services) {
   const Status shared = services.options.terminals->share(id, bot);
   if (!shared) return JsonFailure(kBadRequest, shared.error().text);
   std::string body = R"({"ok":true,)";
-  AppendField(body, "id", id);
+  AppendJsonField(body, "id", id);
   body += ',';
-  AppendField(body, "bot", bot);
+  AppendJsonField(body, "bot", bot);
   return Answer(body + "}");
 }
 
@@ -208,9 +172,9 @@ Response AnswerHostList(const Request& /*request*/, const Services& services) {
   for (const TerminalHost& host : services.options.terminals->hosts().list()) {
     if (!body.ends_with('[')) body += ',';
     body += '{';
-    AppendField(body, "name", host.name);
+    AppendJsonField(body, "name", host.name);
     body += ',';
-    AppendField(body, "cmd", host.command);
+    AppendJsonField(body, "cmd", host.command);
     body += '}';
   }
   return Answer(body + "]}");
