@@ -8,7 +8,7 @@ function(say_what_is_missing reason)
   foreach(page shell term)
     configure_file(${CMAKE_CURRENT_LIST_DIR}/pages_missing.html.in ${OUT}/${page}.html @ONLY)
   endforeach()
-  # No stamp: the next build tries again.
+  file(REMOVE ${STAMP})  # the next build tries again
 endfunction()
 
 find_program(NODE NAMES node nodejs)
