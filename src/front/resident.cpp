@@ -5,6 +5,7 @@
 #include <string>
 #include <thread>
 
+#include "chat/hub.h"
 #include "common/text.h"
 #include "front/hand_off.h"
 #include "front/interpreter.h"
@@ -15,6 +16,7 @@
 #include "platform/paths.h"
 #include "platform/single_instance.h"
 #include "platform/until_closed.h"
+#include "server/chat_sockets.h"
 #include "server/server.h"
 #include "server/terminals.h"
 
@@ -32,14 +34,23 @@ std::string Address(std::int32_t port, std::string_view path) {
   return "http://127.0.0.1:" + std::to_string(port) + std::string(path);
 }
 
+std::uint64_t UnixMilliseconds() {
+  using std::chrono::milliseconds;
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return static_cast<std::uint64_t>(std::chrono::duration_cast<milliseconds>(now).count());
+}
+
 /// The server on a thread of its own, with the commands it serves. Ends with the object.
 class RunningServer {
  public:
   RunningServer(const Settings& settings, const Homes& homes, bool open_page)
       : interpreter_(homes, &WriteStdout, platform::StdoutIsConsole()),
+        hub_(hub_options(homes)),
+        sockets_(hub_),
         terminals_(terminal_options(homes)),
         mcp_({.bridge = &interpreter_,
               .terminals = &terminals_,
+              .hub = &hub_,
               .max_answer = MaxToolAnswer(homes)}),
         server_(options(settings, homes, open_page)) {
     interpreter_.start();
@@ -53,7 +64,9 @@ class RunningServer {
   RunningServer(const RunningServer&) = delete;
   RunningServer& operator=(const RunningServer&) = delete;
   ~RunningServer() {
-    terminals_.end_all();  // first: requests that wait for a terminal return, and stop() can end
+    // First: requests that wait for a terminal or for chat return, and stop() can end.
+    terminals_.end_all();
+    hub_.stop();
     server_.stop();
     thread_.join();
   }
@@ -79,19 +92,38 @@ class RunningServer {
     chosen.request_close = &platform::RequestClose;
     chosen.open_browser = open_page;
     chosen.terminals = &terminals_;
+    chosen.hub = &hub_;
+    chosen.chat = &sockets_;
     chosen.json_rpc = [this](const server::JsonRpcCall& call) { return mcp_.answer(call); };
     return chosen;
   }
 
-  static server::TerminalOptions terminal_options(const Homes& homes) {
+  chat::HubOptions hub_options(const Homes& homes) {
+    chat::HubOptions chosen;
+    chosen.files = &platform::SystemFiles();
+    chosen.folder = platform::JoinPath(homes.install_home, "chatlogs");
+    chosen.now = &UnixMilliseconds;
+    chosen.type_into_terminal = [this](std::string_view bot, std::string_view id,
+                                       std::string_view line) {
+      return terminals_.send_from_bot(bot, id, line);
+    };
+    return chosen;
+  }
+
+  server::TerminalOptions terminal_options(const Homes& homes) {
     server::TerminalOptions chosen;
     chosen.files = &platform::SystemFiles();
     chosen.host_book = homes.host_book();
+    chosen.post = [this](const server::TerminalPost& post) {
+      hub_.post_terminal(post.bot, post.terminal, post.text);
+    };
     chosen.log = [](std::string_view line) { WriteStderr(line); };
     return chosen;
   }
 
   Interpreter interpreter_;
+  chat::Hub hub_;
+  server::ChatSockets sockets_;
   server::Terminals terminals_;
   mcp::McpService mcp_;
   server::Server server_;

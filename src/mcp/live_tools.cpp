@@ -5,6 +5,7 @@
 
 #include "common/answer.h"
 #include "common/text.h"
+#include "mcp/chat_tools.h"
 #include "server/terminal_json.h"
 #include "server/terminals.h"
 
@@ -78,18 +79,14 @@ std::string WithTerminals(const MethodCall& call, const Arguments& arguments) {
   return kRun(call, arguments);
 }
 
-std::string NoChat(const MethodCall& /*call*/, const Arguments& /*arguments*/) {
-  return ErrorAnswer("chat not wired");
-}
-
 struct LiveRow {
   std::string_view name;
   LiveTool run;
 };
 
 constexpr LiveRow kRows[] = {
-    {"chat.say", &NoChat},
-    {"chat.read", &NoChat},
+    {"chat.say", &SayInChat},
+    {"chat.read", &ReadChat},
     {"term.open", &WithTerminals<&OpenTerminal>},
     {"term.exec", &WithTerminals<&ExecInTerminal>},
     {"term.read", &WithTerminals<&ReadTerminal>},

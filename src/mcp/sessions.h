@@ -12,8 +12,10 @@ namespace mrb::mcp {
 /// What is known of one client between its requests. Its own mutex guards everything in it.
 struct Session {
   std::mutex mutex;
-  std::string client;    ///< what it called itself in initialize
-  std::string protocol;  ///< the revision agreed on; empty before initialize
+  std::string client;                         ///< what it called itself in initialize
+  std::string protocol;                       ///< the revision agreed on; empty before initialize
+  std::string callsign;                       ///< in the chat; empty before the first word
+  std::map<std::string, std::uint64_t> read;  ///< how far, of each channel it has joined
 };
 
 /// The clients, told apart by the id that each sends with its requests. A client that sends none

@@ -1,8 +1,10 @@
 #include "server/route_table.h"
 
+#include <algorithm>
 #include <exception>
 #include <new>
 
+#include "server/chat_routes.h"
 #include "server/control_routes.h"
 #include "server/static_pages.h"
 #include "server/terminal_routes.h"
@@ -66,6 +68,14 @@ constexpr Route kRoutes[] = {
     {kGet | kPost, "/term/host/remove", kExact, Access::kTrusted, AnswerHostRemove},
     {kEveryMethod, kTerminals, kPrefix, Access::kTrusted, AnswerNotFound},
 
+    {kGet | kPost, "/chat/say", kExact, Access::kNoForeignPage, AnswerChatSay},
+    {kGet, "/chat/next", kExact, Access::kNoForeignPage, AnswerChatNext},
+    {kGet, "/roster", kExact, Access::kNoForeignPage, AnswerRoster},
+    {kGet, "/channels", kExact, Access::kNoForeignPage, AnswerChannels},
+    {kGet, "/chatlog", kExact, Access::kNoForeignPage, AnswerChatLog},
+    {kPost, "/dm/thread", kExact, Access::kTrusted, AnswerDmSay},
+    {kGet, "/dm/thread", kExact, Access::kTrusted, AnswerDmThread},
+
     {kGet | kPost, "/vc/dirs", kExact, Access::kTrusted, AnswerVcDirs, "/vc/dirs is loopback-only"},
     {kGet | kPost, "/vc/list", kExact, Access::kNoForeignPage, AnswerVcList},
     {kGet | kPost, "/vc/add", kExact, Access::kTrusted, AnswerVcAdd, "/vc/add is loopback-only"},
@@ -109,6 +119,18 @@ Response Refuse(const Route& route) {
   return response;
 }
 
+bool IsChatRoute(const Route& route) {
+  constexpr RouteHandler kChat[] = {AnswerChatSay, AnswerChatNext, AnswerRoster,  AnswerChannels,
+                                    AnswerChatLog, AnswerDmSay,    AnswerDmThread};
+  return std::ranges::find(kChat, route.handler) != std::end(kChat);
+}
+
+/// Whether what the route works with is there.
+bool IsServed(const Route& route, const ServerOptions& options) {
+  if (route.path.starts_with(kTerminals)) return options.terminals != nullptr;
+  return options.hub != nullptr || !IsChatRoute(route);
+}
+
 }  // namespace
 
 std::span<const Route> Routes() {
@@ -131,9 +153,7 @@ Response AnswerRequest(const Request& request, const Services& services) {
   const Route* route = FindRoute(request.line);
   if (route == nullptr) return AnswerNotFound(request, services);
   if (!MayEnter(request, route->access)) return Refuse(*route);
-  if (services.options.terminals == nullptr && route->path.starts_with(kTerminals)) {
-    return AnswerNotFound(request, services);
-  }
+  if (!IsServed(*route, services.options)) return AnswerNotFound(request, services);
   try {
     return route->handler(request, services);
   } catch (const std::bad_alloc&) {

@@ -69,7 +69,6 @@ class Server::Impl {
   int run() {
     platform::FileSystem& files = platform::SystemFiles();
     MakeStartUpFolders(files, options_.install_home);
-    direct_messages_ = CountDirectMessages(files, options_.install_home);
     const CachedPages pages = LoadCachedPages(files, options_.executable_folder);
     if (!platform::StartSockets()) {
       log("chat: WSAStartup failed\n");
@@ -142,7 +141,6 @@ class Server::Impl {
   const ServerOptions options_;
   ClosedGate closed_gate_;
   WebSocketClients clients_;
-  std::uint64_t direct_messages_ = 0;  ///< in the log at start-up; the chat layer counts on
   std::atomic<std::uint16_t> port_ = 0;
   std::atomic_flag thread_warning_;  ///< given once; under load it would fill the log
 

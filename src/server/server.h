@@ -8,6 +8,10 @@
 
 #include "server/json_rpc_entry.h"
 
+namespace mrb::chat {
+class Hub;
+}
+
 namespace mrb::server {
 
 class ChatLayer;
@@ -22,6 +26,7 @@ struct ServerOptions {
   InterpreterBridge* bridge =
       nullptr;                ///< may be null: routes then answer 503. Outlives the server
   ChatLayer* chat = nullptr;  ///< may be null: messages are dropped. Outlives the server
+  chat::Hub* hub = nullptr;   ///< null: the chat's routes answer 404. Outlives the server
   std::function<void(std::string_view)> log;  ///< one whole line with its line feed; any thread
   std::function<void()> request_close;        ///< POST /shutdown, after its answer went out
   bool open_browser = false;                  ///< open the workstation page once it listens

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -26,9 +25,5 @@ struct CachedPages {
 /// Makes the install home with its chatlogs and bots. What cannot be made is left out: who needs it
 /// says so when it writes.
 void MakeStartUpFolders(platform::FileSystem& files, const std::string& install_home);
-
-/// The lines of the direct-message log that are not empty; 0 when there is no log.
-[[nodiscard]] std::uint64_t CountDirectMessages(platform::FileSystem& files,
-                                                const std::string& install_home);
 
 }  // namespace mrb::server

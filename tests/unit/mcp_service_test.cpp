@@ -5,12 +5,14 @@
 #include <utility>
 #include <vector>
 
+#include "chat/hub.h"
 #include "common/json_scan.h"
 #include "common/json_text.h"
 #include "mcp/service.h"
 #include "mcp/sized_answer.h"
 #include "mcp/tool_table.h"
 #include "server/interpreter_bridge.h"
+#include "temp_folder.h"
 
 namespace mrb::mcp {
 namespace {
@@ -257,6 +259,37 @@ TEST_F(McpTest, AnswersAreJsonWhateverTheyHold) {
   EXPECT_EQ(call("fs.read", R"({"path":"x"})"), "!ERROR: no");
   bridge_.reply.clear();
   EXPECT_NE(call("mrb.run", R"({"command":"throw"})").find("-32603"), std::string::npos);
+}
+
+TEST_F(McpTest, AgentsTalkWithEachOther) {
+  const test::TempFolder folder;
+  std::atomic<std::uint64_t> now = 3'723'000;
+  chat::Hub hub({.files = &platform::SystemFiles(),
+                 .folder = folder.path(),
+                 .now = [&] { return now.load(); },
+                 .type_into_terminal = {}});
+  McpService mcp({.bridge = &bridge_, .hub = &hub, .chat_wait = std::chrono::milliseconds(0)});
+  const auto as = [&](std::string_view session, std::string_view tool, std::string_view arguments) {
+    const std::string body =
+        Message("tools/call", R"(,"params":{"name":")" + std::string(tool) + R"(","arguments":)" +
+                                  std::string(arguments) + "}");
+    const std::string answer = mcp.answer({body, true, "/w", session}).body;
+    const auto document = JsonDocument::scan(answer);
+    return document->root().find("result").find("content").elements().at(0).find("text").text();
+  };
+  const std::string name = Message("initialize", R"(,"params":{"clientInfo":{"name":"coder"}})");
+  for (const char* session : {"a", "b"}) (void)mcp.answer({name, true, "/w", session});
+  EXPECT_EQ(as("a", "chat.say", R"({"text":"who is there?"})"), "posted");
+  EXPECT_EQ(
+      as("b", "chat.read", "{}"),
+      "OK: 1 message(s) on general (UTC), you are 'coder-2'\n  01:02:03  coder: who is there?");
+  EXPECT_EQ(as("b", "chat.read", "{}"),
+            "OK: nothing new on general; call again to go on listening");
+  EXPECT_EQ(as("b", "chat.say", R"({"text":"me","channel":"@coder"})"), "posted");
+  EXPECT_EQ(as("a", "chat.read", R"({"channel":"@coder-2"})"),
+            "OK: 1 message(s) on @coder-2 (UTC), you are 'coder'\n  01:02:03  coder-2: me");
+  EXPECT_EQ(as("none", "chat.say", R"({"text":"x","channel":"No"})"),
+            "ERROR: a channel is 1 to 64 of a-z, 0-9, _ and -, or @ and a callsign");
 }
 
 TEST_F(McpTest, LongAnswersComeInPieces) {

@@ -183,16 +183,6 @@ TEST_F(RoutesTest, GivesTheFixedAnswers) {
   EXPECT_EQ(ask("GET /nowhere").type, "text/plain");
 }
 
-TEST_F(RoutesTest, CountsDirectMessages) {
-  EXPECT_EQ(CountDirectMessages(platform::SystemFiles(), folder_.path()), 0U);
-  MakeStartUpFolders(platform::SystemFiles(), folder_.path());
-  std::ofstream(folder_.path("chatlogs") + "/_dm.log", std::ios::binary)
-      << "one\r\n\r\n\n"
-      << std::string(70000, 'x') << "\n\rtext\n\r\r\nlast";
-  EXPECT_EQ(CountDirectMessages(platform::SystemFiles(), folder_.path()), 5U);
-  EXPECT_TRUE(std::filesystem::is_directory(folder_.path("bots")));
-}
-
 TEST(ListeningTest, RetriesABusyPortForTwoMinutes) {
   int tries = 0;
   std::string log;
