@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "memory/little_endian.h"
+#include "common/little_endian.h"
 
 namespace mrb::memory {
 

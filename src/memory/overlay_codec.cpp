@@ -5,7 +5,7 @@
 
 #include "memory/context_id.h"
 #include "memory/embedder.h"
-#include "memory/little_endian.h"
+#include "common/little_endian.h"
 #include "memory/overlay.h"
 #include "memory/store_format.h"
 

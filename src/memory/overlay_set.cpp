@@ -5,7 +5,7 @@
 
 #include "common/fnv1a.h"
 #include "common/text.h"
-#include "memory/little_endian.h"
+#include "common/little_endian.h"
 #include "memory/store_format.h"
 #include "platform/paths.h"
 #include "platform/replace_file.h"

@@ -5,7 +5,7 @@
 #include <span>
 #include <string_view>
 
-#include "memory/little_endian.h"
+#include "common/little_endian.h"
 
 namespace mrb::memory {
 

@@ -1,6 +1,6 @@
 #include "memory/record_heap.h"
 
-#include "memory/little_endian.h"
+#include "common/little_endian.h"
 #include "memory/memo_types.h"
 #include "memory/record.h"
 

@@ -3,14 +3,19 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <utility>
+
+#include "platform/page_buffer.h"
 
 namespace mrb::vfs {
 namespace {
 
 constexpr std::uint64_t kOddConstant = 0x9e3779b97f4a7c15U;  // 2^64 / the golden ratio
 constexpr std::size_t kFirstSlots = 64;
+constexpr std::size_t kChunkBytes = std::size_t{16} << 20U;  // large enough for huge pages
+constexpr std::size_t kLargeBlob = std::size_t{1} << 20U;    // gains nothing from lying in a chunk
 
 /// The first eight bytes.
 std::uint64_t Load(std::string_view bytes) {
@@ -48,6 +53,26 @@ std::uint64_t HashBytes(std::string_view bytes) {
   return Finish(Mix(hash, rest));
 }
 
+struct Blob::Chunk {
+  platform::PageBuffer memory;
+  std::size_t used = 0;
+  std::atomic<std::size_t> references = 1;  ///< its blobs, and the slab that fills it
+
+  void drop() {
+    if (references.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+  }
+};
+
+void Blob::release(Header* header) {
+  Chunk* chunk = header->chunk;
+  header->~Header();
+  if (chunk != nullptr) {
+    chunk->drop();
+  } else {
+    ::operator delete(header);
+  }
+}
+
 Blob::Blob(const Blob& other) noexcept : header_(other.header_) {
   if (header_ != nullptr) header_->references.fetch_add(1, std::memory_order_relaxed);
 }
@@ -61,9 +86,7 @@ Blob& Blob::operator=(Blob other) noexcept {
 
 Blob::~Blob() {
   if (header_ == nullptr) return;
-  if (header_->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
-  header_->~Header();
-  ::operator delete(header_);
+  if (header_->references.fetch_sub(1, std::memory_order_acq_rel) == 1) release(header_);
 }
 
 Blob Blob::copy_of(std::string_view bytes) {
@@ -94,9 +117,7 @@ BlobBuffer::BlobBuffer(std::size_t capacity)
       capacity_(capacity) {}
 
 BlobBuffer::~BlobBuffer() {
-  if (header_ == nullptr) return;
-  header_->~Header();
-  ::operator delete(header_);
+  if (header_ != nullptr) Blob::release(header_);
 }
 
 char* BlobBuffer::data() {
@@ -112,10 +133,36 @@ Blob BlobBuffer::seal(std::size_t size) {
   return blob;
 }
 
+BlobSlab::~BlobSlab() {
+  if (chunk_ != nullptr) chunk_->drop();
+}
+
+Blob BlobSlab::copy_of(std::string_view bytes, std::uint64_t hash) {
+  if (bytes.empty()) return {};
+  if (bytes.size() > kLargeBlob) return Blob::copy_of(bytes);
+  constexpr std::size_t kAlign = alignof(Blob::Header);
+  const std::size_t needed = (sizeof(Blob::Header) + bytes.size() + kAlign - 1) / kAlign * kAlign;
+  if (chunk_ == nullptr || chunk_->used + needed > chunk_->memory.capacity()) {
+    auto chunk = std::make_unique<Blob::Chunk>();
+    if (!chunk->memory.grow(kChunkBytes)) throw std::bad_alloc();
+    if (chunk_ != nullptr) chunk_->drop();
+    chunk_ = chunk.release();
+  }
+  Blob blob;
+  blob.header_ = new (chunk_->memory.data() + chunk_->used) Blob::Header;
+  blob.header_->chunk = chunk_;
+  blob.header_->size = bytes.size();
+  blob.header_->hash = hash;
+  std::memcpy(static_cast<void*>(blob.header_ + 1), bytes.data(), bytes.size());
+  chunk_->used += needed;
+  chunk_->references.fetch_add(1, std::memory_order_relaxed);
+  return blob;
+}
+
 Blob BlobPool::intern(Blob blob) {
   if (blob.bytes().empty()) return {};
   if (used_ * 4 >= slots_.size() * 3) grow();
-  Blob& slot = slots_[slot_of(blob)];
+  Blob& slot = slots_[slot_of(blob.bytes(), blob.hash())];
   if (slot.bytes().empty()) {
     slot = std::move(blob);
     ++used_;
@@ -123,10 +170,17 @@ Blob BlobPool::intern(Blob blob) {
   return slot;
 }
 
-std::size_t BlobPool::slot_of(const Blob& blob) const {
+Blob BlobPool::find(std::string_view bytes, std::uint64_t hash) const {
+  return bytes.empty() || slots_.empty() ? Blob() : slots_[slot_of(bytes, hash)];
+}
+
+std::size_t BlobPool::slot_of(std::string_view bytes, std::uint64_t hash) const {
   const std::size_t mask = slots_.size() - 1;
-  std::size_t slot = static_cast<std::size_t>(blob.hash()) & mask;
-  while (!slots_[slot].bytes().empty() && !slots_[slot].equals(blob)) slot = (slot + 1) & mask;
+  std::size_t slot = static_cast<std::size_t>(hash) & mask;
+  while (!slots_[slot].bytes().empty() &&
+         (slots_[slot].hash() != hash || slots_[slot].bytes() != bytes)) {
+    slot = (slot + 1) & mask;
+  }
   return slot;
 }
 
@@ -137,7 +191,7 @@ void BlobPool::grow() {
   used_ = 0;
   for (Blob& blob : before) {
     if (blob.bytes().empty() || blob.is_sole()) continue;
-    Blob& slot = slots_[slot_of(blob)];
+    Blob& slot = slots_[slot_of(blob.bytes(), blob.hash())];
     slot = std::move(blob);
     ++used_;
   }

@@ -33,13 +33,34 @@ class Blob {
 
  private:
   friend class BlobBuffer;
+  friend class BlobSlab;
+  struct Chunk;
   struct Header {
     std::atomic<std::uint32_t> references = 1;
+    Chunk* chunk = nullptr;  ///< that it lies in; null: it has memory of its own
     std::uint64_t size = 0;
     std::uint64_t hash = 0;
   };
+  static void release(Header* header);
 
   Header* header_ = nullptr;  // followed by the bytes
+};
+
+/// Memory for many blobs at once: large pieces, which cost a fraction of the page faults and, for
+/// small blobs, of the memory of an allocation each. A piece is freed when the last blob in it is:
+/// for blobs that are likely to stay together. Not thread-safe; the blobs are like any other.
+class BlobSlab {
+ public:
+  BlobSlab() = default;
+  BlobSlab(const BlobSlab&) = delete;
+  BlobSlab& operator=(const BlobSlab&) = delete;
+  ~BlobSlab();
+
+  /// `hash` is HashBytes(bytes). Throws std::bad_alloc.
+  [[nodiscard]] Blob copy_of(std::string_view bytes, std::uint64_t hash);
+
+ private:
+  Blob::Chunk* chunk_ = nullptr;  // that is being filled
 };
 
 /// Memory that is filled once and then becomes a blob without being copied.
@@ -68,11 +89,14 @@ class BlobPool {
   /// The pooled blob of these bytes; `blob` itself when there was none.
   [[nodiscard]] Blob intern(Blob blob);
 
+  /// The pooled blob of these bytes, whose HashBytes() is `hash`; empty when there is none.
+  [[nodiscard]] Blob find(std::string_view bytes, std::uint64_t hash) const;
+
   [[nodiscard]] std::size_t count() const { return used_; }
 
  private:
   void grow();
-  [[nodiscard]] std::size_t slot_of(const Blob& blob) const;
+  [[nodiscard]] std::size_t slot_of(std::string_view bytes, std::uint64_t hash) const;
 
   std::vector<Blob> slots_;  // open addressing, a power of two; an empty blob is a free slot
   std::size_t used_ = 0;

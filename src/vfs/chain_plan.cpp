@@ -149,7 +149,7 @@ class Planner {
       push(next_version(), {Kind::kTombstone, 0}, facts_.tombstone_modified_ns);
       push_tombstone();
     }
-    if (facts_.has_copy) push(next_version(), {Kind::kCopy, 0}, facts_.copy_modified_ns);
+    if (facts_.has_copy) push(next_version(), {Kind::kCopy, 0}, facts_.copy.modified_ns);
   }
 
   /// Archives that the journal does not know were made right before a crash, or after it was lost:
@@ -171,7 +171,7 @@ class Planner {
     const bool behind_delete = !records_.empty() && records_.back().tombstone;
     if (facts_.has_copy && (unexplained || behind_delete)) {
       guessed_ = true;
-      push(next_version(), {Kind::kCopy, 0}, facts_.copy_modified_ns);
+      push(next_version(), {Kind::kCopy, 0}, facts_.copy.modified_ns);
     }
   }
 

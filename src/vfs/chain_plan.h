@@ -17,8 +17,7 @@ struct MirrorFacts {
     std::int64_t modified_ns = 0;
   };
   bool has_copy = false;
-  std::uint64_t copy_size = 0;
-  std::int64_t copy_modified_ns = 0;
+  platform::FileStatus copy;
   bool has_tombstone = false;
   std::int64_t tombstone_modified_ns = 0;
   std::vector<Archive> archives;  ///< in any order

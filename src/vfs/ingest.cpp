@@ -8,20 +8,20 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
 #include <ranges>
-#include <thread>
 
 #include "common/parallel.h"
+#include "common/share_out.h"
 #include "common/text.h"
 #include "platform/local_time.h"
 #include "platform/paths.h"
 #include "platform/replace_file.h"
 #include "platform/system_memory.h"
 #include "platform/tree_visitor.h"
+#include "vfs/bulk_reader.h"
 #include "vfs/file_bytes.h"
 #include "vfs/reserved_names.h"
 
@@ -30,8 +30,8 @@ namespace {
 
 constexpr std::size_t kMostSamples = 200;
 constexpr std::uint64_t kMemoryMargin = std::uint64_t{2} << 30U;
-constexpr unsigned kMostThreads = 8;  // more do not read faster
-constexpr std::size_t kProgressStep = 256;
+constexpr std::size_t kItemsPerTurn = 16;
+constexpr std::size_t kProgressStep = 256;  // a multiple of it
 constexpr std::size_t kFewFiles = 4;
 constexpr std::size_t kComparePiece = 65536;
 
@@ -221,7 +221,10 @@ Status Ingest::look() {
     if (which == 0) looked[which] = walk_tree();
     if (store_.places_.mirror == nullptr) return;
     if (which == 1) looked[which] = scan_mirror();
-    if (which == 2) looked[which] = read_journal();
+    if (which == 2) {
+      looked[which] = read_journal();
+      read_stat_cache();
+    }
   };
   if (may_run_parallel()) {
     RunParallel(looked.size(), one);
@@ -255,6 +258,14 @@ Status Ingest::read_journal() {
          store_.layout_.journal() + " passed over\n");
   }
   return {};
+}
+
+/// Without it every copy is read, and compared with its working file.
+void Ingest::read_stat_cache() {
+  if (store_.setup_.boot_id.empty()) return;
+  const auto bytes = platform::ReadFile(*store_.places_.files, store_.layout_.stat_cache());
+  if (!bytes) return;
+  if (auto looks = StatCache::read(*bytes, store_.setup_.boot_id)) looks_ = *std::move(looks);
 }
 
 /// Gives every item what the journal and the mirror know of it, and adds items for files that are
@@ -318,23 +329,25 @@ Status Ingest::begin_fill() {
 }
 
 void Ingest::read_all() {
-  std::atomic<std::size_t> next = 0;
-  const auto work = [&] {
-    for (std::size_t i = next++; i < items_.size(); i = next++) {
-      read_item(items_[i]);
-      if (progress_ && i % kProgressStep == 0) progress_(i, items_.size());
-    }
+  const auto start = [this] {
+    return
+        [this, reader = std::make_unique<BulkReader>(*store_.places_.files, store_.pool_, mutex_)](
+            std::size_t begin, std::size_t end) {
+          for (std::size_t i = begin; i < end; ++i) read_item(items_[i], *reader);
+          if (progress_ && begin % kProgressStep == 0) progress_(begin, items_.size());
+        };
   };
-  const bool is_parallel = may_run_parallel() && items_.size() > kFewFiles;
-  RunParallel(
-      is_parallel ? std::min(std::max(std::thread::hardware_concurrency(), 1U), kMostThreads) : 1,
-      [&](std::size_t) { work(); });
+  if (may_run_parallel()) {
+    ShareOut(items_.size(), kItemsPerTurn, start);
+  } else {
+    start()(0, items_.size());
+  }
   if (progress_) progress_(items_.size(), items_.size());
 }
 
-void Ingest::read_item(Item& item) {
+void Ingest::read_item(Item& item, BulkReader& reader) {
   if (item.on_disk) {
-    auto bytes = ReadBlob(*store_.places_.files, store_.working_path(item.path));
+    auto bytes = reader.read(store_.working_path(item.path), item.status.size);
     item.is_read = bytes.has_value();
     if (bytes) {
       item.bytes = *std::move(bytes);
@@ -346,7 +359,7 @@ void Ingest::read_item(Item& item) {
       report_.unreadable.push_back(item.path);
     }
   }
-  if (!item.facts.empty() || !item.changes.empty()) read_records(item);
+  if (!item.facts.empty() || !item.changes.empty()) read_records(item, reader);
   if (item.records.empty() && item.is_read && fills_ && store_.places_.mirrors(item.path)) {
     const Status filled = fill_copy(item);
     if (filled) return;
@@ -356,7 +369,7 @@ void Ingest::read_item(Item& item) {
   }
 }
 
-void Ingest::read_records(Item& item) {
+void Ingest::read_records(Item& item, BulkReader& reader) {
   auto [plan, guessed] = PlanChain(item.facts, item.changes);
   if (guessed) item.lines = LinesOf(item.path, plan);
   for (const PlannedRecord& planned : plan) {
@@ -384,11 +397,9 @@ void Ingest::read_records(Item& item) {
     if (!planned.tombstone) {
       const std::string path = SourcePath(store_.places_, item.path, planned.source);
       // The newest version is nearly always what the working file holds.
-      if (i + 1 == plan.size() && item.is_read && planned.source.kind == ByteSource::Kind::kCopy &&
-          item.facts.copy_size == item.bytes.bytes().size() &&
-          HoldsBytes(*store_.places_.files, path, item.bytes.bytes())) {
+      if (i + 1 == plan.size() && copy_is_working_file(item, planned)) {
         record.bytes = item.bytes;
-      } else if (auto bytes = ReadBlob(*store_.places_.files, path)) {
+      } else if (auto bytes = reader.read(path, item.facts.copy.size)) {
         record.bytes = *std::move(bytes);
       } else {
         warn("warning: version " + std::to_string(planned.version) + " of '" + item.path +
@@ -398,6 +409,23 @@ void Ingest::read_records(Item& item) {
     }
     item.records.push_back(std::move(record));
   }
+}
+
+/// Whether the mirror's copy is the source of a version and holds the bytes that were read from the
+/// working file.
+bool Ingest::copy_is_working_file(const Item& item, const PlannedRecord& planned) const {
+  const platform::FileStatus& copy = item.facts.copy;
+  if (!item.is_read || planned.source.kind != ByteSource::Kind::kCopy) return false;
+  if (copy.size != item.bytes.bytes().size()) return false;
+  platform::FileSystem& files = *store_.places_.files;
+  const StatEntry* known = looks_.find(item.path);
+  if (known != nullptr && known->version == planned.version && LooksSame(known->copy, copy) &&
+      LooksSame(known->working, item.status)) {
+    // The file was read after its status was: both are of one state only if it still looks so.
+    const auto now = files.status(store_.working_path(item.path));
+    if (now && LooksSame(*now, item.status)) return true;
+  }
+  return HoldsBytes(files, store_.places_.mirror_copy(item.path), item.bytes.bytes());
 }
 
 /// Not flushed where the volume is flushed in the end.
@@ -441,7 +469,6 @@ void Ingest::place(Item& item) {
   file.buried = item.buried;
   guessed_lines_ += item.lines;
   if (item.records.empty()) return place_new(item, file);
-  for (VersionRecord& record : item.records) record.bytes = store_.pool_.intern(record.bytes);
   file.history = std::move(item.records);
   file.follow_history();
   file.content = file.history.back().bytes;
@@ -460,7 +487,7 @@ void Ingest::place_new(Item& item, File& file) {
     changed_.push_back(&item);
     return;
   }
-  file.content = store_.pool_.intern(item.bytes);
+  file.content = item.bytes;
   store_.append_record(file, file.content, false);
   file.seen = Trusted(item.status, NowNanoseconds());
   if (joins_mirror) new_lines_ += ChangeLine(store_.change_of(file, ChangeKind::kCreate));
@@ -503,8 +530,7 @@ Result<IngestReport> VersionStore::ingest(const Progress& progress) {
   const Lock guard = lock();
   if (setup_.outside_author) author_ = setup_.outside_author();
   auto report = Ingest(*this, progress).run();
-  // Equal files were read into memory one by one, then all but one of each were dropped.
-  platform::ReturnFreedMemory();
+  platform::ReturnFreedMemory();  // what was only needed to read it all
   return report;
 }
 

@@ -9,9 +9,12 @@
 
 #include "vfs/chain_plan.h"
 #include "vfs/mirror_scan.h"
+#include "vfs/stat_cache.h"
 #include "vfs/version_store.h"
 
 namespace mrb::vfs {
+
+class BulkReader;
 
 /// Reads a store's tree, its journal and its mirror, and makes them agree. Used once a store, or
 /// once for each followed file, by VersionStore, with the store's lock held.
@@ -49,14 +52,15 @@ class Ingest {
   void warn_of_memory() const;
   [[nodiscard]] Status scan_mirror();
   [[nodiscard]] Status read_journal();
+  void read_stat_cache();
   void merge_known();
   void add_vanished();
   [[nodiscard]] bool is_left_out(const std::string& path) const;
   [[nodiscard]] Status begin_fill();
   void read_all();
-  void read_item(Item& item);
-  void read_records(Item& item);
-  [[nodiscard]] Blob record_bytes(const Item& item, const PlannedRecord& planned, bool newest);
+  void read_item(Item& item, BulkReader& reader);
+  void read_records(Item& item, BulkReader& reader);
+  [[nodiscard]] bool copy_is_working_file(const Item& item, const PlannedRecord& planned) const;
   [[nodiscard]] Status fill_copy(const Item& item) const;
   [[nodiscard]] Status end_fill();
   void place(Item& item);
@@ -72,13 +76,14 @@ class Ingest {
   std::vector<Item> items_;
   MirrorContents contents_;  ///< of what no item was made for yet
   std::unordered_map<std::string, std::vector<Change>> changes_;  ///< by path; likewise
+  StatCache looks_;                                               ///< of an earlier run
   std::unordered_set<std::string> excluded_;
   std::uint64_t walked_bytes_ = 0;
   bool fills_ = false;          ///< the mirror is written for the first time, in one go
   std::string guessed_lines_;   ///< of the journal, that it should have held
   std::string new_lines_;       ///< of the journal, for what was filled
   std::vector<Item*> changed_;  ///< differ from their newest version
-  std::mutex mutex_;            ///< guards report_ and warnings while several threads read
+  std::mutex mutex_;  ///< guards report_, warnings and the pool while several threads read
 };
 
 }  // namespace mrb::vfs

@@ -121,6 +121,10 @@ std::string MirrorLayout::filling_mark() const {
   return platform::JoinPath(bookkeeping_folder(), "filling");
 }
 
+std::string MirrorLayout::stat_cache() const {
+  return platform::JoinPath(bookkeeping_folder(), "looks");
+}
+
 MirrorEntry ClassifyMirrorFile(std::string_view relative) {
   using Kind = MirrorEntry::Kind;
   const std::string_view name = NameOf(relative);

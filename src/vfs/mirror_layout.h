@@ -27,12 +27,13 @@ class MirrorLayout {
   [[nodiscard]] std::string archive_folder(std::string_view path) const;
   [[nodiscard]] std::string archive(std::string_view path, std::uint32_t number) const;
 
-  /// The journal of changes, the note of whose mirror this is, and the mark of a first fill that
-  /// has not ended; in a folder whose name no user's file can have.
+  /// The journal of changes, the note of whose mirror this is, the mark of a first fill that has
+  /// not ended, and the StatCache; in a folder whose name no user's file can have.
   [[nodiscard]] std::string bookkeeping_folder() const;
   [[nodiscard]] std::string journal() const;
   [[nodiscard]] std::string owner_note() const;
   [[nodiscard]] std::string filling_mark() const;
+  [[nodiscard]] std::string stat_cache() const;
 
   /// The path under which the copy of `path` lies, relative to the mirror's root: `path` itself
   /// unless its name is too long to take the machinery's suffixes.

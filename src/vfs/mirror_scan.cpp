@@ -9,8 +9,7 @@ void Note(MirrorFacts& facts, const MirrorEntry& entry, const platform::FileStat
   switch (entry.kind) {
     case MirrorEntry::Kind::kCopy:
       facts.has_copy = true;
-      facts.copy_size = status.size;
-      facts.copy_modified_ns = status.modified_ns;
+      facts.copy = status;
       break;
     case MirrorEntry::Kind::kTombstone:
       facts.has_tombstone = true;

@@ -174,6 +174,7 @@ bool VersionStore::write_failed(File& file, const FileWrite::Failure& failure) {
 
 /// Appends to the change log; the journal is flushed by whoever writes the change.
 Status VersionStore::log(const Change& change) {
+  ++edits_;
   if (changes_.size() >= kMostChanges) {
     changes_.erase(changes_.begin(), changes_.begin() + kMostChanges / 2);
   }

@@ -73,6 +73,12 @@ class VersionStore::TreeLook final : public platform::TreeVisitor {
 
 bool VersionStore::reconcile() {
   if (setup_.follower || is_cache()) return false;
+  const bool pending = look_at_tree();
+  remember_when_due();
+  return pending;
+}
+
+bool VersionStore::look_at_tree() {
   if (setup_.category == StoreCategory::kSingleFiles) {
     bool pending = false;
     std::set<std::string> paths;
@@ -167,6 +173,7 @@ bool VersionStore::take_outside(File& file, Blob bytes, const platform::FileStat
   const Blob newest = file.history.empty() ? Blob() : file.history.back().bytes;
   if (!file.is_gone() && newest.equals(bytes)) {
     file.seen = status;
+    ++edits_;
     return false;
   }
   const std::string author = std::exchange(author_, setup_.outside_author());

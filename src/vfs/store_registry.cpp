@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "common/text.h"
+#include "platform/boot_id.h"
 #include "platform/local_time.h"
 #include "platform/paths.h"
 #include "platform/replace_file.h"
@@ -75,6 +76,7 @@ StoreSetup StoreRegistry::setup_of(const std::string& root, const Policy& policy
   setup.outside_author = options_.outside_author;
   setup.warn = options_.warn;
   setup.pruned_folders = {options_.data_home};
+  setup.boot_id = platform::BootId();
   return setup;
 }
 

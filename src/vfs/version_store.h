@@ -49,6 +49,8 @@ struct StoreSetup {
   /// A file that was changed less than this ago may be in the middle of a save: a look at the tree
   /// leaves it for the next one, a few times at most.
   std::chrono::milliseconds settle{50};
+  /// platform::BootId(); empty: how files looked is not remembered from one run to the next.
+  std::string boot_id;
   /// Another process owns the root: nothing is written, versions are what that process wrote.
   bool follower = false;
 };
@@ -129,6 +131,10 @@ class VersionStore {
   /// by the outside author. True when something must be looked at again soon: a file that was still
   /// being written, or a version that could not be archived.
   bool reconcile();
+
+  /// Writes down how the unchanged files and their mirror copies look, so that the next ingest()
+  /// need not read those copies. Passes over the tree do it now and then.
+  [[nodiscard]] Status remember_looks();
 
   /// The same for one file, known or not.
   bool reconcile_file(std::string_view path);
@@ -234,6 +240,9 @@ class VersionStore {
   [[nodiscard]] Status log(const Change& change);
   void look_at(File& file);
 
+  bool look_at_tree();
+  void remember_when_due();
+
   enum class Haste { kWaits, kNow };  ///< for a file that may still be being written
   bool look_again(std::string_view path, bool flush_later, Haste haste);
   [[nodiscard]] bool may_be_in_a_save(const std::string& path, const platform::FileStatus& status);
@@ -268,6 +277,9 @@ class VersionStore {
   std::map<std::string, Retry, std::less<>> failing_;
   std::map<std::string, int> waited_;  ///< how often a file was left for the next look
   std::uint32_t pass_ = 0;
+  std::uint64_t edits_ = 1;       ///< counts what may have changed how a file looks
+  std::uint64_t remembered_ = 0;  ///< edits_ when the looks of all files were last written down
+  std::chrono::steady_clock::time_point remember_next_;
 };
 
 }  // namespace mrb::vfs

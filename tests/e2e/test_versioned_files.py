@@ -1,5 +1,6 @@
 """Versioned files, as an editor, a build script and several agents use them."""
 import json
+import os
 import shutil
 import subprocess
 import threading
@@ -54,6 +55,22 @@ def test_saves_of_any_program_are_versions_and_survive_a_kill(mb):
     # A relative path is looked for below the caller's folder first.
     assert mb.out("history", "a.txt", cwd=root / "src").startswith("LOG a.txt  (5 versions)")
     assert mb.run("history", "../../x", cwd=root / "src").returncode == 0
+
+
+def test_a_start_that_believes_how_files_looked_sees_what_changed(mb):
+    root = make_tree(mb, {"same.txt": "as it was", "other.txt": "one"})
+    mb.serve()
+    mb.out("enroll", shown(mb, root))
+    looks = lambda: list(mb.home.glob(".versioncontrol/*/.oldversions/looks"))
+    # Written once all files are older than a clock's grain.
+    wait_until(lambda: looks() and b"same.txt" in looks()[0].read_bytes(), "the looks of the files")
+    mb.kill_resident()
+    was = (root / "other.txt").stat()
+    (root / "other.txt").write_text("two")  # of the same size, and made to look of the same time
+    os.utime(root / "other.txt", ns=(was.st_atime_ns, was.st_mtime_ns))
+    mb.serve()
+    assert versions(mb, root, "other.txt") == 2
+    assert versions(mb, root, "same.txt") == 1
 
 
 def test_a_kill_in_a_stream_of_saves_loses_no_answered_version(mb):

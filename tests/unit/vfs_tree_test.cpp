@@ -34,6 +34,25 @@ TEST(BlobTest, EqualContentsShareOneBlobAndUnusedOnesGo) {
   EXPECT_LT(pool.count(), 1000U);  // the hundred were left out, and others that nobody kept
 }
 
+TEST(BlobTest, BlobsOfASlabOutliveIt) {
+  std::vector<Blob> kept;
+  std::vector<std::string> texts;
+  {
+    BlobSlab slab;
+    for (std::size_t size = 0; size < 3 << 20; size = size * 2 + 1) {
+      for (int copies = 0; copies < 5; ++copies) {
+        texts.emplace_back(size, static_cast<char>('a' + copies));
+        kept.push_back(slab.copy_of(texts.back(), HashBytes(texts.back())));
+        if (copies == 2) kept.back() = {};  // its room is lost, its neighbours' is not
+      }
+    }
+  }
+  for (std::size_t i = 0; i < kept.size(); ++i) {
+    EXPECT_EQ(kept[i].bytes(), i % 5 == 2 ? std::string_view() : texts[i]) << i;
+  }
+  EXPECT_TRUE(kept.back().equals(Blob::copy_of(texts.back())));
+}
+
 TEST(BlobTest, HashTellsEveryByteAndLength) {
   std::set<std::uint64_t> hashes;
   const std::string base(100, '\0');

@@ -5,9 +5,9 @@
 #include <cstring>
 #include <span>
 
-namespace mrb::memory {
+namespace mrb {
 
-/// Integers as the store file holds them, whatever the host's own order. No alignment is needed;
+/// Integers as files hold them, whatever the host's own order. No alignment is needed;
 /// the caller has checked that the bytes are there.
 
 template <typename Word>
@@ -42,4 +42,4 @@ template <typename Word>
   return LoadLittleEndian<std::uint64_t>(bytes);
 }
 
-}  // namespace mrb::memory
+}  // namespace mrb
