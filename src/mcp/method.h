@@ -31,6 +31,12 @@ using Method = Outcome (*)(const MethodCall& call);
 [[nodiscard]] Outcome EmptyResult(const MethodCall& call);
 [[nodiscard]] Outcome ListTools(const MethodCall& call);
 [[nodiscard]] Outcome CallTool(const MethodCall& call);
+[[nodiscard]] Outcome ListResources(const MethodCall& call);
+[[nodiscard]] Outcome ListTemplates(const MethodCall& call);
+[[nodiscard]] Outcome ReadResource(const MethodCall& call);
+[[nodiscard]] Outcome ListPrompts(const MethodCall& call);
+[[nodiscard]] Outcome GetPrompt(const MethodCall& call);
+[[nodiscard]] Outcome CompleteArgument(const MethodCall& call);
 
 /// Whether a protocol revision is one of the known.
 [[nodiscard]] bool IsKnownRevision(std::string_view revision);

@@ -18,8 +18,18 @@ struct MethodRow {
 };
 
 constexpr MethodRow kMethods[] = {
-    {"initialize", &Initialize},        {"ping", &EmptyResult},
-    {"tools/list", &ListTools},         {"tools/call", &CallTool},
+    {"initialize", &Initialize},
+    {"ping", &EmptyResult},
+    {"tools/list", &ListTools},
+    {"tools/call", &CallTool},
+    {"resources/list", &ListResources},
+    {"resources/templates/list", &ListTemplates},
+    {"resources/read", &ReadResource},
+    {"resources/subscribe", &EmptyResult},
+    {"resources/unsubscribe", &EmptyResult},
+    {"prompts/list", &ListPrompts},
+    {"prompts/get", &GetPrompt},
+    {"completion/complete", &CompleteArgument},
     {"logging/setLevel", &EmptyResult},
 };
 

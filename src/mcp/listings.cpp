@@ -1,0 +1,53 @@
+#include "mcp/listings.h"
+
+#include "common/text.h"
+
+namespace mrb::mcp {
+namespace {
+
+/// A listing's entries are the lines behind two blanks; two blanks end the name.
+std::vector<std::string> Entries(std::string_view answer, std::size_t most,
+                                 std::string_view prefix) {
+  constexpr std::string_view kIndent = "  ";
+  std::vector<std::string> names;
+  while (!answer.empty() && names.size() < most) {
+    const auto end = std::min(answer.find('\n'), answer.size());
+    std::string_view line = answer.substr(0, end);
+    answer.remove_prefix(std::min(end + 1, answer.size()));
+    if (!line.starts_with(kIndent)) continue;
+    line.remove_prefix(kIndent.size());
+    const std::string_view name = line.substr(0, line.find(kIndent));
+    if (EqualsIgnoreCase(name.substr(0, prefix.size()), prefix)) names.emplace_back(name);
+  }
+  return names;
+}
+
+bool IsOneLine(std::string_view text) {
+  return text.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
+}
+
+}  // namespace
+
+std::vector<std::string> ListContexts(const MethodCall& call, std::size_t most,
+                                      std::string_view prefix) {
+  return Entries(RunCommand(call, "memory.contexts mcp"), most, prefix);
+}
+
+std::vector<std::string> ListTopics(const MethodCall& call, std::string_view context,
+                                    std::size_t most, std::string_view prefix) {
+  if (context.empty() || !IsOneLine(context)) return {};
+  return Entries(RunCommand(call, "memory.browse mcp, " + std::string(context)), most, prefix);
+}
+
+std::vector<std::string> ListPaths(const MethodCall& call, std::size_t most,
+                                   std::string_view prefix) {
+  if (!IsOneLine(prefix)) return {};
+  const auto slash = prefix.rfind('/');
+  const std::string folder(prefix.substr(0, slash == std::string_view::npos ? 0 : slash + 1));
+  auto paths =
+      Entries(RunCommand(call, "fsstat:list " + folder), most, prefix.substr(folder.size()));
+  for (std::string& path : paths) path.insert(0, folder);
+  return paths;
+}
+
+}  // namespace mrb::mcp
