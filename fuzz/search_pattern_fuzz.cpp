@@ -24,6 +24,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       FUZZ_CHECK(mrb::search::FindSpan(matcher->program(), match.line));
       const mrb::search::Span span = search.span(match.line);
       FUZZ_CHECK(span.begin <= span.end && span.end <= match.line.size());
+      std::size_t last = 0;
+      const bool all = search.spans(match.line, [&](mrb::search::Span one) {
+        FUZZ_CHECK(last <= one.begin && one.begin <= one.end && one.end <= match.line.size());
+        last = one.end;
+      });
+      FUZZ_CHECK(all);
       return true;
     });
   }

@@ -28,16 +28,16 @@ struct NamespaceRow {
 };
 
 constexpr std::array kNamespaces{
-    NamespaceRow{"fsvctl", "", &RunFiles},  NamespaceRow{"fsraw", "", &RunFiles},
-    NamespaceRow{"fs", "", &RunFiles},      NamespaceRow{"fsmk", "", &RunFiles},
-    NamespaceRow{"fslock", "", &RunFiles},  NamespaceRow{"fsstat", "", &RunFiles},
-    NamespaceRow{"fssys", "", &RunFssys},   NamespaceRow{"config", "", nullptr},
-    NamespaceRow{"claude", "", nullptr},    NamespaceRow{"callsigns", "", nullptr},
-    NamespaceRow{"keys", "", nullptr},      NamespaceRow{"mem0", "", nullptr},
-    NamespaceRow{"langchain", "", nullptr}, NamespaceRow{"journal", "", nullptr},
-    NamespaceRow{"budget", "", nullptr},    NamespaceRow{"remotein", "", nullptr},
-    NamespaceRow{"workflow", "", nullptr},  NamespaceRow{"job", "", nullptr},
-    NamespaceRow{"grep", "edit", nullptr},
+    NamespaceRow{"fsvctl", "", &RunFiles},   NamespaceRow{"fsraw", "", &RunFiles},
+    NamespaceRow{"fs", "", &RunFiles},       NamespaceRow{"fsmk", "", &RunFiles},
+    NamespaceRow{"fslock", "", &RunFiles},   NamespaceRow{"fsstat", "", &RunFiles},
+    NamespaceRow{"fssys", "", &RunFssys},    NamespaceRow{"config", "", nullptr},
+    NamespaceRow{"claude", "", nullptr},     NamespaceRow{"callsigns", "", nullptr},
+    NamespaceRow{"keys", "", nullptr},       NamespaceRow{"mem0", "", nullptr},
+    NamespaceRow{"langchain", "", nullptr},  NamespaceRow{"journal", "", nullptr},
+    NamespaceRow{"budget", "", nullptr},     NamespaceRow{"remotein", "", nullptr},
+    NamespaceRow{"workflow", "", nullptr},   NamespaceRow{"job", "", nullptr},
+    NamespaceRow{"grep", "edit", &RunFiles},
 };
 
 std::string RunMemory(const Engine& engine, std::string_view /*name*/, std::string_view verb,

@@ -3,17 +3,9 @@
 #include <algorithm>
 
 #include "platform/paths.h"
+#include "vfs/file_words.h"
 
 namespace mrb::vfs {
-namespace {
-
-/// Letters, digits, "_" and whatever is not ASCII.
-bool IsWordByte(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-         static_cast<unsigned char>(c) >= 0x80;
-}
-
-}  // namespace
 
 FileElement::FileElement(const VersionStore& store) : path_(store.disk_root()) {
   const char separator = platform::PathSeparator();
@@ -39,12 +31,10 @@ query::List FileElement::topics() const {
 }
 
 void FileElement::add_words(std::string_view text) const {
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    const std::size_t begin = at;
-    while (at < text.size() && IsWordByte(text[at])) ++at;
-    const std::string_view word = text.substr(begin, at - begin);
-    if (!word.empty() && seen_.insert(word).second) keywords_.push_back(word);
-  }
+  ForEachWord(text, [this](std::string_view word) {
+    if (seen_.insert(word).second) keywords_.push_back(word);
+    return true;
+  });
 }
 
 query::List FileElement::keywords() const {

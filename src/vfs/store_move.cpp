@@ -52,25 +52,36 @@ bool VersionStore::change_case(File& file, const std::string& name) {
   return true;
 }
 
+Result<std::vector<VersionRecord>> VersionStore::older_versions(
+    const File& file, const std::vector<Change>& changes) const {
+  const std::scoped_lock guard(mutex_);
+  std::vector<VersionRecord> older;
+  if (!places_.mirrors(file.name)) return older;
+  const std::uint32_t first_held = file.history.empty() ? 1 : file.history.front().version;
+  for (const PlannedRecord& planned :
+       PlanChain(ScanMirrorOf(places_, file.name), changes).records) {
+    if (planned.version >= first_held) break;
+    VersionRecord record{planned.version, planned.author, planned.stamp, {}, planned.tombstone};
+    if (!planned.tombstone) {
+      auto bytes = ReadBlob(*places_.files, SourcePath(places_, file.name, planned.source));
+      if (!bytes) return std::unexpected(bytes.error());
+      record.bytes = *std::move(bytes);
+    }
+    older.push_back(std::move(record));
+  }
+  return older;
+}
+
 /// Every version that can be had: those in memory, and older ones from the archive.
 Result<std::vector<VersionRecord>> VersionStore::whole_chain(const File& file) const {
   std::vector<VersionRecord> chain;
-  const std::uint32_t first_held = file.history.empty() ? 1 : file.history.front().version;
-  if (first_held > 1 && places_.mirrors(file.name)) {
+  if (!file.history.empty() && file.history.front().version > 1 && places_.mirrors(file.name)) {
     auto changes = all_changes();
     if (!changes) return std::unexpected(changes.error());
     std::erase_if(*changes, [&](const Change& change) { return change.path != file.name; });
-    for (const PlannedRecord& planned :
-         PlanChain(ScanMirrorOf(places_, file.name), *changes).records) {
-      if (planned.version >= first_held) break;
-      VersionRecord record{planned.version, planned.author, planned.stamp, {}, planned.tombstone};
-      if (!planned.tombstone) {
-        auto bytes = ReadBlob(*places_.files, SourcePath(places_, file.name, planned.source));
-        if (!bytes) return std::unexpected(bytes.error());
-        record.bytes = *std::move(bytes);
-      }
-      chain.push_back(std::move(record));
-    }
+    auto older = older_versions(file, *changes);
+    if (!older) return older;
+    chain = *std::move(older);
   }
   std::ranges::copy(file.history, std::back_inserter(chain));
   return chain;

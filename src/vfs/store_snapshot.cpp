@@ -27,7 +27,7 @@ SnapshotFile Seen(const VersionRecord& record) {
 
 }  // namespace
 
-StoreSnapshot TakeSnapshot(std::shared_ptr<VersionStore> store) {
+StoreSnapshot TakeSnapshot(std::shared_ptr<VersionStore> store, SnapshotOf what) {
   StoreSnapshot snapshot;
   snapshot.names = std::make_unique<std::pmr::monotonic_buffer_resource>(kNameBlock);
   snapshot.store = std::move(store);
@@ -37,10 +37,17 @@ StoreSnapshot TakeSnapshot(std::shared_ptr<VersionStore> store) {
   snapshot.files.reserve(files.size());
   for (const File* file : files) {
     if (file->history.empty()) continue;
-    SnapshotFile& seen = snapshot.files.emplace_back(Seen(file->history.back()));
-    seen.path = Copied(file->name, *snapshot.names);
-    seen.is_locked = !locks.holder(file->name).empty();
-    seen.needs_merge = locks.is_flagged(file->name);
+    const std::string_view path = Copied(file->name, *snapshot.names);
+    const bool is_locked = !locks.holder(file->name).empty();
+    const bool needs_merge = locks.is_flagged(file->name);
+    const std::size_t first = what == SnapshotOf::kNewest ? file->history.size() - 1 : 0;
+    for (std::size_t i = first; i < file->history.size(); ++i) {
+      SnapshotFile& seen = snapshot.files.emplace_back(Seen(file->history[i]));
+      seen.path = path;
+      seen.is_locked = is_locked;
+      seen.needs_merge = needs_merge;
+      seen.has_older = i == 0 && seen.version > 1;
+    }
   }
   return snapshot;
 }

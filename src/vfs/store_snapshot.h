@@ -17,10 +17,14 @@ struct SnapshotFile {
   bool is_deleted = false;
   bool is_locked = false;
   bool needs_merge = false;
+  /// Versions older than this one lie in the mirror alone, and are not in the snapshot.
+  bool has_older = false;
   AuthorName author;
   VersionStamp stamp;
   Blob bytes;  ///< none of a deleted one
 };
+
+enum class SnapshotOf : std::uint8_t { kNewest, kEveryVersion };
 
 /// The files of a store at one moment, in the order of their paths. The store's lock is held for
 /// taking it, a few milliseconds, and not for searching: contents are shared, and stay as long as
@@ -31,7 +35,9 @@ struct StoreSnapshot {
   std::vector<SnapshotFile> files;
 };
 
-/// The newest version of every file, deleted ones included.
-[[nodiscard]] StoreSnapshot TakeSnapshot(std::shared_ptr<VersionStore> store);
+/// The newest version of every file, deletes included, or every version that is held in memory, the
+/// oldest first.
+[[nodiscard]] StoreSnapshot TakeSnapshot(std::shared_ptr<VersionStore> store,
+                                         SnapshotOf what = SnapshotOf::kNewest);
 
 }  // namespace mrb::vfs

@@ -20,18 +20,18 @@ std::optional<StorePath> Locate(const VerbCall& call, std::string_view path) {
   return StorePath{*std::move(store), *std::move(relative)};
 }
 
-Result<std::shared_ptr<VersionStore>> ChosenStore(const VerbCall& call) {
-  StoreRegistry& registry = call.service.registry();
-  const auto named = call.args.option("store");
-  if (!named) {
-    if (auto store = registry.active()) return store;
-    return Fail(ErrorKind::kNotFound, "no enrolled directory — enroll <dir> first");
-  }
+Result<std::shared_ptr<VersionStore>> StoreNamed(const VerbCall& call, const std::string& root) {
   const auto normal = NormalPath(
-      IsAbsolutePath(*named) ? *named : platform::JoinPath(call.caller.working_directory, *named));
-  auto store = normal ? registry.of_root(*normal) : nullptr;
-  if (!store) return Fail(ErrorKind::kNotFound, "no enrolled store '" + *named + "'");
+      IsAbsolutePath(root) ? root : platform::JoinPath(call.caller.working_directory, root));
+  auto store = normal ? call.service.registry().of_root(*normal) : nullptr;
+  if (!store) return Fail(ErrorKind::kNotFound, "no enrolled store '" + root + "'");
   return store;
+}
+
+Result<std::shared_ptr<VersionStore>> ChosenStore(const VerbCall& call) {
+  if (const auto named = call.args.option("store")) return StoreNamed(call, *named);
+  if (auto store = call.service.registry().active()) return store;
+  return Fail(ErrorKind::kNotFound, "no enrolled directory — enroll <dir> first");
 }
 
 std::string UsageOf(const VerbFamily& family, std::string_view verb) {

@@ -44,6 +44,7 @@ struct VerbFamily {
 [[nodiscard]] const VerbFamily& FsmkVerbs();
 [[nodiscard]] const VerbFamily& FsrawVerbs();
 [[nodiscard]] const VerbFamily& FssysStoreVerbs();
+[[nodiscard]] const VerbFamily& GrepVerbs();
 
 /// A store held for one verb: locked, its author set to the caller.
 class HeldStore {
@@ -62,6 +63,10 @@ class HeldStore {
 
 /// Where a path leads, by --store= when it is given.
 [[nodiscard]] std::optional<StorePath> Locate(const VerbCall& call, std::string_view path);
+
+/// The enrolled store of a root, as a user names it.
+[[nodiscard]] Result<std::shared_ptr<VersionStore>> StoreNamed(const VerbCall& call,
+                                                               const std::string& root);
 
 /// The store that a verb without a path is about: --store=, else the active one.
 [[nodiscard]] Result<std::shared_ptr<VersionStore>> ChosenStore(const VerbCall& call);

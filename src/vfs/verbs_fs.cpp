@@ -4,6 +4,7 @@
 
 #include "common/answer.h"
 #include "vfs/verb_call.h"
+#include "vfs/verbs_grep.h"
 
 namespace mrb::vfs {
 namespace {
@@ -118,6 +119,8 @@ constexpr std::array kRows{
     VerbRow{"move", "mv rename", "fs:move <src> <dst>", true, &Move},
     VerbRow{"copy", "cp", "fs:copy <src> <dst>", true, &Copy},
     VerbRow{"restore", "undelete", "fs:restore <path>", true, &Restore},
+    VerbRow{"find", "", "fs:find [name:<glob>] [keyword:<glob>] [--store=dir]", false, &RunFind},
+    VerbRow{"grep", "", "fs:grep [flags] <pattern> [path-glob…]", false, &RunGrep},
 };
 
 }  // namespace
@@ -127,6 +130,13 @@ const VerbFamily& FsVerbs() {
       "fs", kRows,
       "(cat|rm|move|copy|restore). Use fsmk: to create, fsvctl: for "
       "checkout/checkin/log/diff/revert, fsraw: for a direct OS op."};
+  return kFamily;
+}
+
+const VerbFamily& GrepVerbs() {
+  static constexpr std::array kEdit{VerbRow{
+      "edit", "", "grep:edit <pattern> <replacement> [path-glob…] [--apply]", false, &RunGrepEdit}};
+  static constexpr VerbFamily kFamily{"grep", kEdit, "(edit)"};
   return kFamily;
 }
 

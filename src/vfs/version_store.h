@@ -194,6 +194,11 @@ class VersionStore {
   /// The bytes of a version, read from the archive when they are not in memory.
   [[nodiscard]] Result<Blob> version_bytes(const File& file, std::uint32_t version) const;
 
+  /// The versions of a file that are older than those in memory, oldest first, read from the
+  /// archive; `changes` are those of that file, in order.
+  [[nodiscard]] Result<std::vector<VersionRecord>> older_versions(
+      const File& file, const std::vector<Change>& changes) const;
+
   /// Every change ever made, oldest first; reads the journal.
   [[nodiscard]] Result<std::vector<Change>> all_changes() const;
 

@@ -23,8 +23,8 @@ namespace {
 using platform::JoinPath;
 
 const VerbFamily* FamilyOf(std::string_view name) {
-  const std::array families{&FsVerbs(),   &FsvctlVerbs(), &FslockVerbs(),    &FsstatVerbs(),
-                            &FsmkVerbs(), &FsrawVerbs(),  &FssysStoreVerbs()};
+  const std::array families{&FsVerbs(),   &FsvctlVerbs(), &FslockVerbs(),     &FsstatVerbs(),
+                            &FsmkVerbs(), &FsrawVerbs(),  &FssysStoreVerbs(), &GrepVerbs()};
   const auto family = std::ranges::find(families, name, &VerbFamily::name);
   return family == families.end() ? nullptr : *family;
 }

@@ -42,7 +42,7 @@ struct VfsOptions {
 };
 
 /// The versioned files of one process: every verb of the namespaces fs, fsvctl, fslock, fsstat,
-/// fsmk and fsraw, enrolment, and the store part of fssys. Thread-safe; each answer is whole.
+/// fsmk, fsraw and grep, enrolment, and the store part of fssys. Thread-safe; each answer is whole.
 class VfsService {
  public:
   explicit VfsService(VfsOptions options);

@@ -70,7 +70,7 @@ TEST_F(DispatcherTest, RefusesInTheOrderOfItsRules) {
       {"$x:y", script},
       {"#[x", script},
       {"fs:CAT x", "ERROR: no such file: x"},
-      {"grep:EDIT p", "ERROR: 'grep:edit' is not available in this build"},
+      {"grep:EDIT p q", "ERROR: no enrolled directory — enroll <dir> first"},
       {"bots.list", "ERROR: 'bots.list' is not available in this build"},
       {"mem0", "ERROR: 'mem0.help' is not available in this build"},
       {"fssys:author", "ERROR: usage  fssys:author <name>"},

@@ -1,9 +1,12 @@
-// Questions to whole trees: queries.
+// Questions to whole trees: queries, find, grep and the edits made of it.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <random>
 
+#include "vfs/grep_printer.h"
+#include "vfs/grep_words.h"
 #include "vfs/version_record.h"
 #include "vfs_service_fixture.h"
 
@@ -79,6 +82,205 @@ TEST_F(AskTest, QueriesNameTheirStore) {
   EXPECT_EQ(query("1", "--store=" + other), "OK: 0 match(es)\n");
   EXPECT_TRUE(query("1", "--store=" + root_).starts_with("OK: 1 match(es)\n  [1] a.md"));
   EXPECT_EQ(query("1", "--store=/no"), "ERROR: no enrolled store '/no'");
+}
+
+TEST_F(AskTest, FindsByPathAndWord) {
+  put("src/vfs/Parser.cpp", "int a_b;\n");
+  put("notes.md", "the a_b, naïve\n");
+  enroll();
+  const std::string stamp = StampText(service_->registry().active()->find("notes.md")->stamp);
+  const std::string notes = "  notes.md  v1  16b  outside  " + stamp + "\n";
+  const std::string parser = "  src/vfs/Parser.cpp  v1  9b  outside  " + stamp + "\n";
+  const std::string usage = "ERROR: usage  find [name:<glob>] [keyword:<glob>] [--store=dir]";
+  expect({{"fs:find name:*.MD", "OK: 1 file(s)\n" + notes},
+          {"fs:find name:parser.cpp", "OK: 1 file(s)\n" + parser},
+          {"fs:find name:\"src/*\" keyword:A_B", "OK: 1 file(s)\n" + parser},
+          {"fs:find name:* keyword:vfs", "OK: 1 file(s)\n" + parser},
+          {"fs:find keyword:a?b", "OK: 2 file(s)\n" + notes + parser},
+          {"fs:find keyword:na*e", "OK: 1 file(s)\n" + notes},
+          {"fs:find keyword:na", "OK: 0 file(s)\n"},
+          {"fs:find *", "OK: 2 file(s)\n" + notes + parser},
+          {"fs:find", usage},
+          {"fs:find keyword:", usage},
+          {"fs:find --name=x", usage}});
+}
+
+TEST_F(AskTest, GrepShowsWhatItIsAskedFor) {
+  put("src/a.cpp", "int a;\nint foo_12;\n\nlong Foo(a b);");
+  put("src/b.h", "foo \"x\" bar\r\n");
+  put("bin", std::string("foo\0", 4));
+  put("bytes", "\xff\xfe foo\n");
+  put("top", "int foo\n");
+  expect({{"fs:grep x", "ERROR: no enrolled directory — enroll <dir> first"}});
+  enroll();
+  const std::string b = "src/b.h:1:foo \"x\" bar\r\n";
+  expect({
+      {"fs:grep foo", "bytes:1:\xff\xfe foo\nsrc/a.cpp:2:int foo_12;\n" + b + "top:1:int foo\n"},
+      {"fs:grep -i foo src/a.cpp", "src/a.cpp:2:int foo_12;\nsrc/a.cpp:4:long Foo(a b);\n"},
+      {"fs:grep -wi foo SRC/*", "src/a.cpp:4:long Foo(a b);\n" + b},
+      {"fs:grep -c int", "src/a.cpp:2\ntop:1\n"},
+      {"fs:grep -lrn int ./src --", "src/a.cpp\n"},
+      {"fs:grep -L -i foo a.cpp " + root_ + "/src", "OK: all 2 file(s) hold a match"},
+      {"fs:grep -L int", "bytes\nsrc/b.h\n"},
+      {"fs:grep -o '[a-z]+_[0-9]+|b\\b' src", "src/a.cpp:2:foo_12\nsrc/a.cpp:4:b\n"},
+      {"fs:grep -F (a", "src/a.cpp:4:long Foo(a b);\n"},
+      {"fs:grep \"a b\"", "src/a.cpp:4:long Foo(a b);\n"},
+      {"fs:grep \"foo \\\"x\\\"\"", b},
+      {"fs:grep -e -- --include=*.h bar", "ERROR: no versioned file fits 'bar'"},
+      {"fs:grep bar --include *.h", b},
+      {"fs:grep foo --exclude=src/* --exclude=bytes -m1", "top:1:int foo\n"},
+      {"fs:grep -C1 foo_ src", "src/a.cpp-1-int a;\nsrc/a.cpp:2:int foo_12;\nsrc/a.cpp-3-\n"},
+      {"fs:grep zzz", "OK: no match in 5 file(s)"},
+      {"fs:grep -l -v . top", "OK: no match in 1 file(s)"},
+      {"fs:grep --store=" + root_ + " bar", b},
+      {"fs:grep --store=/no bar", "ERROR: no enrolled store '/no'"},
+      {"fs:grep ( top", "ERROR: unmatched ( in pattern"},
+      {"fs:grep (a{1000}){1000}", "ERROR: pattern too large"},
+      {"fs:grep " + std::string(10'000, 'f'), "OK: no match in 5 file(s)"},
+      {"fs:grep", "ERROR: usage  grep [-i]*"},
+      {"fs:grep -Z x", "ERROR: unknown flag -Z\nusage  grep*"},
+      {"fs:grep x -A", "ERROR: -A needs a value\nusage*"},
+      {"fs:grep --version=0 x", "ERROR: bad value of --version: '0'\nusage*"},
+      {"fs:grep --apply x", "ERROR: unknown flag --apply\nusage*"},
+  });
+  EXPECT_EQ(registers_->entries(), std::vector<std::string>());
+  run("fs:grep -c int");
+  EXPECT_EQ(registers_->entries(), (std::vector<std::string>{"src/a.cpp", "top"}));
+}
+
+TEST_F(AskTest, GrepReachesEveryVersion) {
+  enroll();
+  std::string expected;
+  for (int i = 1; i <= 70; ++i) {  // more than a start reads
+    const std::string number = std::to_string(i);
+    run("fsmk:file <path>f</path><content>old " + number + "</content>");
+    expected += "f@v" + number + ":1:old " + number + "\n";
+  }
+  run("fs:rm f");
+  start();
+  expect({{"fs:grep --all-versions old", expected},
+          {"fs:grep --version=3 old", "f@v3:1:old 3\n"},
+          {"fs:grep --version=v70 old", "f@v70:1:old 70\n"},
+          {"fs:grep --version=71 old", "OK: no match in 0 file(s)"},
+          {"fs:grep old", "OK: no match in 0 file(s)"}});
+  EXPECT_EQ(registers_->entries().size(), 0U);
+}
+
+TEST_F(AskTest, EditsWhatItFinds) {
+  put("a", "f(1, 2) f(3,4)\nrest\n");
+  put("b", "x\n\nf(5,6)");
+  put("c", "f(7,8)\n");
+  enroll();
+  run("fslock:lock c", "bob");
+  expect({
+      {"grep:edit f\\((.),\\s*(.)\\) g($2,\\1)",
+       "OK: 3 replacement(s) in 2 file(s), 1 file(s) skipped — nothing is written yet: --apply "
+       "saves, a version a file\na  (2)\n  1- f(1, 2) f(3,4)\n  1+ g(2,1) g(4,3)\nb  (1)\n  3- "
+       "f(5,6)\n  3+ g(6,5)\n  skipped c — locked by bob\n"},
+      {"fs:cat a", "f(1, 2) f(3,4)\nrest\n"},
+      {"grep:edit f\\((.),\\s*(.)\\) g($2,\\1) --apply",
+       "OK: 3 replacement(s) in 2 file(s), 1 file(s) skipped\n  a  v1 -> v2  (2)\n  b  v1 -> v2  "
+       "(1)\n  skipped c — locked by bob\n"},
+      {"fs:cat a", "g(2,1) g(4,3)\nrest\n"},
+      {"fs:cat b", "x\n\ng(6,5)"},
+      {"grep:edit f x c --apply", "ERROR: nothing replaced\n  skipped c — locked by bob\n"},
+      {"grep:edit f x nofile c --apply", "ERROR: no versioned file fits 'nofile' — nothing*"},
+      {"grep:edit zzz x", "OK: no match in 3 file(s)"},
+      {"grep:edit g g", "OK: no match in 3 file(s)"},
+      {"grep:edit g $1", "ERROR: the pattern has no group $1"},
+      {"grep:edit g", "ERROR: usage  grep:edit*"},
+      {"grep:edit -v g x", "ERROR: unknown flag -v\nusage  grep:edit*"},
+      {"fsvctl:log c", "LOG c  (1 versions)*"},
+  });
+  EXPECT_EQ(read("b"), "x\n\ng(6,5)");
+  const std::pair<std::string, std::string> lines[] = {
+      {"-F $ \"$1 \\\"q\\\"\"", "cost $1 \"q\"5 aab\n"},
+      {"x* -", "-c-o-s-t- -$-5- -a-a-b-\n"},
+      {"(a|(b))+ [$0|$1|$2]", "cost $5 [aab|b|b]\n"},
+      {"(a*)(a?)b $1,$2$$\\\\\\t.", "cost $5 aa,$\\\t.\n"},
+      {"-w \"(c|co|cost) (.)\" $2$1", "cost $5 aab\n"},
+      {"\"(c|co|cost) (.)\" $2$1", "$cost5 aab\n"},
+      {"^ \"# \"", "# cost $5 aab\n"},
+      {"$ !", "cost $5 aab!\n"},
+      {"-i COST \"a\\nb\"", "a\nb $5 aab\n"},
+  };
+  for (const auto& [words, text] : lines) {
+    run("fsmk:file <path>line</path><content>cost $5 aab\n</content>");
+    run("grep:edit " + words + " line --apply");
+    EXPECT_EQ(run("fs:cat line"), text) << words;
+  }
+}
+
+/// What a search shows, line by line.
+std::string PlainGrep(const std::string& text, const GrepOptions& options) {
+  std::vector<std::string> lines;
+  for (std::istringstream in(text); in.good();) {
+    std::string line;
+    if (std::getline(in, line) && !(line.empty() && in.eof())) lines.push_back(line);
+  }
+  std::string shown;
+  std::size_t next = 0;
+  std::uint64_t left = options.most;
+  bool any = false;
+  const auto show = [&](std::size_t to, char mark) {
+    for (; next < to; ++next) {
+      shown += std::string("p") + mark + std::to_string(next + 1) + mark + lines[next] + "\n";
+    }
+  };
+  for (std::size_t i = 0; i < lines.size() && left > 0; ++i) {
+    if (lines[i].contains('a') == options.invert) continue;
+    --left;
+    if (any) show(std::min(next + options.after, i), '-');
+    const std::size_t from = std::max(next, i - std::min(i, options.before));
+    if (any && from > next && options.before + options.after > 0) shown += "--\n";
+    next = from;
+    show(i, '-');
+    show(i + 1, ':');
+    any = true;
+  }
+  if (any) show(std::min(next + options.after, lines.size()), '-');
+  return shown;
+}
+
+TEST(GrepPrinter, EqualsAPlainOne) {
+  std::mt19937 random(5);
+  for (int round = 0; round < 3000; ++round) {
+    std::string text(random() % 40, ' ');
+    for (char& c : text) c = "ab\n\n\n"[random() % 5];
+    GrepOptions options;
+    options.invert = random() % 2 == 0;
+    options.before = random() % 3;
+    options.after = random() % 3;
+    if (random() % 3 == 0) options.most = random() % 4;
+    const auto matcher = search::Matcher::make(random() % 2 == 0 ? "a" : "[a]");
+    std::string shown;
+    GrepPrinter(*matcher, options).run("p", text, shown);
+    ASSERT_EQ(shown, PlainGrep(text, options)) << text;
+  }
+}
+
+TEST(GrepWords, TakesBackWhatQuotingDid) {
+  std::mt19937 random(7);
+  for (int round = 0; round < 5000; ++round) {
+    std::vector<std::string> words(1 + random() % 3);
+    std::string line;
+    for (std::string& word : words) {
+      for (std::size_t i = random() % 6; i > 0; --i) word += "ab \"\\'="[random() % 7];
+      const bool quoted = word.empty() || word.find_first_of(" \t\"'") != std::string::npos;
+      if (quoted && word.ends_with('\\')) word += '.';  // what such a line means is a guess
+      line += line.empty() ? "" : " ";
+      if (!quoted) line += word;
+      if (!quoted) continue;
+      line += '"';
+      for (const char c : word) line += c == '"' ? std::string("\\\"") : std::string(1, c);
+      line += '"';
+    }
+    const auto split = SplitGrepWords(line);
+    ASSERT_EQ(split.size(), words.size()) << line;
+    for (std::size_t i = 0; i < words.size(); ++i) ASSERT_EQ(split[i].text, words[i]) << line;
+  }
+  EXPECT_EQ(SplitGrepWords("\"a b\\\"")[0].text, "a b\\");
+  EXPECT_EQ(SplitGrepWords("'a \"b' --store=\"x y\" \"open")[1].text, "--store=x y");
 }
 
 }  // namespace

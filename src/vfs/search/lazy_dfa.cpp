@@ -41,6 +41,9 @@ bool LazyDfa::close(const State& state, Beside after) {
         open_.push_back(step.other);
         open_.push_back(step.next);
         break;
+      case Instruction::Kind::kMark:
+        open_.push_back(step.next);
+        break;
       case Instruction::Kind::kAssert:
         if (Holds(step.assertion, state.before, after)) open_.push_back(step.next);
         break;

@@ -62,6 +62,32 @@ void LineSearch::search(std::string_view text, const std::function<bool(const Li
   }
 }
 
+std::optional<Span> LineSearch::span_from(std::string_view line, std::size_t from) {
+  if (!matcher_.literal_is_enough_) return finder_.find(line, from);
+  const std::size_t at = matcher_.literal_->find(line, from);
+  if (at == std::string_view::npos) return std::nullopt;
+  return Span{at, at + matcher_.literal_->needle().size()};
+}
+
+bool LineSearch::spans(std::string_view line, const std::function<void(Span)>& found) {
+  // What a few looks at every byte take, and what nobody notices.
+  constexpr std::uint64_t kLooks = 4;
+  constexpr std::uint64_t kUnnoticed = 10'000'000;
+  const std::uint64_t most =
+      finder_.work() + kUnnoticed + kLooks * line.size() * matcher_.program_.steps.size();
+  std::size_t end = 0;
+  for (std::size_t from = 0; from <= line.size();) {
+    const auto span = span_from(line, from);
+    if (!span) break;
+    const bool is_empty = span->begin == span->end;
+    if (!is_empty || from == 0 || span->begin > end) found(*span);
+    end = span->end;
+    from = is_empty ? end + 1 : end;
+    if (finder_.work() > most) return false;
+  }
+  return true;
+}
+
 Span LineSearch::span(std::string_view line) const {
   if (matcher_.literal_is_enough_) {
     const std::size_t at = matcher_.literal_->find(line);

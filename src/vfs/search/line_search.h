@@ -42,7 +42,8 @@ struct LineMatch {
 class LineSearch {
  public:
   /// `matcher` must outlive this.
-  explicit LineSearch(const Matcher& matcher) : matcher_(matcher), dfa_(matcher.program_) {}
+  explicit LineSearch(const Matcher& matcher)
+      : matcher_(matcher), dfa_(matcher.program_), finder_(matcher.program_) {}
 
   /// Calls `found` for every matching line, in order, until it returns false.
   void search(std::string_view text, const std::function<bool(const LineMatch&)>& found);
@@ -50,11 +51,20 @@ class LineSearch {
   /// Where the first match lies in a matching line: the leftmost, and the longest of those.
   [[nodiscard]] Span span(std::string_view line) const;
 
+  /// Calls `found` for the matches of a line from left to right, none of which overlap: each is the
+  /// leftmost and longest behind the one before; an empty one does not touch the one before. False:
+  /// the pattern looks ahead so far that finding them all would take the square of the line's
+  /// length; some were left out.
+  [[nodiscard]] bool spans(std::string_view line, const std::function<void(Span)>& found);
+
  private:
   [[nodiscard]] std::size_t next(std::string_view text, std::size_t from);
 
+  [[nodiscard]] std::optional<Span> span_from(std::string_view line, std::size_t from);
+
   const Matcher& matcher_;
   LazyDfa dfa_;
+  SpanFinder finder_;
 };
 
 }  // namespace mrb::search

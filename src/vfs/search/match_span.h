@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 #include "search/program.h"
 
@@ -15,7 +17,39 @@ struct Span {
   friend bool operator==(const Span&, const Span&) = default;
 };
 
-/// The leftmost match in a line, and the longest of those. In time of the line times the program.
+/// Finds out where in a line a match lies. For one thread; refers to the program.
+class SpanFinder {
+ public:
+  explicit SpanFinder(const Program& program) : program_(program), seen_(program.steps.size()) {}
+
+  /// The leftmost match that begins at `from` or later, and the longest of those. In time of the
+  /// line times the program.
+  [[nodiscard]] std::optional<Span> find(std::string_view line, std::size_t from = 0);
+
+  /// Steps taken in all calls so far.
+  [[nodiscard]] std::uint64_t work() const { return work_; }
+
+ private:
+  /// A place in the program and where in the line the match began that leads there.
+  struct Thread {
+    std::uint32_t place = 0;
+    std::size_t begin = 0;
+  };
+
+  void follow(const Thread& thread, std::size_t at, Beside before, Beside after);
+  void advance(unsigned char byte);
+
+  const Program& program_;
+  std::vector<std::uint64_t> seen_;  // by place: the round that reached it last
+  std::uint64_t round_ = 0;
+  std::uint64_t work_ = 0;
+  std::vector<std::uint32_t> open_;
+  std::vector<Thread> threads_;
+  std::vector<Thread> waiting_;  // for the next byte
+  std::optional<Span> best_;
+};
+
+/// The same, once.
 [[nodiscard]] std::optional<Span> FindSpan(const Program& program, std::string_view line);
 
 }  // namespace mrb::search

@@ -188,12 +188,17 @@ class PatternParser {
 
   Result<std::uint32_t> group(std::size_t depth) {
     if (depth == Pattern::kDeepest) return wrong("pattern nested too deeply");
-    if (rest_.starts_with("?") && !accept("?:")) {
+    const bool is_plain = accept("?:");
+    if (!is_plain && rest_.starts_with("?")) {
       return wrong("(?i) stands at the start only, and no other (? but (?: is known");
     }
+    const std::uint32_t number = is_plain ? 0 : ++pattern_.groups;
     auto inner = choice(depth + 1);
     if (inner && !accept(")")) return wrong("unmatched ( in pattern");
-    return inner;
+    if (is_plain || !inner) return inner;
+    const std::uint32_t at = add_list(NodeKind::kGroup, {*inner});
+    pattern_.nodes[at].group = number;
+    return at;
   }
 
   Result<std::uint32_t> escape() {

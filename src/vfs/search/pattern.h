@@ -25,6 +25,7 @@ enum class NodeKind : std::uint8_t {
   kSequence,
   kChoice,
   kRepeat,
+  kGroup,  ///< its child, remembered as a submatch
   kLineStart,
   kLineEnd,
   kWordEdge,
@@ -42,10 +43,12 @@ struct Node {
   std::vector<std::uint32_t> children;
   std::uint32_t least = 0;  ///< of a repetition
   std::uint32_t most = 0;
+  std::uint32_t group = 0;  ///< of a group: its number, from 1
 };
 
 /// A regular expression: POSIX extended syntax, and \d \D \w \W \s \S \b \B \t \n \r \f \v \xHH,
-/// (?:…) and a leading (?i). A match lies within one line; bytes are characters.
+/// (?:…) and a leading (?i); groups are numbered by their "(". A match lies within one line; bytes
+/// are characters.
 struct Pattern {
   /// Bounds for patterns of strangers, beyond what people write.
   static constexpr std::size_t kLongest = 65'536;
@@ -54,6 +57,7 @@ struct Pattern {
   static constexpr std::uint32_t kMostRepeats = 1000;
 
   std::vector<Node> nodes;  ///< the root last
+  std::uint32_t groups = 0;
   bool ignore_case = false;
 };
 

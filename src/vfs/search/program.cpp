@@ -6,7 +6,7 @@ namespace {
 /// Builds from the end to the start, so that what follows a state is known when it is made.
 class Compiler {
  public:
-  explicit Compiler(const Pattern& pattern) : nodes_(pattern.nodes) {}
+  Compiler(const Pattern& pattern, Groups groups) : nodes_(pattern.nodes), groups_(groups) {}
 
   Result<Program> run() {
     const std::uint32_t match = add({});
@@ -44,9 +44,20 @@ class Compiler {
         return choice(node, next);
       case NodeKind::kRepeat:
         return repeat(node, next);
+      case NodeKind::kGroup:
+        return group(node, next);
       default:
         return add({Instruction::Kind::kAssert, node.kind, 0, next, 0});
     }
+  }
+
+  std::uint32_t mark(std::uint32_t number, std::uint32_t next) {
+    return add({Instruction::Kind::kMark, NodeKind::kEmpty, number, next, 0});
+  }
+
+  std::uint32_t group(const Node& node, std::uint32_t next) {
+    if (groups_ == Groups::kForgotten) return build(node.children[0], next);
+    return mark(2 * node.group, build(node.children[0], mark(2 * node.group + 1, next)));
   }
 
   std::uint32_t choice(const Node& node, std::uint32_t next) {
@@ -86,6 +97,7 @@ class Compiler {
   }
 
   const std::vector<Node>& nodes_;
+  const Groups groups_;
   Program program_;
 };
 
@@ -116,8 +128,8 @@ bool Holds(NodeKind assertion, Beside before, Beside after) {
   }
 }
 
-Result<Program> Compile(const Pattern& pattern) {
-  return Compiler(pattern).run();
+Result<Program> Compile(const Pattern& pattern, Groups groups) {
+  return Compiler(pattern, groups).run();
 }
 
 }  // namespace mrb::search

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 #include "common/error.h"
@@ -13,13 +14,18 @@ enum class Beside : std::uint8_t { kEnd, kWord, kOther };
 
 [[nodiscard]] Beside BesideOf(unsigned char byte);
 
+/// What stands at a place of a line.
+[[nodiscard]] inline Beside BesideAt(std::string_view line, std::size_t at) {
+  return at < line.size() ? BesideOf(static_cast<unsigned char>(line[at])) : Beside::kEnd;
+}
+
 /// One state of the automaton (Thompson's construction).
 struct Instruction {
-  enum class Kind : std::uint8_t { kBytes, kSplit, kAssert, kMatch };
+  enum class Kind : std::uint8_t { kBytes, kSplit, kAssert, kMark, kMatch };
 
   Kind kind = Kind::kMatch;
   NodeKind assertion = NodeKind::kEmpty;  ///< of kAssert
-  std::uint32_t bytes = 0;                ///< of kBytes: which set
+  std::uint32_t bytes = 0;                ///< of kBytes: which set; of kMark: which mark
   std::uint32_t next = 0;
   std::uint32_t other = 0;  ///< of kSplit
 };
@@ -33,8 +39,12 @@ struct Program {
   std::uint32_t start = 0;
 };
 
-/// The error is a sentence for the user.
-[[nodiscard]] Result<Program> Compile(const Pattern& pattern);
+/// Whether a program notes where groups begin (mark 2n) and end (mark 2n + 1).
+enum class Groups : std::uint8_t { kForgotten, kMarked };
+
+/// Of two ways to go on, a split's `next` is the one that a greedy reader tries first. The error is
+/// a sentence for the user.
+[[nodiscard]] Result<Program> Compile(const Pattern& pattern, Groups groups = Groups::kForgotten);
 
 /// Whether an assertion holds between two neighbours.
 [[nodiscard]] bool Holds(NodeKind assertion, Beside before, Beside after);

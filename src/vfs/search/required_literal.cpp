@@ -90,6 +90,9 @@ RequiredLiteral FindRequiredLiteral(const Pattern& pattern) {
       case NodeKind::kRepeat:
         known.push_back({false, true, node.least > 0 ? known[node.children[0]].required : ""});
         break;
+      case NodeKind::kGroup:
+        known.push_back(known[node.children[0]]);
+        break;
       default:
         known.push_back({true, node.kind != NodeKind::kEmpty, {}});
     }

@@ -1,0 +1,76 @@
+#include "search/submatches.h"
+
+#include <utility>
+
+namespace mrb::search {
+namespace {
+
+constexpr std::size_t kUnset = SIZE_MAX;
+
+}  // namespace
+
+Submatches::Spans Submatches::find(std::string_view line, Span span) {
+  Thread first{program_.start, {}};
+  first.marks.fill(kUnset);
+  std::vector<Thread> threads{first};
+  for (std::size_t at = span.begin; at <= span.end; ++at) {
+    const Beside before = at == 0 ? Beside::kEnd : BesideAt(line, at - 1);
+    const Beside after = BesideAt(line, at);
+    ++round_;
+    waiting_.clear();
+    found_.reset();  // a match that ends here; only one that ends with the span is meant
+    for (const Thread& thread : threads) {
+      follow(thread, at, before, after);
+      if (found_ && at == span.end) break;
+    }
+    threads.clear();
+    if (at == span.end) break;
+    for (Thread& thread : waiting_) {
+      const Instruction& step = program_.steps[thread.place];
+      if (!program_.sets[step.bytes][static_cast<unsigned char>(line[at])]) continue;
+      thread.place = step.next;
+      threads.push_back(thread);
+    }
+  }
+  Spans spans;
+  spans[0] = span;
+  if (!found_) return spans;
+  for (std::size_t group = 1; group < kGroups; ++group) {
+    const std::size_t begin = (*found_)[2 * group];
+    const std::size_t end = (*found_)[2 * group + 1];
+    if (begin != kUnset && end != kUnset) spans[group] = Span{begin, end};
+  }
+  return spans;
+}
+
+void Submatches::follow(Thread thread, std::size_t at, Beside before, Beside after) {
+  open_.push_back(std::move(thread));
+  while (!open_.empty()) {
+    Thread one = open_.back();
+    open_.pop_back();
+    if (seen_[one.place] == round_) continue;
+    seen_[one.place] = round_;
+    const Instruction& step = program_.steps[one.place];
+    switch (step.kind) {
+      case Instruction::Kind::kMatch:
+        if (!found_) found_ = one.marks;
+        break;
+      case Instruction::Kind::kBytes:
+        waiting_.push_back(one);
+        break;
+      case Instruction::Kind::kSplit:
+        open_.push_back({step.other, one.marks});
+        open_.push_back({step.next, one.marks});
+        break;
+      case Instruction::Kind::kMark:
+        if (step.bytes < one.marks.size()) one.marks[step.bytes] = at;
+        open_.push_back({step.next, one.marks});
+        break;
+      case Instruction::Kind::kAssert:
+        if (Holds(step.assertion, before, after)) open_.push_back({step.next, one.marks});
+        break;
+    }
+  }
+}
+
+}  // namespace mrb::search

@@ -1,0 +1,157 @@
+// find: files by path and by the words in them.
+
+#include <algorithm>
+
+#include "common/answer.h"
+#include "common/share_out.h"
+#include "query/glob.h"
+#include "search/line_search.h"
+#include "vfs/file_words.h"
+#include "vfs/grep_words.h"
+#include "vfs/path_filter.h"
+#include "vfs/store_snapshot.h"
+#include "vfs/verbs_grep.h"
+
+namespace mrb::vfs {
+namespace {
+
+constexpr std::size_t kFilesPerTurn = 16;
+
+struct FindOptions {
+  std::string name = "*";
+  std::optional<std::string> keyword;
+  std::optional<std::string> store;
+};
+
+/// `name:<glob> keyword:<glob>`, either of them, in any order; a word without either is a name.
+std::optional<FindOptions> ParseFind(std::string_view line) {
+  FindOptions options;
+  bool any = false;
+  for (const GrepWord& word : SplitGrepWords(line)) {
+    const std::string_view text = word.text;
+    const auto value_of = [&](std::string_view key) -> std::optional<std::string> {
+      if (!text.starts_with(key)) return std::nullopt;
+      std::string_view value = text.substr(key.size());
+      if (value.size() > 1 && value.front() == '"' && value.back() == '"') {
+        value = value.substr(1, value.size() - 2);
+      }
+      return std::string(value);
+    };
+    if (auto store = value_of("--store=")) {
+      options.store = std::move(store);
+      continue;
+    }
+    any = true;
+    if (auto keyword = value_of("keyword:")) {
+      options.keyword = std::move(keyword);
+    } else if (auto name = value_of("name:")) {
+      options.name = *std::move(name);
+    } else if (!text.starts_with("--")) {
+      options.name = text;
+    } else {
+      return std::nullopt;
+    }
+  }
+  if (!any || options.name.empty() || (options.keyword && options.keyword->empty())) {
+    return std::nullopt;
+  }
+  return options;
+}
+
+/// Looks for a word that fits a glob in many texts, one thread's worth of it.
+class WordSearch {
+ public:
+  /// What the glob says besides "*" and "?" must be in the line; then its words are compared.
+  [[nodiscard]] static Result<search::Matcher> prefilter(std::string_view glob) {
+    std::string pattern;
+    for (const char c : glob) {
+      if (c == '*') {
+        pattern += ".*";
+      } else if (c == '?') {
+        pattern += '.';
+      } else {
+        if (!IsWordByte(c)) pattern += '\\';
+        pattern += c;
+      }
+    }
+    return search::Matcher::make(pattern, {.ignore_case = true});
+  }
+
+  WordSearch(const search::Matcher& prefilter, std::string_view glob)
+      : lines_(prefilter), glob_(glob) {}
+
+  [[nodiscard]] bool found_in(std::string_view text) {
+    bool found = false;
+    lines_.search(text, [&](const search::LineMatch& match) {
+      ForEachWord(match.line, [&](std::string_view word) {
+        found = query::Matches(glob_, word);
+        return !found;
+      });
+      return !found;
+    });
+    return found;
+  }
+
+ private:
+  search::LineSearch lines_;
+  std::string_view glob_;
+};
+
+std::vector<char> Fits(const StoreSnapshot& snapshot, const FindOptions& options,
+                       const std::optional<search::Matcher>& keyword) {
+  const auto& files = snapshot.files;
+  std::vector<char> fits(files.size());
+  ShareOut(files.size(), kFilesPerTurn, [&] {
+    std::optional<WordSearch> words;
+    if (keyword) words.emplace(*keyword, *options.keyword);
+    return [&, words = std::move(words)](std::size_t begin, std::size_t end) mutable {
+      for (std::size_t i = begin; i < end; ++i) {
+        const SnapshotFile& file = files[i];
+        if (file.is_deleted || !FitsPathOrName(options.name, file.path)) continue;
+        const bool fit =
+            !words || words->found_in(file.path) || words->found_in(file.bytes.bytes());
+        fits[i] = fit ? 1 : 0;
+      }
+    };
+  });
+  return fits;
+}
+
+}  // namespace
+
+std::string RunFind(const VerbCall& call) {
+  const auto options = ParseFind(call.arguments);
+  if (!options) {
+    return ErrorAnswer("usage  find [name:<glob>] [keyword:<glob>] [--store=dir]");
+  }
+  std::optional<search::Matcher> keyword;
+  if (options->keyword) {
+    auto made = WordSearch::prefilter(*options->keyword);
+    if (!made) return ErrorAnswer(made.error().text);
+    keyword = *std::move(made);
+  }
+  const auto stores = SearchedStores(call, options->store);
+  if (!stores) return ErrorAnswer(stores.error().text);
+  std::string lines;
+  std::vector<std::string> paths;
+  std::size_t count = 0;
+  for (const auto& store : *stores) {
+    const FileLabels labels(call, *store);
+    const StoreSnapshot snapshot = TakeSnapshot(store);
+    const auto fits = Fits(snapshot, *options, keyword);
+    for (std::size_t i = 0; i < fits.size(); ++i) {
+      if (fits[i] == 0) continue;
+      const SnapshotFile& file = snapshot.files[i];
+      std::string label;
+      labels.append(label, file.path);
+      lines.append("  ").append(label).append("  v").append(std::to_string(file.version));
+      lines.append("  ").append(std::to_string(file.bytes.bytes().size())).append("b  ");
+      lines.append(file.author.text()).append("  ").append(StampText(file.stamp)).append("\n");
+      if (++count <= CommandRegister::kMostEntries) paths.push_back(std::move(label));
+    }
+  }
+  if (call.caller.registers) call.caller.registers->fill(std::move(paths));
+  return OkAnswer(std::to_string(count) + " file(s)\n" + lines);
+}
+
+}  // namespace mrb::vfs
