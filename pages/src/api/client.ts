@@ -12,8 +12,6 @@ export type Params = Record<string, string | number | boolean | undefined>;
 interface Options {
   params?: Params;
   signal?: AbortSignal;
-  /// The request outlives the page (a last key before leaving).
-  keepalive?: boolean;
 }
 
 function address(path: string, params: Params = {}): string {
@@ -36,7 +34,6 @@ async function request<T>(path: string, options: Options, init: RequestInit): Pr
     response = await fetch(address(path, options.params), {
       ...init,
       signal: options.signal ?? null,
-      keepalive: options.keepalive ?? false,
       cache: 'no-store',
     });
   } catch (error) {
@@ -61,13 +58,13 @@ export const api = {
     return request<T>(path, { ...options, ...(params && { params }) }, { method: 'GET' });
   },
 
-  /// A string goes out as text, anything else as JSON.
+  /// A string or a Blob goes out as it is, anything else as JSON.
   post<T>(path: string, body?: unknown, options: Options = {}): Promise<T> {
-    const text = typeof body === 'string';
+    const raw = typeof body === 'string' || body instanceof Blob;
     return request<T>(path, options, {
       method: 'POST',
-      body: body === undefined ? null : text ? body : JSON.stringify(body),
-      headers: { 'Content-Type': text ? 'text/plain; charset=utf-8' : 'application/json' },
+      body: body === undefined ? null : raw ? body : JSON.stringify(body),
+      headers: { 'Content-Type': raw ? 'text/plain; charset=utf-8' : 'application/json' },
     });
   },
 };

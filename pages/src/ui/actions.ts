@@ -64,6 +64,10 @@ function onKeyDown(event: KeyboardEvent): void {
   if (event.defaultPrevented || event.isComposing) return;
   const key = pressed(event);
   const terminal = inTerminal(event.target);
+  if (key === 'Escape' && typesText(event.target) && !terminal) {
+    document.getElementById('main')?.focus();
+    return;
+  }
   if (typesText(event.target) && !terminal && !/^(mod|alt)\+|^F\d/.test(key)) return;
   const sequence = waiting && event.timeStamp - waitingSince < sequenceTime ? `${waiting} ${key}` : key;
   waiting = '';
@@ -78,7 +82,13 @@ function onKeyDown(event: KeyboardEvent): void {
   }
 }
 
-/// Listens for keys; once per page.
+/// Whether a key that is pressed in a terminal belongs to the page and not to the program.
+export function wantedInTerminal(event: KeyboardEvent): boolean {
+  const key = pressed(event);
+  return allActions().some((action) => action.inTerminal && action.keys === key);
+}
+
+/// Listens for keys; once per page. Escape leaves a field, so that single keys work again.
 export function listenForKeys(): void {
   window.addEventListener('keydown', onKeyDown);
 }

@@ -107,6 +107,10 @@ function KeysOverlay({ close }: { close(): void }) {
             <li><span>Open</span><Keys keys="Enter" /></li>
           </ul>
         </section>
+        <section>
+          <h3>In a field</h3>
+          <ul><li><span>Leave it</span><Keys keys="Escape" /></li></ul>
+        </section>
       </div>
     </Dialog>
   );
