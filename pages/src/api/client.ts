@@ -58,14 +58,21 @@ export const api = {
     return request<T>(path, { ...options, ...(params && { params }) }, { method: 'GET' });
   },
 
-  /// A string or a Blob goes out as it is, anything else as JSON.
+  /// A string or a Blob goes out as it is, fields as a form, anything else as JSON.
   post<T>(path: string, body?: unknown, options: Options = {}): Promise<T> {
+    const form = body instanceof URLSearchParams;
     const raw = typeof body === 'string' || body instanceof Blob;
+    const type = form ? 'application/x-www-form-urlencoded' : raw ? 'text/plain; charset=utf-8' : 'application/json';
     return request<T>(path, options, {
       method: 'POST',
-      body: body === undefined ? null : raw ? body : JSON.stringify(body),
-      headers: { 'Content-Type': raw ? 'text/plain; charset=utf-8' : 'application/json' },
+      body: body === undefined ? null : form ? body.toString() : raw ? body : JSON.stringify(body),
+      headers: { 'Content-Type': type },
     });
+  },
+
+  /// A post of fields, as the routes below /ui/api/ take them; undefined ones are left out.
+  send<T>(path: string, fields: Params, options: Options = {}): Promise<T> {
+    return api.post<T>(path, new URLSearchParams(address('', fields).slice(1)), options);
   },
 };
 
