@@ -10,10 +10,11 @@ bool ExpandPlace(std::string_view& pattern, const Arguments& arguments, std::str
   std::string_view place = pattern.substr(0, end);
   pattern.remove_prefix(end + 1);
   const bool silent = place.starts_with('?');
-  if (silent) place.remove_prefix(1);
+  const bool word = place.starts_with('@');
+  if (silent || word) place.remove_prefix(1);
   const auto equals = place.find('=');
   const std::string& value = arguments.get(place.substr(0, equals));
-  if (!silent) out += value;
+  if (!silent) out += word ? PlainOrTagged(place, value) : value;
   if (!value.empty()) return true;
   if (equals == std::string_view::npos) return false;
   out += place.substr(equals + 1);
@@ -21,6 +22,13 @@ bool ExpandPlace(std::string_view& pattern, const Arguments& arguments, std::str
 }
 
 }  // namespace
+
+std::string PlainOrTagged(std::string_view name, std::string_view text) {
+  if (text.find_first_of(" \t\"'<") == std::string_view::npos) return std::string(text);
+  std::string tagged = "<";
+  tagged.append(name).append(">").append(text).append("</").append(name).append(">");
+  return tagged;
+}
 
 std::string ExpandPattern(std::string_view pattern, const Arguments& arguments) {
   std::string out;

@@ -1,6 +1,7 @@
 #include "mcp/listings.h"
 
 #include "common/text.h"
+#include "mcp/command_pattern.h"
 
 namespace mrb::mcp {
 namespace {
@@ -44,8 +45,8 @@ std::vector<std::string> ListPaths(const MethodCall& call, std::size_t most,
   if (!IsOneLine(prefix)) return {};
   const auto slash = prefix.rfind('/');
   const std::string folder(prefix.substr(0, slash == std::string_view::npos ? 0 : slash + 1));
-  auto paths =
-      Entries(RunCommand(call, "fsstat:list " + folder), most, prefix.substr(folder.size()));
+  auto paths = Entries(RunCommand(call, "fsstat:list " + PlainOrTagged("path", folder)), most,
+                       prefix.substr(folder.size()));
   for (std::string& path : paths) path.insert(0, folder);
   return paths;
 }

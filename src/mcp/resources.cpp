@@ -6,6 +6,7 @@
 #include "common/json_text.h"
 #include "common/text.h"
 #include "common/url.h"
+#include "mcp/command_pattern.h"
 #include "mcp/listings.h"
 #include "mcp/method.h"
 
@@ -62,11 +63,12 @@ std::optional<std::string> CommandOf(std::string_view uri) {
   const bool file = TakePrefix(uri, "file/");
   if (!file && !TakePrefix(uri, "query/")) return std::nullopt;
   const std::string text = DecodePercent(uri);
+  if (file && text.find("</") != std::string::npos) return std::nullopt;
   if (Trim(text).empty() ||
       text.find_first_of(std::string_view("\r\n\0", 3)) != std::string::npos) {
     return std::nullopt;
   }
-  return file ? "fs:cat " + text : "?( " + text + " )";
+  return file ? "fs:cat " + PlainOrTagged("path", text) : "?( " + text + " )";
 }
 
 void AppendResource(std::string& list, std::string_view uri, std::string_view name,

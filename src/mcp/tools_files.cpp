@@ -22,7 +22,7 @@ constexpr Tool kTools[] = {
      "Read a file of an enrolled directory: its current text, from memory. Long files come in "
      "pieces: the last line then says which offset continues. Example: {\"path\":\"src/main.cpp\"}",
      {kPath, kOffsetField},
-     "fs:cat %path%"},
+     "fs:cat %@path%"},
     {"fs.write",
      "Write a whole file in an enrolled directory: a new one becomes version 1, an existing one "
      "gets its next version; what was there stays readable (vc.log, vc.open_version) and can be "
@@ -37,12 +37,12 @@ constexpr Tool kTools[] = {
      "Example: {\"path\":\"src\"}",
      {{"path", FieldType::kPath, false, "A folder; absent: the top of the enrolled directory."},
       kOffsetField},
-     "fsstat:list[ %path%]"},
+     "fsstat:list[ %@path%]"},
     {"fs.remove",
      "Delete a file. Its history stays and fs.restore brings it back. Example: "
      "{\"path\":\"old.txt\"}",
      {kPath},
-     "fs:rm %path%"},
+     "fs:rm %@path%"},
     {"fs.move",
      "Move or rename a file inside the enrolled directory; its history goes with it. Example: "
      "{\"src\":\"a.txt\",\"dst\":\"docs/a.txt\"}",
@@ -53,7 +53,7 @@ constexpr Tool kTools[] = {
     {"fs.restore",
      "Bring a deleted file back with the bytes it had. Example: {\"path\":\"old.txt\"}",
      {kPath},
-     "fs:restore %path%"},
+     "fs:restore %@path%"},
     {"vc.log",
      "The versions of a file, oldest first: number, author, time, size. Every save of every "
      "program is one. Example: {\"path\":\"src/main.cpp\"}",

@@ -57,7 +57,7 @@ class LibraryTest : public testing::Test {
 
 TEST_F(LibraryTest, ReadsResources) {
   const std::pair<const char*, const char*> cases[] = {
-      {"mrb:///file/src/a%20b.txt", "<fs:cat src/a b.txt>"},
+      {"mrb:///file/src/a%20b.txt", "<fs:cat <path>src/a b.txt</path>>"},
       {"mrb:///file//abs/x", "<fs:cat /abs/x>"},
       {"mrb:///ctx/my%20app", "<memory.browse mcp, my app>"},
       {"mrb:///ctx/app/a%2Fb", "<memory.retrieve mcp, app, a/b>"},

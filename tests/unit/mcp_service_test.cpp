@@ -165,7 +165,7 @@ TEST_F(McpTest, ListsEveryToolWithASchemaOfItsFields) {
     for (std::size_t at = 0; (at = row.pattern.find('%', at)) != std::string_view::npos;) {
       const auto end = row.pattern.find('%', at + 1);
       std::string place(row.pattern.substr(at + 1, end - at - 1));
-      if (place.starts_with('?')) place.erase(0, 1);
+      if (place.starts_with('?') || place.starts_with('@')) place.erase(0, 1);
       place = place.substr(0, place.find('='));
       EXPECT_TRUE(tool.find("inputSchema").find("properties").find(place).exists())
           << name << place;
@@ -182,7 +182,8 @@ TEST_F(McpTest, BuildsTheCommands) {
        "?( body(\"x\") ) --store=/a b"},
       {"find", R"({"name":"*.cpp","keyword":"pars*"})", "find name:*.cpp keyword:pars*"},
       {"find", R"({"keyword":"k"})", "find name:* keyword:k"},
-      {"fs.read", R"({"path":"a b.txt"})", "fs:cat a b.txt"},
+      {"fs.read", R"({"path":"a b.txt"})", "fs:cat <path>a b.txt</path>"},
+      {"fs.list", R"({"path":"src"})", "fsstat:list src"},
       {"fs.write", R"({"path":"p","content":" x\n</content>\n"})",
        "fsmk:file <path>p</path><content> x\n</content>\n</content>"},
       {"fs.move", R"({"src":"a","dst":"b"})", "fs:move a b"},
