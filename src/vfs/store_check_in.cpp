@@ -57,7 +57,7 @@ bool VersionStore::check_in(iFileSystemObj* node, bool dirty) {
   if (file == nullptr) return false;
   if (is_cache()) return promote(file);
   if (!may_write(*file, dirty)) return false;
-  absorb_outside(*file);
+  if (!absorb_outside(*file)) return false;
   if (!file->is_gone() && file->history.back().bytes.equals(file->content)) return true;
   return mint(*file, {});
 }
@@ -77,13 +77,18 @@ bool VersionStore::promote(iFileSystemObj* node) {
 }
 
 /// Another program may have saved the file since the last look at it. That save becomes a version
-/// of its own before it is written over. The caller's working bytes stay the working bytes.
-void VersionStore::absorb_outside(File& file) {
+/// of its own before it is written over; false, with the reason, when it cannot be archived. The
+/// caller's working bytes stay the working bytes.
+bool VersionStore::absorb_outside(File& file) {
   const Blob content = file.content;
   const std::string message = message_;
-  reconcile_file(file.name);
+  if (const auto retry = failing_.find(file.name); retry != failing_.end()) retry->second.next = {};
+  message_ = "cannot read " + working_path(file.name);
+  const bool pending = reconcile_file(file.name);
   file.content = content;
+  if (pending) return false;
   message_ = message;
+  return true;
 }
 
 void VersionStore::append_record(File& file, Blob bytes, bool tombstone) {

@@ -30,7 +30,7 @@ bool VersionStore::remove(iFileSystemObj* node) {
     return true;
   }
   if (!may_write(*file, false)) return false;
-  absorb_outside(*file);
+  if (!absorb_outside(*file)) return false;
   if (file->is_gone()) return true;
   return bury(*file, true);
 }
@@ -139,7 +139,7 @@ bool VersionStore::restore(iFileSystemObj* node) {
   File* file = writable_file(node);
   if (file == nullptr) return false;
   if (!may_write(*file, false)) return false;
-  absorb_outside(*file);
+  if (!absorb_outside(*file)) return false;
   const VersionRecord* newest = file->newest_content();
   if (newest == nullptr) return refuse("no content version to restore");
   if (!file->is_gone() && platform::Exists(*places_.files, working_path(file->name))) return true;

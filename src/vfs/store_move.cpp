@@ -28,7 +28,7 @@ bool VersionStore::move(iFileSystemObj* node, const std::string& destination) {
                   "' already exists — fs:rm it first, or fs:copy to keep its history");
   }
   if (!may_write(*source, false)) return false;
-  absorb_outside(*source);
+  if (!absorb_outside(*source)) return false;
   if (source->is_gone()) {
     return refuse("source is tombstoned: " + source->name + " (fs:restore it first)");
   }

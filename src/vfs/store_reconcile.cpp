@@ -152,8 +152,8 @@ bool VersionStore::look_again(std::string_view path, bool flush_later, Haste has
   File* file = find(path);
   const auto status = places_.files->status(target);
   if (!status || status->type != platform::FileStatus::Type::kFile) {
-    const bool gone = status || status.error().kind == ErrorKind::kNotFound;
-    return gone && file != nullptr && !file->is_gone() && lose_outside(*file);
+    if (!status && status.error().kind != ErrorKind::kNotFound) return true;
+    return file != nullptr && !file->is_gone() && lose_outside(*file);
   }
   if (file != nullptr && !file->is_gone() && LooksSame(file->seen, *status)) return false;
   if (!admits(path, status->size) || status->size > kLargestFile) return false;

@@ -215,7 +215,7 @@ class VersionStore {
   bool refuse(std::string reason);
   [[nodiscard]] bool may_write(const File& file, bool dirty);
   [[nodiscard]] File* writable_file(iFileSystemObj* node);
-  void absorb_outside(File& file);
+  bool absorb_outside(File& file);
 
   /// Appends the working bytes as the next version and writes them; takes the record back when that
   /// fails.

@@ -1,4 +1,5 @@
 #include <functional>
+#include <set>
 
 #include "vfs_store_fixture.h"
 
@@ -44,6 +45,21 @@ class VersionStoreFaultsTest : public StoreFixture {
     erase("c");
     store_->reconcile();
     note("c");
+    over_outside_save("e1", [&] { return save("e1", "ours"); });
+    over_outside_save("e2", [&] { return store_->remove(store_->find("e2")); });
+    over_outside_save("e3", [&] { return store_->revert(store_->find("e3"), 1); });
+    over_outside_save("e4", [&] { return store_->move(store_->find("e4"), "e5"); });
+  }
+
+  /// Runs a step on a file that another program saved since the store last saw it.
+  void over_outside_save(const std::string& path, const std::function<bool()>& run) {
+    put(path, "first");
+    store_->reconcile();
+    note(path);
+    if (store_->find(path) == nullptr) return;
+    put(path, "unseen in " + path);
+    unseen_.insert("unseen in " + path);
+    step(path, run);
   }
 
   void check(const std::string& story) {
@@ -59,6 +75,12 @@ class VersionStoreFaultsTest : public StoreFixture {
       }
       EXPECT_GE(file->version, newest_[path]) << path << " " << story;
     }
+    for (const auto& file : store_->table().files()) {
+      for (const VersionRecord& record : file->history) {
+        unseen_.erase(std::string(record.bytes.bytes()));
+      }
+    }
+    EXPECT_TRUE(unseen_.empty()) << *unseen_.begin() << " is lost " << story;
     for (const auto& file : store_->table().files()) {
       std::uint32_t last = 0;
       for (const VersionRecord& record : file->history) EXPECT_GT(record.version, last) << story;
@@ -79,12 +101,14 @@ class VersionStoreFaultsTest : public StoreFixture {
     fs::create_directories(folder_.path("tree"));
     promised_.clear();
     newest_.clear();
+    unseen_.clear();
     files_.reset();
     ASSERT_TRUE(load());
   }
 
   std::map<std::string, std::map<std::uint32_t, std::string>> promised_;
   std::map<std::string, std::uint32_t> newest_;
+  std::set<std::string> unseen_;  ///< what another program saved, and a step then wrote over
 };
 
 TEST_F(VersionStoreFaultsTest, NothingAnsweredIsLostWhicheverOperationFails) {
