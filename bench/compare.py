@@ -4,7 +4,9 @@
     bench/compare.py [--mb build/bench/bin/mb] [--only limits,git,mb] [--dir build/bench/compare]
 
 The tree is that of bench/make_tree.py, everything is warm in the cache, and each figure is a median of
-runs on a folder of its own under --dir, which has to be on the disk that is meant.
+runs on a folder of its own under --dir, which has to be on the disk that is meant. What a run leaves
+is removed at the very end: a file system may take ten times as long to make files in the minutes after
+many were removed (ext4 does not reuse their inodes at once, and looks through all of them).
 """
 import argparse
 import os
@@ -13,6 +15,7 @@ import re
 import shutil
 import subprocess
 import sys
+import tempfile
 
 import make_tree
 import mirebolt
@@ -25,7 +28,6 @@ GIT = {**os.environ, "GIT_CONFIG_GLOBAL": os.devnull, "GIT_CONFIG_SYSTEM": os.de
 
 
 def fresh_copy(source, target):
-    shutil.rmtree(target, ignore_errors=True)
     shutil.copytree(source, target)
     os.sync()  # or the first flush that is measured pays for the copy
     return target
@@ -33,7 +35,6 @@ def fresh_copy(source, target):
 
 def small_tree(tree, target):
     """The first files of the tree, in a folder of their own."""
-    shutil.rmtree(target, ignore_errors=True)
     names = sorted(path for path in tree.rglob("*") if path.is_file())[:SMALL_TREE_FILES]
     for name in names:
         copy = target / name.relative_to(tree)
@@ -51,22 +52,22 @@ def limits(table, tree, work, disk_bench):
     table.add("an empty process", median(50, lambda _: run(["true"])))
 
 
-def git_in(folder):
+def git_in(folder, store):
     def git(*words):
-        return run(["git", "-C", folder, "-c", "gc.auto=0", *words], GIT)
+        return run(["git", f"--git-dir={store}", f"--work-tree={folder}", "-C", folder, "-c", "gc.auto=0", *words], GIT)
     return git
 
 
-def git_enrol(folder):
-    git = git_in(folder)
-    shutil.rmtree(folder / ".git", ignore_errors=True)
+def git_enrol(folder, store):
+    git = git_in(folder, store)
     return git("init", "-q") + git("add", "-A") + git("commit", "-q", "-m", "first")
 
 
-def git_rows(table, folder, size, enrolments):
-    git = git_in(folder)
-    table.add(f"git init + add + commit, {size} files", median(enrolments, lambda _: git_enrol(folder)))
-    path = sorted(path for path in folder.rglob("*") if path.is_file() and ".git" not in path.parts)[0]
+def git_rows(table, folder, size, enrolments, stores):
+    table.add(f"git init + add + commit, {size} files",
+              median(enrolments, lambda i: git_enrol(folder, stores / str(i))))
+    git = git_in(folder, stores / str(enrolments - 1))
+    path = sorted(path for path in folder.rglob("*") if path.is_file())[0]
 
     def save(i):
         path.write_text(f"change {i}\n")
@@ -79,6 +80,22 @@ def git_rows(table, folder, size, enrolments):
     table.add(f"git status, {size} files", median(11, lambda _: git("status", "--porcelain")))
 
 
+def compare(parts, tree, work, mb):
+    few = small_tree(tree, work / "small")
+    table = Table()
+    if "limits" in parts:
+        table.section("the system alone, 20,000 files")
+        limits(table, tree, work, mb.with_name("disk_bench"))
+    if "git" in parts:
+        for source, size, enrolments in ((few, SMALL_TREE_FILES, 11), (tree, make_tree.FILES, 3)):
+            table.section(f"git, {size} files")
+            git_rows(table, fresh_copy(source, work / f"git-{size}"), size, enrolments, work / f"git-stores-{size}")
+    if "mb" in parts:
+        for source, size in ((few, SMALL_TREE_FILES), (tree, make_tree.FILES)):
+            table.section(f"mb, {size} files")
+            mirebolt.rows(table, mb, fresh_copy(source, work / f"mb-{size}"), size, work / f"homes-{size}")
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--mb", type=pathlib.Path, default=ROOT / "build" / "bench" / "bin" / "mb")
@@ -88,22 +105,11 @@ def main():
     work, mb = options.dir.resolve(), options.mb.resolve()
     work.mkdir(parents=True, exist_ok=True)
     tree = make_tree.ensure(work / "tree")
-    few = small_tree(tree, work / "small")
-    parts = options.only.split(",")
-    table = Table()
-    if "limits" in parts:
-        table.section("the system alone, 20,000 files")
-        limits(table, tree, work, mb.with_name("disk_bench"))
-    if "git" in parts:
-        for source, size, enrolments in ((few, SMALL_TREE_FILES, 11), (tree, make_tree.FILES, 3)):
-            table.section(f"git, {size} files")
-            git_rows(table, fresh_copy(source, work / "git"), size, enrolments)
-            shutil.rmtree(work / "git")
-    if "mb" in parts:
-        for source, size in ((few, SMALL_TREE_FILES), (tree, make_tree.FILES)):
-            table.section(f"mb, {size} files")
-            mirebolt.rows(table, mb, fresh_copy(source, work / "mb"), size, work / "home")
-            shutil.rmtree(work / "mb")
+    run_folder = pathlib.Path(tempfile.mkdtemp(prefix="run-", dir=work))
+    try:
+        compare(options.only.split(","), tree, run_folder, mb)
+    finally:
+        shutil.rmtree(run_folder)
 
 
 if __name__ == "__main__":

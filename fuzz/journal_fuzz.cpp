@@ -7,6 +7,7 @@
 #include "vfs/arguments.h"
 #include "vfs/chain_plan.h"
 #include "vfs/mirror_layout.h"
+#include "vfs/stat_cache.h"
 
 // A mirror as somebody may have left it: lines of its journal, names of its files, and what a
 // file's history becomes from any mix of the two. Also the arguments of a file verb.
@@ -30,6 +31,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     facts.has_tombstone = facts.has_tombstone || entry.kind == MirrorEntry::Kind::kTombstone;
     if (entry.kind == MirrorEntry::Kind::kArchive) facts.archives.push_back({entry.number, 0});
     static_cast<void>(Arguments(line).text("path", 0));
+  }
+  if (const auto looks = StatCache::read(text, "start")) {
+    FUZZ_CHECK(StatCache::read(looks->write("start"), "start").has_value());
   }
   std::uint32_t last = 0;
   for (const PlannedRecord& record : PlanChain(facts, changes).records) {
