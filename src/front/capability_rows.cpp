@@ -44,10 +44,12 @@ constexpr std::array kRows{
     Capability{"revert", "Version control", "Restore old bytes AS a new version; nothing is lost.",
                "revert src/x.cpp to 1", "The answer names the old version and the new one.",
                "rollback", "fsvctl:revert", Phrase::kVersion, true},
-    Capability{"diff", "Version control", "Compare two versions of a file, or two directories.",
-               "diff src/x.cpp   |   diff src/x.cpp 3 5",
-               "Without numbers: the latest version against the one before.", "", "fsvctl:diff",
-               Phrase::kWords, true},
+    Capability{
+        "diff", "Version control", "Compare two versions of a file, or two directories.",
+        "diff src/x.cpp   |   diff src/x.cpp 3 5   |   diff src lib   |   diff src 2026-11-23",
+        "Without numbers: the latest version against the one before. A folder takes another "
+        "one, or a moment.",
+        "", "fsvctl:diff", Phrase::kWords, true},
     Capability{"checkout", "Version control", "Take a file's edit lock for yourself.",
                "checkout src/x.cpp", "Held by somebody else: you are queued behind them.", "",
                "fsvctl:checkout", Phrase::kWords, true},

@@ -45,8 +45,8 @@ diff::TreeSide SideOf(const Directory& top, std::string_view root) {
 
 }  // namespace
 
-diff::MemoryCheck WithinMemory(platform::SystemMemory (*read)()) {
-  return [read](std::uint64_t bytes) {
+diff::MemoryCheck WithinMemory(std::function<platform::SystemMemory()> read) {
+  return [read = std::move(read)](std::uint64_t bytes) {
     const platform::SystemMemory memory = read();
     return memory.total == 0 || bytes <= memory.available;
   };

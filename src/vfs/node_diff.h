@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -10,7 +11,7 @@
 namespace mrb::vfs {
 
 /// Lets a diff take what memory the system has at that moment; anything when it will not say.
-[[nodiscard]] diff::MemoryCheck WithinMemory(platform::SystemMemory (*read)());
+[[nodiscard]] diff::MemoryCheck WithinMemory(std::function<platform::SystemMemory()> read);
 
 /// The newest versions of two files, line by line.
 [[nodiscard]] std::string DiffFiles(const File& a, const File& b);

@@ -7,8 +7,8 @@
 #include "common/answer.h"
 #include "common/text.h"
 #include "vfs/enroll_verbs.h"
-#include "vfs/node_diff.h"
 #include "vfs/verb_call.h"
+#include "vfs/verbs_diff.h"
 #include "vfs/watch_verbs.h"
 
 namespace mrb::vfs {
@@ -165,19 +165,6 @@ std::string Editone(const VerbCall& call) {
   return answer;
 }
 
-/// "3" and "v3".
-std::optional<std::uint32_t> VersionOf(std::string_view text) {
-  text = Trim(text);
-  if (text.starts_with('v') || text.starts_with('V')) text.remove_prefix(1);
-  const auto number = ParseDecimal(text);
-  if (!number || *number == 0 || *number > UINT32_MAX) return std::nullopt;
-  return static_cast<std::uint32_t>(*number);
-}
-
-std::string NoVersion(const std::string& version, const std::string& path) {
-  return ErrorAnswer("no v" + version + " of " + path + " (fsvctl:log shows the chain)");
-}
-
 std::string Revert(const VerbCall& call) {
   const auto found = Find(call);
   if (!found) return found.error();
@@ -214,72 +201,6 @@ std::string Open(const VerbCall& call) {
   const auto bytes = store->version_bytes(*file, *version);
   if (!bytes) return NoVersion(std::to_string(*version), found->path);
   return std::string(bytes->bytes());
-}
-
-/// A folder with everything below it, as it is now; null when the path leads to none.
-std::unique_ptr<Directory> FolderAt(const VerbCall& call, const StorePath& at) {
-  std::unique_ptr<Directory> folder;
-  {
-    const HeldStore store(at.store, call.caller);
-    if (!store->is_folder(at.path)) return nullptr;
-    folder = store->tree();
-  }
-  for (const std::string_view name : Split(at.path, '/')) {
-    if (name.empty()) continue;
-    const auto next = std::ranges::find_if(folder->children, [&](const auto& child) {
-      return child->kind == iFileSystemObj::kDirectory && child->name == name;
-    });
-    if (next == folder->children.end()) return nullptr;
-    auto inner = std::move(*next);
-    folder.reset(static_cast<Directory*>(inner.release()));
-  }
-  return folder;
-}
-
-std::string DiffFolders(const VerbCall& call, const Found& found, const Directory& folder) {
-  const std::string other_path = call.args.text("a", 1);
-  if (other_path.empty()) return ErrorAnswer("not a file: " + found.path);
-  const auto other = Locate(call, other_path);
-  const auto other_folder = other ? FolderAt(call, *other) : nullptr;
-  if (other_folder == nullptr) return ErrorAnswer("no such directory: " + other_path);
-  return DiffDirectories(folder, found.path, *other_folder, other_path);
-}
-
-/// The version that an argument names. Without one: the newest, or 0, none, when that is not asked
-/// for and there is none before it.
-std::optional<std::uint32_t> DiffVersion(const File& file, const std::string& wanted, bool newest) {
-  if (!wanted.empty()) return VersionOf(wanted);
-  if (newest) return file.history.back().version;
-  return file.history.size() < 2 ? 0 : file.history[file.history.size() - 2].version;
-}
-
-std::string Diff(const VerbCall& call) {
-  const auto found = Find(call);
-  if (!found) return found.error();
-  if (const auto folder = FolderAt(call, found->at)) return DiffFolders(call, *found, *folder);
-  struct Side {
-    std::string wanted;
-    std::uint32_t version = 0;
-    Blob bytes;
-  };
-  Side sides[2] = {{call.args.text("a", 1), 0, {}}, {call.args.text("b", 2), 0, {}}};
-  {
-    const HeldStore store(found->at.store, call.caller);
-    const File* file = store->find(found->at.path);
-    if (file == nullptr || file->history.empty()) return NoFile(*store, *found);
-    for (Side& side : sides) {
-      const auto version = DiffVersion(*file, side.wanted, &side == &sides[1]);
-      if (!version) return NoVersion(side.wanted, found->path);
-      side.version = *version;
-      if (side.version == 0) continue;
-      auto bytes = store->version_bytes(*file, side.version);
-      if (!bytes) return NoVersion(std::to_string(side.version), found->path);
-      side.bytes = *std::move(bytes);
-    }
-  }
-  return diff::FileDiff({found->path, sides[0].version, sides[0].bytes.bytes()},
-                        {found->path, sides[1].version, sides[1].bytes.bytes()},
-                        WithinMemory(&platform::ReadSystemMemory));
 }
 
 /// "2026-11-23" and "2026-11-23 09:05:00", and any beginning between the two.
@@ -323,7 +244,7 @@ constexpr std::array kRows{
             true, &Editone},
     VerbRow{"revert", "", "fsvctl:revert <path> <version>", true, &Revert},
     VerbRow{"open", "", "fsvctl:open <path> <version>", true, &Open},
-    VerbRow{"diff", "", "fsvctl:diff <path> [a] [b]", true, &Diff},
+    VerbRow{"diff", "", "fsvctl:diff <path> [a] [b]", true, &RunDiff},
     VerbRow{"timeline", "",
             "fsvctl:timeline [--since=YYYY-MM-DD] [--author=name] [--limit=n] [--store=dir]", false,
             &Timeline},

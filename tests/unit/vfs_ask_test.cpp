@@ -211,6 +211,68 @@ TEST_F(AskTest, EditsWhatItFinds) {
   }
 }
 
+TEST_F(AskTest, DiffComparesFilesFoldersAndMoments) {
+  put("a/same", "x");
+  put("a/d/f", "1\n");
+  put("a/gone", "g");
+  put("b/same", "x");
+  put("b/d/f", "2\n");
+  enroll();
+  const std::string frame = "\ndiffering files (identical files omitted to spare context):\n";
+  const std::string end = "=== END DIRECTORY DIFF ===\n";
+  const std::string differences =
+      "=== DIRECTORY DIFF ===\nA: a\nB: b" + frame +
+      "  [differs]   d/f @A a/d/f (v1) , @B b/d/f (v1)\n  [only in A] gone\n" + end;
+  const std::string not_a_file = "=== FILE DIFF ===\nERROR: other side is not a File.\n";
+  expect({{"fsvctl:diff a b", differences},
+          {"fsvctl:diff a a",
+           "=== DIRECTORY DIFF ===\nA: a\nB: a" + frame + "  (none — trees are identical)\n" + end},
+          {"fsvctl:diff a/d/f b/d/f",
+           "=== FILE DIFF ===\nFILE1: a/d/f  (v1)\nFILE2: b/d/f  (v1)\nlegend: [ ] same   [-] only "
+           "in FILE1   [+] only in FILE2\n---\n[-] 1\n[+] 2\n=== END DIFF ===\n"},
+          {"fsvctl:diff a/d/f b", not_a_file},
+          {"fsvctl:diff a b/d/f", not_a_file},
+          {"fsvctl:diff a", "ERROR: a is a folder*"},
+          {"fsvctl:diff a nowhere", "ERROR: no such directory: nowhere"},
+          {"fsvctl:diff nowhere a", "ERROR: no such file: nowhere"}});
+  run("fsvctl:diff a b");
+  std::ifstream summary(folder_.path("home") + "/.versioncontrol/_DIFF_SUMMARY.txt");
+  std::ostringstream kept;
+  kept << summary.rdbuf();
+  EXPECT_EQ(kept.str(), differences);
+  EXPECT_EQ(run("fsstat:list"), "OK: 2 folder(s), 0 file(s) in " + root_ + "\n  a/\n  b/\n");
+  const std::string other = folder_.path("other");
+  test::fs::create_directories(other);
+  std::ofstream(other + "/same") << "x";
+  run("fsvctl:enroll " + other);
+  EXPECT_EQ(run("fsvctl:diff " + root_ + "/b " + other), "=== DIRECTORY DIFF ===\nA: " + root_ +
+                                                             "/b\nB: " + other + frame +
+                                                             "  [only in A] d/f\n" + end);
+  free_ = 100;
+  const std::string no_memory = " right now — close some things to free RAM and try again";
+  EXPECT_EQ(run("fsvctl:diff " + root_ + " " + other),
+            "not enough free memory to compare these directories" + no_memory);
+  EXPECT_EQ(run("fsvctl:diff " + root_ + "/a/d/f " + root_ + "/b/d/f"),
+            "not enough free memory to diff these files right now (2 vs 2 bytes) — close some "
+            "things to free RAM and try again");
+}
+
+TEST_F(AskTest, DiffComparesAFolderWithItsPast) {
+  enroll();
+  run("fsmk:file <path>d/a</path><content>1</content>");
+  const std::string frame = "\ndiffering files (identical files omitted to spare context):\n";
+  const std::string end = "=== END DIRECTORY DIFF ===\n";
+  expect({{"fsvctl:diff d 2020-01-01", "=== DIRECTORY DIFF ===\nA: d @ 2020-01-01 00:00:00\nB: d" +
+                                           frame + "  [only in B] a\n" + end},
+          {"fsvctl:diff d 2020-01-01T10:30 2199-12-31",
+           "=== DIRECTORY DIFF ===\nA: d @ 2020-01-01 10:30:00\nB: d @ 2199-12-31 00:00:00" +
+               frame + "  [only in B] a\n" + end},
+          {"fsvctl:diff d 2020-13-01", "ERROR: no such directory: 2020-13-01"},
+          {"fsvctl:diff d 2020-01-01 then", "ERROR: no moment: then"},
+          {"fs:rm d/a", "OK: tombstoned d/a*"},
+          {"fsvctl:diff d 2020-01-01 2020-01-02", "=== DIRECTORY DIFF ===*"}});
+}
+
 /// What a search shows, line by line.
 std::string PlainGrep(const std::string& text, const GrepOptions& options) {
   std::vector<std::string> lines;

@@ -11,6 +11,15 @@ std::string Reference(std::string_view root, const TreeFile& file) {
   return reference.append(file.path).append(" (v").append(std::to_string(file.version)).append(")");
 }
 
+std::string Heading(const TreeSide& side) {
+  return std::string(side.root) + (side.moment.empty() ? "" : " @ " + side.moment);
+}
+
+/// Equal contents of one store are the same bytes in memory.
+bool SameBytes(std::string_view a, std::string_view b) {
+  return (a.data() == b.data() && a.size() == b.size()) || a == b;
+}
+
 /// Whether the file comes first on its side: the other side is used up, or further on.
 bool ComesFirst(const std::vector<TreeFile>& files, std::size_t at,
                 const std::vector<TreeFile>& others, std::size_t other) {
@@ -33,7 +42,7 @@ std::string Differences(const TreeSide& a, const TreeSide& b) {
     } else {
       const TreeFile& left = a.files[i++];
       const TreeFile& right = b.files[j++];
-      if (left.bytes == right.bytes) continue;
+      if (SameBytes(left.bytes, right.bytes)) continue;
       line("  [differs]   ",
            left.path + " @A " + Reference(a.root, left) + " , @B " + Reference(b.root, right));
     }
@@ -47,7 +56,7 @@ std::string DirectoryDiff(TreeSide a, TreeSide b) {
   std::ranges::sort(a.files, {}, &TreeFile::path);
   std::ranges::sort(b.files, {}, &TreeFile::path);
   std::string text = "=== DIRECTORY DIFF ===\nA: ";
-  text.append(a.root).append("\nB: ").append(b.root);
+  text.append(Heading(a)).append("\nB: ").append(Heading(b));
   text += "\ndiffering files (identical files omitted to spare context):\n";
   const std::string differences = Differences(a, b);
   text += differences.empty() ? "  (none — trees are identical)\n" : differences;
