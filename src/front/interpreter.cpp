@@ -34,7 +34,8 @@ void ShowProgress(const std::string& text) {
 }
 
 vfs::VfsOptions FileOptions(const Homes& homes, const AuthorBook& authors,
-                            std::function<void(std::string_view)> print, bool is_console) {
+                            std::function<void(std::string_view)> print, bool is_console,
+                            vfs::ChangeObserver changed) {
   vfs::VfsOptions options;
   options.files = &platform::SystemFiles();
   options.data_home = homes.data_home;
@@ -45,6 +46,7 @@ vfs::VfsOptions FileOptions(const Homes& homes, const AuthorBook& authors,
   options.outside_author = [&authors] { return authors.author_of("cli"); };
   options.print = std::move(print);
   options.print_is_console = is_console;
+  options.changed = std::move(changed);
   return options;
 }
 
@@ -68,7 +70,7 @@ std::optional<std::vector<memory::FileVersion>> VersionsForMemory(vfs::VfsServic
 }  // namespace
 
 Interpreter::Interpreter(const Homes& homes, std::function<void(std::string_view)> print,
-                         bool is_console)
+                         bool is_console, WriteObservers observers)
     : memory_({.contexts_folder = homes.contexts_folder(),
                .files = &platform::SystemFiles(),
                .now = &UnixSeconds,
@@ -76,8 +78,10 @@ Interpreter::Interpreter(const Homes& homes, std::function<void(std::string_view
                .progress = &ShowProgress,
                .file_versions =
                    [this](const std::string& folder) { return VersionsForMemory(files_, folder); },
-               .registers = [this](std::string_view bot) { return registers_.of(bot); }}),
-      files_(FileOptions(homes, authors_, std::move(print), is_console)),
+               .registers = [this](std::string_view bot) { return registers_.of(bot); },
+               .changed = std::move(observers.memory)}),
+      files_(
+          FileOptions(homes, authors_, std::move(print), is_console, std::move(observers.files))),
       services_{.memory = &memory_,
                 .files = &files_,
                 .authors = &authors_,

@@ -12,13 +12,20 @@
 
 namespace mrb::front {
 
+/// Who is told of what is written, by whomever; both may be empty.
+struct WriteObservers {
+  vfs::ChangeObserver files;
+  memory::MemoryObserver memory;
+};
+
 /// Everything that commands run on: the services of one process and an engine for whoever calls.
 /// Thread-safe.
 class Interpreter : public server::InterpreterBridge {
  public:
   /// `print` takes what a start has to tell the user, and warnings; `is_console`: its output may be
   /// rewritten in place.
-  Interpreter(const Homes& homes, std::function<void(std::string_view)> print, bool is_console);
+  Interpreter(const Homes& homes, std::function<void(std::string_view)> print, bool is_console,
+              WriteObservers observers = {});
 
   /// Loads what a resident keeps in memory, on a thread of its own.
   void start() { files_.start(); }
@@ -26,6 +33,12 @@ class Interpreter : public server::InterpreterBridge {
   void execute(std::string_view bot, std::string_view command, std::string& answer) override;
 
   [[nodiscard]] vfs::VfsService& files() { return files_; }
+  [[nodiscard]] memory::MemoryService& memory() { return memory_; }
+
+  /// Under which name a bot writes.
+  [[nodiscard]] std::string author_of(std::string_view bot) const {
+    return authors_.author_of(bot);
+  }
 
   /// The context in which a bot's commands run. Must not outlive the interpreter.
   [[nodiscard]] Engine engine_for(std::string_view bot) const;

@@ -19,6 +19,7 @@
 #include "server/chat_sockets.h"
 #include "server/server.h"
 #include "server/terminals.h"
+#include "workstation/workstation.h"
 
 namespace mrb::front {
 namespace {
@@ -44,7 +45,8 @@ std::uint64_t UnixMilliseconds() {
 class RunningServer {
  public:
   RunningServer(const Settings& settings, const Homes& homes, bool open_page)
-      : interpreter_(homes, &WriteStdout, platform::StdoutIsConsole()),
+      : activity_(UnixMilliseconds() / 1000),
+        interpreter_(homes, &WriteStdout, platform::StdoutIsConsole(), observers()),
         hub_(hub_options(homes)),
         sockets_(hub_),
         terminals_(terminal_options(homes)),
@@ -52,6 +54,12 @@ class RunningServer {
               .terminals = &terminals_,
               .hub = &hub_,
               .max_answer = MaxToolAnswer(homes)}),
+        workstation_({.files = interpreter_.files(),
+                      .memory = interpreter_.memory(),
+                      .terminals = terminals_,
+                      .activity = activity_,
+                      .author = [this] { return interpreter_.author_of("cli"); },
+                      .port = settings.port}),
         server_(options(settings, homes, open_page)) {
     interpreter_.start();
     thread_ = std::thread([this] {
@@ -64,9 +72,10 @@ class RunningServer {
   RunningServer(const RunningServer&) = delete;
   RunningServer& operator=(const RunningServer&) = delete;
   ~RunningServer() {
-    // First: requests that wait for a terminal or for chat return, and stop() can end.
+    // First: requests that wait for a terminal, for chat or for events return, and stop() can end.
     terminals_.end_all();
     hub_.stop();
+    activity_.events().close();
     server_.stop();
     thread_.join();
   }
@@ -95,7 +104,16 @@ class RunningServer {
     chosen.hub = &hub_;
     chosen.chat = &sockets_;
     chosen.json_rpc = [this](const server::JsonRpcCall& call) { return mcp_.answer(call); };
+    chosen.workstation = [this](const server::Request& request) {
+      return workstation_.answer(request);
+    };
     return chosen;
+  }
+
+  WriteObservers observers() {
+    return {.files = [this](const auto& store,
+                            const auto& change) { activity_.file_changed(store, change); },
+            .memory = [this](const auto& change) { activity_.memory_changed(change); }};
   }
 
   chat::HubOptions hub_options(const Homes& homes) {
@@ -118,14 +136,19 @@ class RunningServer {
       hub_.post_terminal(post.bot, post.terminal, post.text);
     };
     chosen.log = [](std::string_view line) { WriteStderr(line); };
+    chosen.changed = [this](std::string_view what, const auto& session) {
+      activity_.terminal_changed(what, session);
+    };
     return chosen;
   }
 
+  workstation::Activity activity_;  // first: the others tell it what they do
   Interpreter interpreter_;
   chat::Hub hub_;
   server::ChatSockets sockets_;
   server::Terminals terminals_;
   mcp::McpService mcp_;
+  workstation::Workstation workstation_;
   server::Server server_;
   std::atomic<bool> failed_{false};
   std::atomic<bool> ended_{false};

@@ -11,11 +11,13 @@ namespace mrb::memory {
 
 using platform::JoinPath;
 
-Context::Context(platform::FileSystem& files, const std::string& contexts_folder, std::string id)
+Context::Context(platform::FileSystem& files, const std::string& contexts_folder, std::string id,
+                 MemoryObserver changed)
     : files_(files),
       contexts_folder_(contexts_folder),
       folder_(JoinPath(contexts_folder, id)),
-      id_(std::move(id)) {}
+      id_(std::move(id)),
+      changed_(std::move(changed)) {}
 
 std::shared_lock<platform::SharedMutex> Context::share() {
   const std::lock_guard turn(queue_);
@@ -76,6 +78,12 @@ Status Context::open(bool create) {
   }
   store_.reset();  // before the new one, or both would be in memory
   auto store = std::make_unique<ContextStore>(files_, folder_);
+  if (changed_) {
+    store->set_observer([this](MemoryChange change) {
+      change.context = id_;
+      changed_(change);
+    });
+  }
   if (const auto memos = store->load(); !memos) {
     lock_.reset();
     return Fail(memos.error().kind == ErrorKind::kNotFound ? ErrorKind::kIo : memos.error().kind,

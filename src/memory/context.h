@@ -17,7 +17,8 @@ namespace mrb::memory {
 /// out meanwhile, and the mutex by which readers share it while a writer has it alone.
 class Context {
  public:
-  Context(platform::FileSystem& files, const std::string& contexts_folder, std::string id);
+  Context(platform::FileSystem& files, const std::string& contexts_folder, std::string id,
+          MemoryObserver changed = {});
 
   [[nodiscard]] const std::string& id() const { return id_; }
 
@@ -61,6 +62,7 @@ class Context {
   std::string contexts_folder_;
   std::string folder_;
   std::string id_;
+  MemoryObserver changed_;
   std::mutex queue_;  // held only while waiting for mutex_
   platform::SharedMutex mutex_;
   std::optional<platform::FileLock> lock_;  // guarded by mutex_, as all below

@@ -29,8 +29,15 @@ std::string registry_key(std::string_view id) {
 
 }  // namespace
 
-ContextRegistry::ContextRegistry(platform::FileSystem& files, std::string contexts_folder)
-    : files_(files), contexts_folder_(std::move(contexts_folder)) {}
+ContextRegistry::ContextRegistry(platform::FileSystem& files, std::string contexts_folder,
+                                 MemoryObserver changed)
+    : files_(files), contexts_folder_(std::move(contexts_folder)), changed_(std::move(changed)) {}
+
+void ContextRegistry::tell_moved(std::string_view id) const {
+  if (changed_) {
+    changed_({.context = id, .what = MemoryChange::What::kMoved, .topic = {}});
+  }
+}
 
 std::shared_ptr<Context> ContextRegistry::find(std::string_view id, bool create) {
   const std::string key = registry_key(id);
@@ -47,7 +54,7 @@ std::shared_ptr<Context> ContextRegistry::find(std::string_view id, bool create)
   const std::lock_guard lock(mutex_);
   auto& context = contexts_[key];
   if (!context) {
-    context = std::make_shared<Context>(files_, contexts_folder_, std::string(id));
+    context = std::make_shared<Context>(files_, contexts_folder_, std::string(id), changed_);
   }
   return context;
 }
@@ -137,6 +144,7 @@ ContextRegistry::Listed ContextRegistry::look_at(std::string id) {
     if (const ContextStore* store = known->loaded()) {
       listed.loaded = true;
       listed.topics = store->index().topics().size();
+      listed.memos = store->index().memos().size();
       listed.bytes = store->heap().used();
       return listed;
     }
@@ -181,7 +189,11 @@ Status ContextRegistry::move_out(std::string_view id, const std::string& to) {
   }
   const auto context = find(id, true);
   const auto alone = context->own();
-  return context->move_to(to, {});
+  const Status moved = context->move_to(to, {});
+  if (moved) {
+    tell_moved(id);
+  }
+  return moved;
 }
 
 Status ContextRegistry::rename(std::string_view id, std::string_view new_id) {
@@ -194,10 +206,15 @@ Status ContextRegistry::rename(std::string_view id, std::string_view new_id) {
     return Fail(ErrorKind::kAlreadyExists, to->folder());
   }
   to->evict();  // what is left of one whose folder someone took away
-  return from->move_to(to->folder(), [&] {
+  const Status moved = from->move_to(to->folder(), [&] {
     return platform::ReplaceFile(files_, platform::JoinPath(to->folder(), kContextIdFileName),
                                  new_id);
   });
+  if (moved) {
+    tell_moved(id);
+    tell_moved(new_id);
+  }
+  return moved;
 }
 
 Status ContextRegistry::move_in(const std::string& from, std::string_view id) {
@@ -216,6 +233,7 @@ Status ContextRegistry::move_in(const std::string& from, std::string_view id) {
       return back ? kept : Fail(kept.error().kind, kept.error().text + "; " + back.error().text);
     }
   }
+  tell_moved(id);
   return {};
 }
 

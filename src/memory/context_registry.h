@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "memory/context.h"
+#include "memory/memory_service.h"
 
 namespace mrb::memory {
 
@@ -33,7 +34,8 @@ struct WriteAccess {
 /// Every error's text is fit for an answer. A bad id is refused before anything is touched.
 class ContextRegistry {
  public:
-  ContextRegistry(platform::FileSystem& files, std::string contexts_folder);
+  ContextRegistry(platform::FileSystem& files, std::string contexts_folder,
+                  MemoryObserver changed = {});
 
   /// For reading; makes nothing on disk for a context that does not exist.
   [[nodiscard]] Result<ReadAccess> read(std::string_view id);
@@ -53,6 +55,7 @@ class ContextRegistry {
     std::string id;
     bool loaded = false;
     std::uint64_t topics = 0;  ///< of a loaded one
+    std::uint64_t memos = 0;   ///< of a loaded one
     std::uint64_t bytes = 0;   ///< in memory of a loaded one, else of its store file
     bool legacy = false;       ///< its only store is of an older format
   };
@@ -79,11 +82,13 @@ class ContextRegistry {
   [[nodiscard]] Status check_writable(std::string_view id);
 
  private:
+  void tell_moved(std::string_view id) const;
   [[nodiscard]] Listed look_at(std::string id);
   [[nodiscard]] std::shared_ptr<Context> find(std::string_view id, bool create);
 
   platform::FileSystem& files_;
   std::string contexts_folder_;
+  MemoryObserver changed_;
   std::mutex mutex_;
   std::map<std::string, std::shared_ptr<Context>, std::less<>> contexts_;  // guarded by mutex_
 };

@@ -247,7 +247,14 @@ Result<std::uint64_t> ContextStore::append(const RecordFields& fields) {
   } catch (const std::bad_alloc&) {
     stale_ = true;  // the memo is on the disk; a reload will find it
   }
+  tell(MemoryChange::What::kAdded, fields.topic);
   return offset;
+}
+
+void ContextStore::tell(MemoryChange::What what, std::string_view topic) const {
+  if (changed_) {
+    changed_({.context = {}, .what = what, .topic = topic});
+  }
 }
 
 Result<std::uint64_t> ContextStore::exchange(std::span<const std::uint32_t> rows,
@@ -291,6 +298,7 @@ Result<std::uint64_t> ContextStore::exchange(std::span<const std::uint32_t> rows
   }
   heap_.set_used(kept + added.bytes().size());
   rebuild();
+  tell(rows.empty() ? MemoryChange::What::kAdded : MemoryChange::What::kRemoved, {});
   return kept;
 }
 
@@ -343,6 +351,7 @@ Status ContextStore::replace(std::uint32_t row, const RecordFields& fields) {
   std::ranges::copy(record, heap_.data() + start);
   heap_.set_used(start + record.size() + behind);
   rebuild();
+  tell(MemoryChange::What::kUpdated, fields.topic);
   return {};
 }
 

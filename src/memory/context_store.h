@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "memory/context_index.h"
+#include "memory/memory_service.h"
 #include "memory/overlay_set.h"
 #include "memory/record_batch.h"
 #include "memory/record_heap.h"
@@ -38,6 +39,10 @@ class ContextStore {
 
   /// The store in `folder`, nothing of it loaded yet. `files` outlives it.
   ContextStore(platform::FileSystem& files, std::string folder);
+
+  /// Who is told of each change that is on the disk; the context's name is left for them to fill
+  /// in.
+  void set_observer(std::function<void(MemoryChange)> changed) { changed_ = std::move(changed); }
 
   /// Reads the store file, or the legacy one where there is no other, and indexes it; no file is an
   /// empty store. Returns the number of memos. An error means that nothing is known of the
@@ -99,6 +104,7 @@ class ContextStore {
   [[nodiscard]] Status append_to_file(std::string_view bytes);
   [[nodiscard]] std::uint64_t record_end(std::uint32_t row) const;
   void rebuild();
+  void tell(MemoryChange::What what, std::string_view topic) const;
 
   std::unique_ptr<StoreFile> file_;  // nothing: in memory only
   platform::FileSystem* files_ = nullptr;
@@ -106,6 +112,7 @@ class ContextStore {
   RecordHeap heap_;
   std::unique_ptr<ContextIndex> index_;
   OverlaySet overlays_;
+  std::function<void(MemoryChange)> changed_;  // may be empty
   std::uint64_t dropped_ = 0;
   bool foreign_ = false;  // the file is no store; it is not ours to write
   bool convert_ = false;  // the heap comes from a legacy file: the next write writes it whole

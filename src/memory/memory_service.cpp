@@ -13,7 +13,8 @@ namespace mrb::memory {
 class MemoryService::Impl {
  public:
   explicit Impl(MemoryOptions options)
-      : options_(std::move(options)), contexts_(*options_.files, options_.contexts_folder) {
+      : options_(std::move(options)),
+        contexts_(*options_.files, options_.contexts_folder, options_.changed) {
     if (!options_.embedder) {
       options_.embedder = SystemEmbedder();
     }
@@ -30,10 +31,17 @@ class MemoryService::Impl {
     return row->run({contexts_, options_, bot, verb, rest});
   }
 
- private:
   MemoryOptions options_;
   ContextRegistry contexts_;
 };
+
+ContextRegistry& MemoryService::contexts() {
+  return impl_->contexts_;
+}
+
+const MemoryOptions& MemoryService::options() const {
+  return impl_->options_;
+}
 
 MemoryService::MemoryService(MemoryOptions options)
     : impl_(std::make_unique<Impl>(std::move(options))) {}

@@ -21,6 +21,23 @@ struct FileVersion {
   std::uint64_t written = 0;  ///< seconds since 1970-01-01 00:00 UTC
 };
 
+/// Something of a context was written.
+struct MemoryChange {
+  enum class What : std::uint8_t {
+    kAdded,    ///< a memo at the end of a topic
+    kUpdated,  ///< a memo in its place
+    kRemoved,  ///< memos taken out, or others put in their places
+    kMoved     ///< the context itself: renamed, retired, parked, brought back
+  };
+  std::string_view context;
+  What what = What::kAdded;
+  std::string_view topic;  ///< the only one concerned; empty: any
+};
+
+/// Told of each change once it is on the disk, while the context is held: it must be quick and must
+/// not use the memory.
+using MemoryObserver = std::function<void(const MemoryChange&)>;
+
 /// What the memory needs of its surroundings. The functions may be called by any thread.
 struct MemoryOptions {
   std::string contexts_folder;            ///< holds one folder per context; made by the first write
@@ -43,7 +60,11 @@ struct MemoryOptions {
 
   /// The command register of a bot: $1, $2, … of its queries, and filled by them. May be empty.
   std::function<std::shared_ptr<CommandRegister>(std::string_view bot)> registers = {};
+
+  MemoryObserver changed = {};  ///< may be empty
 };
+
+class ContextRegistry;
 
 /// Persistent memory: every context, and the verbs over them. Thread-safe.
 class MemoryService {
@@ -57,6 +78,10 @@ class MemoryService {
   /// case does not matter. Never throws.
   [[nodiscard]] std::string execute(std::string_view bot, std::string_view verb,
                                     std::string_view rest);
+
+  /// The contexts themselves, for who shows them otherwise than as answers.
+  [[nodiscard]] ContextRegistry& contexts();
+  [[nodiscard]] const MemoryOptions& options() const;
 
  private:
   class Impl;

@@ -161,6 +161,11 @@ Response AnswerNodeDisabled(const Request& /*request*/, const Services& /*servic
   return JsonFailure(kUnavailable, "mirenode is disabled in this build");
 }
 
+Response AnswerWorkstation(const Request& request, const Services& services) {
+  if (!services.options.workstation) return JsonFailure(kUnavailable, "workstation not wired");
+  return services.options.workstation(request);
+}
+
 Response AnswerNotFound(const Request& /*request*/, const Services& /*services*/) {
   return PlainAnswer(kNotFound, kPlain, "not found");
 }

@@ -19,6 +19,9 @@ namespace mrb::server {
 /// The fixed answers of subsystems that are not part of this build.
 [[nodiscard]] Response AnswerAgentBanner(const Request& request, const Services& services);
 [[nodiscard]] Response AnswerNodeDisabled(const Request& request, const Services& services);
+/// /ui/api/…: what the workstation pages ask; see docs/http.md.
+[[nodiscard]] Response AnswerWorkstation(const Request& request, const Services& services);
+
 [[nodiscard]] Response AnswerNotFound(const Request& request, const Services& services);
 
 }  // namespace mrb::server

@@ -38,6 +38,7 @@ constexpr Route kRoutes[] = {
 
     {kGet, "/", kExact, Access::kAny, AnswerIndex},
     {kGet, "/index.html", kExact, Access::kAny, AnswerIndex},
+    {kEveryMethod, "/ui/api/", kPrefix, Access::kTrusted, AnswerWorkstation},
     {kGet, "/ui", kExact, Access::kAny, AnswerUi},
     {kGet, "/ui/", kPrefix, Access::kAny, AnswerUi},
     {kGet, "/backgrounds/", kPrefix, Access::kAny, AnswerBackground},

@@ -18,6 +18,8 @@ class ChatLayer;
 class InterpreterBridge;
 class SessionGate;
 class Terminals;
+struct Request;
+struct Response;
 
 struct ServerOptions {
   std::int32_t port = 9999;
@@ -34,6 +36,8 @@ struct ServerOptions {
   /// The answers of /vc/dirs and /vc/list, as JSON; empty: those routes answer 503. Any thread.
   std::function<std::string()> enrolled_directories;
   std::function<std::string()> versioned_stores;
+  /// Answers /ui/api/, what the pages ask of the resident, for trusted callers only; empty: 503.
+  std::function<Response(const Request&)> workstation;
   SessionGate* sessions = nullptr;  ///< null: nobody from outside comes in. Outlives the server
   Terminals* terminals = nullptr;   ///< null: its routes answer 404. Outlives the server
 };

@@ -56,6 +56,10 @@ Terminals::~Terminals() {
   changed_.wait(lock, [this] { return readers_ == 0 && opening_ == 0; });
 }
 
+void Terminals::tell(std::string_view what, const TerminalSession& session) const {
+  if (options_.changed) options_.changed(what, session);
+}
+
 /// A number for a session that is being opened, counted as one from now on. Where there is no room
 /// the one that ended first goes.
 Result<std::uint64_t> Terminals::reserve() {
@@ -100,6 +104,7 @@ Result<Terminals::SessionRef> Terminals::open(std::string_view command_line,
     if (options_.log) options_.log("[term] " + entered.error().text + "\n");
     return std::unexpected(entered.error());
   }
+  tell("opened", **session);
   return session;
 }
 
@@ -120,6 +125,7 @@ bool Terminals::start_reading(const SessionRef& session) {
   }
   auto body = [this, held = session]() mutable {
     held->run();
+    tell("ended", *held);
     held.reset();
     const std::scoped_lock lock(mutex_);
     --readers_;
@@ -156,6 +162,7 @@ bool Terminals::close(std::string_view id) {
     if (std::erase_if(sessions_, is_it) == 0) return false;  // another caller was faster
   }
   session->end();
+  tell("closed", *session);
   return true;
 }
 
@@ -166,13 +173,16 @@ Status Terminals::set_name(std::string_view id, std::string_view name) {
   }
   const SessionRef session = find(id);
   if (session == nullptr) return Fail(ErrorKind::kNotFound, "no such session");
-  const std::scoped_lock lock(mutex_);  // so that of two callers only one gets the name
-  for (const auto& [number, other] : sessions_) {
-    if (!lower.empty() && other != session && other->alive() && other->name() == lower) {
-      return Fail(ErrorKind::kAlreadyExists, "name already in use");
+  {
+    const std::scoped_lock lock(mutex_);  // so that of two callers only one gets the name
+    for (const auto& [number, other] : sessions_) {
+      if (!lower.empty() && other != session && other->alive() && other->name() == lower) {
+        return Fail(ErrorKind::kAlreadyExists, "name already in use");
+      }
     }
+    session->set_name(lower);
   }
-  session->set_name(lower);
+  tell("named", *session);
   return {};
 }
 
@@ -184,6 +194,7 @@ Status Terminals::share(std::string_view id, std::string_view bot) {
   if (session == nullptr) return Fail(ErrorKind::kNotFound, "no such terminal");
   if (options_.post) options_.post({bot, session->id(), AttachNotice(session->id())});
   session->share_with(std::string(bot));
+  tell("shared", *session);
   return {};
 }
 

@@ -21,6 +21,9 @@ struct TerminalOptions {
   std::function<void(std::string_view)> log;          ///< one whole line; any thread; may be empty
   TerminalPoster post;                                ///< the chat; empty: nobody is told
   std::function<void(std::string_view query)> focus;  ///< the desktop shell; may be empty
+  /// Told what became of a session: "opened", "named", "shared", "ended" or "closed". Any thread,
+  /// with no lock held; may be empty.
+  std::function<void(std::string_view what, const TerminalSession&)> changed;
   std::size_t most = 400;  ///< sessions kept, so that a usual limit of 1,024 open files is not
                            ///< reached; the ones that ended first make room for new ones
 };
@@ -71,6 +74,7 @@ class Terminals {
  private:
   using Started = std::unique_ptr<platform::PseudoConsole>;
 
+  void tell(std::string_view what, const TerminalSession& session) const;
   [[nodiscard]] Result<std::uint64_t> reserve();
   Status enter(std::uint64_t number, const Result<SessionRef>& session);
   Result<SessionRef> begin(std::uint64_t number, const std::string& command_line, Started console);

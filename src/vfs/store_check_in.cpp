@@ -184,6 +184,7 @@ Status VersionStore::log(const Change& change) {
     changes_.erase(changes_.begin(), changes_.begin() + kMostChanges / 2);
   }
   changes_.push_back(change);
+  if (setup_.changed) setup_.changed(*this, change);
   if (!places_.mirrors(change.path)) return {};
   return journal_.append(ChangeLine(change));
 }

@@ -75,6 +75,7 @@ StoreSetup StoreRegistry::setup_of(const std::string& root, const Policy& policy
   setup.now = &StampNow;
   setup.outside_author = options_.outside_author;
   setup.warn = options_.warn;
+  setup.changed = options_.changed;
   setup.pruned_folders = {options_.data_home};
   setup.boot_id = platform::BootId();
   return setup;

@@ -30,6 +30,7 @@ class StoreRegistry {
     std::string executable_folder;  ///< shortens the mirrors' names of what lies below it
     std::function<std::string()> outside_author;
     std::function<void(std::string_view)> warn;  ///< one line with its line feed
+    ChangeObserver changed;                      ///< may be empty
   };
 
   explicit StoreRegistry(Options options) : options_(std::move(options)) {}

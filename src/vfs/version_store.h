@@ -36,6 +36,12 @@ enum class StoreCategory {
   kConfiguration,  ///< a folder that the product found by itself; hidden from listings
 };
 
+class VersionStore;
+
+/// Told of each line of a store's change log, the bookkeeping ones included, while the store's lock
+/// is held: it must be quick and must not use a store.
+using ChangeObserver = std::function<void(const VersionStore&, const Change&)>;
+
 struct StoreSetup {
   platform::FileSystem* files = nullptr;  ///< outlives the store
   std::string disk_root;                  ///< absolute; empty for a store without one
@@ -45,6 +51,7 @@ struct StoreSetup {
   std::function<VersionStamp()> now;            ///< local time
   std::function<std::string()> outside_author;  ///< who saves what is not saved through us
   std::function<void(std::string_view)> warn;   ///< one line with its line feed; may be empty
+  ChangeObserver changed;                       ///< may be empty
   std::vector<std::string> pruned_folders;      ///< absolute; never looked into
   /// A file that was changed less than this ago may be in the middle of a save: a look at the tree
   /// leaves it for the next one, a few times at most.

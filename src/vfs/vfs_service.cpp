@@ -46,7 +46,8 @@ StoreRegistry::Options RegistryOptions(const VfsOptions& options) {
           .data_home = NormalPath(options.data_home).value_or(options.data_home),
           .executable_folder = options.executable_folder,
           .outside_author = options.outside_author,
-          .warn = options.print};
+          .warn = options.print,
+          .changed = options.changed};
 }
 
 }  // namespace

@@ -36,6 +36,7 @@ struct VfsOptions {
   std::string user_profile;  ///< where tools keep their folders for the user; empty: none is sought
   std::function<std::string()> outside_author;  ///< who saves what is not saved through us
   std::function<void(std::string_view)> print;  ///< text for the user at start, and warnings
+  ChangeObserver changed;                       ///< may be empty
   bool print_is_console = false;                ///< progress may rewrite its line
   std::function<platform::SystemMemory()> memory = &platform::ReadSystemMemory;
   CacheKeeper::Limits cache;
@@ -77,6 +78,12 @@ class VfsService {
   /// What the routes under /vc/ answer, as JSON.
   [[nodiscard]] std::string directories_json();
   [[nodiscard]] std::string stores_json();
+
+  /// The stores, once the lists have been read.
+  [[nodiscard]] StoreRegistry& stores() {
+    load();
+    return registry_;
+  }
 
   // For the verbs.
   [[nodiscard]] const VfsOptions& options() const { return options_; }

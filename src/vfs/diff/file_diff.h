@@ -1,9 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
+
+#include "diff/text_script.h"
 
 namespace mrb::diff {
 
@@ -13,9 +14,6 @@ struct FileSide {
   std::uint32_t version = 0;
   std::string_view bytes;
 };
-
-/// Whether that many bytes more may be taken now. None: as many as the allocator gives.
-using MemoryCheck = std::function<bool(std::uint64_t)>;
 
 /// What a file diff with something that is not a file answers.
 inline constexpr std::string_view kNotAFile =

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "common/error.h"
+#include "server/http_message.h"
+
+namespace mrb::workstation {
+
+/// Rows that one answer holds at most, and without a wish.
+inline constexpr std::uint64_t kMostRows = 1000;
+inline constexpr std::uint64_t kUsualRows = 100;
+
+/// A part of a list.
+struct Page {
+  std::uint64_t offset = 0;
+  std::uint64_t limit = kUsualRows;
+};
+
+/// The parameters of one request: the query's for a GET, for a POST those of the body, which is a
+/// form as browsers send it. Names and texts may so hold any bytes.
+class Params {
+ public:
+  explicit Params(const server::Request& request)
+      : form_(request.line.method == "POST" ? request.body : request.line.query) {}
+
+  /// Empty when it is missing.
+  [[nodiscard]] std::string text(std::string_view name) const {
+    return server::QueryParam(form_, name);
+  }
+  /// kInvalidArgument when it is missing or empty.
+  [[nodiscard]] Result<std::string> needed(std::string_view name) const;
+
+  /// `otherwise` when it is missing, at most `most`; kInvalidArgument for what is no number.
+  [[nodiscard]] Result<std::uint64_t> number(std::string_view name, std::uint64_t otherwise,
+                                             std::uint64_t most) const;
+
+  [[nodiscard]] bool is_set(std::string_view name) const { return text(name) == "1"; }
+
+  /// "offset" and "limit".
+  [[nodiscard]] Result<Page> page() const;
+
+ private:
+  std::string_view form_;
+};
+
+}  // namespace mrb::workstation

@@ -1,0 +1,92 @@
+#include "workstation/workstation.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+
+#include "workstation/desk.h"
+
+namespace mrb::workstation {
+namespace {
+
+constexpr std::string_view kPrefix = "/ui/api/";
+
+/// One route. What changes something is a POST: nothing else is sent by a page without its script.
+struct Route {
+  std::string_view method;
+  std::string_view name;  ///< behind /ui/api/
+  Handler handler;
+};
+
+constexpr std::array kRoutes{
+    Route{"GET", "status", &AnswerStatus},
+    Route{"GET", "events", &AnswerEvents},
+    Route{"GET", "files/stores", &AnswerStores},
+    Route{"GET", "files/folder", &AnswerFolder},
+    Route{"GET", "files/timeline", &AnswerTimeline},
+    Route{"GET", "files/versions", &AnswerVersions},
+    Route{"GET", "files/bytes", &AnswerBytes},
+    Route{"GET", "files/diff", &AnswerDiff},
+    Route{"GET", "files/names", &AnswerFileNames},
+    Route{"POST", "files/restore", &AnswerRestore},
+    Route{"POST", "files/revert", &AnswerRevert},
+};
+
+std::string_view StatusOf(ErrorKind kind) {
+  switch (kind) {
+    case ErrorKind::kNotFound:
+      return server::kNotFound;
+    case ErrorKind::kInvalidArgument:
+    case ErrorKind::kAlreadyExists:
+      return server::kBadRequest;
+    case ErrorKind::kBusy:
+    case ErrorKind::kTimedOut:
+    case ErrorKind::kUnavailable:
+      return server::kUnavailable;
+    default:
+      return server::kServerError;
+  }
+}
+
+server::Response WrongMethod(const Route& route) {
+  server::Response refusal =
+      server::JsonFailure(server::kMethodNotAllowed, std::string(route.method) + " it");
+  refusal.headers = "\r\nAllow: " + std::string(route.method);
+  return refusal;
+}
+
+}  // namespace
+
+struct Workstation::State {
+  Desk desk;
+};
+
+Workstation::Workstation(WorkstationParts parts)
+    : state_(new State{.desk = {.parts = std::move(parts)}}) {}
+
+Workstation::~Workstation() = default;
+
+server::Response Workstation::answer(const server::Request& request) {
+  std::string_view name = request.line.path;
+  name.remove_prefix(std::min(name.size(), kPrefix.size()));
+  const auto route = std::ranges::find(kRoutes, name, &Route::name);
+  if (route == kRoutes.end()) return server::JsonFailure(server::kNotFound, "no such route");
+  if (request.line.method != route->method) return WrongMethod(*route);
+  auto answer = route->handler(state_->desk, Params(request));
+  if (answer) return *std::move(answer);
+  return server::JsonFailure(StatusOf(answer.error().kind), answer.error().text);
+}
+
+JsonWriter BeginAnswer() {
+  JsonWriter json;
+  json.begin_object().field("ok", true);
+  return json;
+}
+
+server::Response EndAnswer(JsonWriter& json) {
+  server::Response response;
+  response.body = json.end_object().take();
+  return response;
+}
+
+}  // namespace mrb::workstation
