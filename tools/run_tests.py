@@ -12,6 +12,7 @@ import dataclasses
 import json
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -143,6 +144,24 @@ def suite_e2e(_):
     return pytest(BUILD / "release" / "bin" / "mb", []) if build("release") else FAILURE
 
 
+def suite_pages(_):
+    """The pages in a browser, by Node's own test runner."""
+    tests = ROOT / "tests" / "pages"
+    if not build("release", ["mb", "pages"]):
+        return FAILURE
+    if not quietly(["npm", "ci", "--prefix", tests, "--ignore-scripts", "--no-audit", "--no-fund",
+                    "--loglevel=error"]):
+        return FAILURE
+    result = run(["node", "--test", "--test-reporter=tap", *sorted(tests.glob("*.test.mjs"))],
+                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, env=MEMORY_DISK)
+    counts = dict(re.findall(r"^# (pass|fail|cancelled) (\d+)$", result.stdout, re.MULTILINE))
+    tally = Tally(int(counts.get("pass", 0)), int(counts.get("fail", 0)) + int(counts.get("cancelled", 0)))
+    if result.returncode != 0:
+        print(result.stdout[-20000:])
+        tally.failed = max(tally.failed, 1)
+    return tally
+
+
 def suite_windows(_):
     if not build("windows"):
         return FAILURE
@@ -168,7 +187,7 @@ def suite_fuzz(options):
     return total
 
 
-SUITES = {"format": suite_format, "unit": suite_unit, "e2e": suite_e2e, "asan": suite_asan,
+SUITES = {"format": suite_format, "unit": suite_unit, "e2e": suite_e2e, "pages": suite_pages, "asan": suite_asan,
           "tsan": suite_tsan, "windows": suite_windows, "fuzz": suite_fuzz}
 
 

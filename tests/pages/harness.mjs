@@ -11,7 +11,7 @@ import { fileURLToPath } from 'node:url';
 import { chromium } from 'playwright-core';
 
 const here = fileURLToPath(new URL('.', import.meta.url));
-const mb = process.env.MB ?? join(here, '../../build/release/bin/mb');
+const builtMb = process.env.MB ?? join(here, '../../build/release/bin/mb');
 const browserArguments = ['--headless', '--no-sandbox', '--disable-gpu', '--no-first-run', '--disable-background-networking',
   '--disable-component-update', '--disable-sync', '--disable-default-apps', '--force-color-profile=srgb'];
 /// A session may end while a page asks for something of it; the browser itself logs the 404.
@@ -41,7 +41,7 @@ export async function until(probe, what = 'it') {
 export class World {
   pages = [];
 
-  static async open() {
+  static async open(mb = builtMb) {
     const world = new World();
     world.folder = await mkdtemp(join(tmpdir(), 'mb-pages-'));
     world.port = await freePort();

@@ -30,7 +30,7 @@ test('a terminal is opened, typed into, named, and its end is shown', async () =
 
   await page.getByRole('button', { name: /^More about/ }).click();
   await page.getByRole('menuitem', { name: 'Name…' }).click();
-  await page.keyboard.type('build');
+  await page.getByRole('textbox', { name: 'Name' }).fill('build');
   await page.keyboard.press('Enter');
   await pane(page, 'build').waitFor();
   assert.equal((await sessions())[0].name, 'build');
@@ -86,6 +86,7 @@ test('two pages see the same sessions, side by side, and hidden ones are not rea
   await shows(first, /unseen\nunseen/, 1);
   assert.equal(reads, 0);
 
+  await first.bringToFront();
   await first.getByRole('button', { name: /More about two/ }).click();
   await first.getByRole('menuitem', { name: 'End…' }).click();
   await first.getByRole('button', { name: 'End it' }).click();

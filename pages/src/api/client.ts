@@ -58,14 +58,14 @@ export const api = {
     return request<T>(path, { ...options, ...(params && { params }) }, { method: 'GET' });
   },
 
-  /// A string or a Blob goes out as it is, fields as a form, anything else as JSON.
+  /// A string or bytes go out as they are, fields as a form, anything else as JSON.
   post<T>(path: string, body?: unknown, options: Options = {}): Promise<T> {
     const form = body instanceof URLSearchParams;
-    const raw = typeof body === 'string' || body instanceof Blob;
+    const raw = typeof body === 'string' || body instanceof Uint8Array;
     const type = form ? 'application/x-www-form-urlencoded' : raw ? 'text/plain; charset=utf-8' : 'application/json';
     return request<T>(path, options, {
       method: 'POST',
-      body: body === undefined ? null : form ? body.toString() : raw ? body : JSON.stringify(body),
+      body: body === undefined ? null : form ? body.toString() : raw ? (body as BodyInit) : JSON.stringify(body),
       headers: { 'Content-Type': type },
     });
   },

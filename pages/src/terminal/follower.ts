@@ -53,6 +53,9 @@ export class Follower {
 
   constructor(private readonly options: FollowerOptions) {
     this.replayed = options.fresh;
+  }
+
+  start(): void {
     void this.run();
   }
 

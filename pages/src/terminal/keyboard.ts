@@ -1,10 +1,22 @@
 import { ApiError } from '../api/client';
 import { sendKeys } from './sessions';
 
+type Bytes = Uint8Array<ArrayBuffer>;
+
+function joined(pieces: readonly Bytes[]): Bytes {
+  const all = new Uint8Array(pieces.reduce((sum, piece) => sum + piece.length, 0));
+  let at = 0;
+  for (const piece of pieces) {
+    all.set(piece, at);
+    at += piece.length;
+  }
+  return all;
+}
+
 /// What was typed into one session, sent in order: one request at a time, and what is typed meanwhile goes
 /// with the next. Keys that come before there is a session wait for it.
 export class Keyboard {
-  private waiting: Uint8Array<ArrayBuffer>[] = [];
+  private waiting: Bytes[] = [];
   private sending = false;
   private id: string | null = null;
 
@@ -25,7 +37,7 @@ export class Keyboard {
     this.push(Uint8Array.from(binary, (character) => character.charCodeAt(0)));
   }
 
-  private push(bytes: Uint8Array<ArrayBuffer>): void {
+  private push(bytes: Bytes): void {
     this.waiting.push(bytes);
     void this.drain();
   }
@@ -34,7 +46,7 @@ export class Keyboard {
     if (this.sending || this.id === null) return;
     this.sending = true;
     while (this.waiting.length > 0) {
-      const keys = new Blob(this.waiting);
+      const keys = joined(this.waiting);
       this.waiting = [];
       try {
         await sendKeys(this.id, keys);

@@ -90,6 +90,7 @@ export class Screen {
       lost: this.options.problem,
     });
     this.look();
+    this.follower.start();
   }
 
   focus(): void {

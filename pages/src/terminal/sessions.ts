@@ -39,7 +39,7 @@ export function readOutput(id: string, since: number, wait: number, signal: Abor
 }
 
 /// Keys as they are, without an Enter behind them.
-export function sendKeys(id: string, keys: Blob): Promise<unknown> {
+export function sendKeys(id: string, keys: Uint8Array<ArrayBuffer>): Promise<unknown> {
   return api.post('/term/send', keys, { params: { id, raw: 1 } });
 }
 

@@ -40,11 +40,12 @@ function Strip({ sessions, shown, onChoose }: StripProps) {
   );
 }
 
-/// The sessions of the address, as far as they exist; without any, the newest live ones.
-function chosen(path: readonly string[], sessions: readonly Session[]): string[] {
+/// The sessions of the address, as far as they exist; without any, the newest live ones, and those that
+/// ended before our eyes.
+function chosen(path: readonly string[], sessions: readonly Session[], before: readonly string[]): string[] {
   const known = path.filter((id, index) => path.indexOf(id) === index && sessions.some((session) => session.id === id));
   if (path.length > 0) return known.slice(-most);
-  return sessions.filter((session) => session.alive).slice(-usually).map((session) => session.id);
+  return sessions.filter(({ id, alive }) => alive || before.includes(id)).slice(-usually).map(({ id }) => id);
 }
 
 /// Terminals side by side. Which ones is in the address: #/terminals/<id>/<id>.
@@ -56,7 +57,9 @@ export default function TerminalsView({ path }: ViewProps) {
   const wanted = useRef<string | null>(null);
   const narrow = useMedia('(max-width: 760px)');
 
-  const all = chosen(path, sessions ?? []);
+  const before = useRef<string[]>([]);
+  const all = chosen(path, sessions ?? [], before.current);
+  before.current = all;
   const shown = narrow ? all.slice(-1) : all;
   const show = (ids: readonly string[]) => go(ids.length > 0 ? hashOf('terminals', ids) : hashOf('terminals', ['-']));
   const choose = (id: string) => {
