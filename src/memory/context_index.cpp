@@ -118,6 +118,12 @@ const VectorIndex& ContextIndex::vectors() const {
   return *vectors_;
 }
 
+const KeywordPrefixes& ContextIndex::prefixes() const {
+  const std::lock_guard lock(derived_mutex_);
+  prefixes_.follow(keywords_);  // nothing, once it has been done: keywords need a writer to change
+  return prefixes_;
+}
+
 std::string_view ContextIndex::vector_bytes(std::uint32_t row) const {
   const auto record = ReadRecord(heap_->bytes(), memos_[row].offset);
   return record ? record->vector_bytes : std::string_view();

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "memory/keyword_links.h"
+#include "memory/keyword_prefixes.h"
 #include "memory/memo_table.h"
 #include "memory/named_lists.h"
 #include "memory/recency_list.h"
@@ -70,6 +71,9 @@ class ContextIndex {
   /// The vectors that records carry, likewise.
   [[nodiscard]] const VectorIndex& vectors() const;
 
+  /// The keywords by how they begin, likewise.
+  [[nodiscard]] const KeywordPrefixes& prefixes() const;
+
   /// The floats of a row's record as they lie there; empty without a vector.
   [[nodiscard]] std::string_view vector_bytes(std::uint32_t row) const;
 
@@ -98,6 +102,7 @@ class ContextIndex {
   mutable std::mutex derived_mutex_;
   mutable std::unique_ptr<Webs> webs_;            // guarded by derived_mutex_ among readers
   mutable std::unique_ptr<VectorIndex> vectors_;  // likewise
+  mutable KeywordPrefixes prefixes_;              // likewise
 };
 
 }  // namespace mrb::memory

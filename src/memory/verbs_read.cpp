@@ -1,14 +1,13 @@
 // memos, getmemo, retrieve and recent: the verbs that show memos.
 
 #include <algorithm>
-#include <queue>
-#include <utility>
 
 #include "common/answer.h"
 #include "common/text.h"
 #include "memory/fields.h"
 #include "memory/memo_text.h"
 #include "memory/memo_types.h"
+#include "memory/newest_rows.h"
 #include "memory/verb_table.h"
 
 namespace mrb::memory {
@@ -20,28 +19,6 @@ constexpr std::uint64_t kMaxRecent = 10'000;  // lines that somebody may still w
 
 std::string types_in_brackets(std::uint32_t props) {
   return "[" + FormatMemoTypes(props) + "]";
-}
-
-/// The `count` most recently written rows, newest first; the later of two rows with one time, and
-/// all untimed ones, behind. Looks at every memo once and keeps the best only.
-std::vector<std::uint32_t> newest_rows(const MemoTable& memos, std::size_t count) {
-  using Key = std::pair<std::uint64_t, std::uint32_t>;              // write time, row
-  std::priority_queue<Key, std::vector<Key>, std::greater<>> best;  // the oldest of them on top
-  std::uint32_t row = 0;
-  for (const MemoRow& memo : memos.span()) {
-    const Key key{memo.written, row++};
-    if (best.size() < count) {
-      best.push(key);
-    } else if (best.top() < key) {
-      best.pop();
-      best.push(key);
-    }
-  }
-  std::vector<std::uint32_t> rows(best.size());
-  for (auto out = rows.rbegin(); !best.empty(); ++out, best.pop()) {
-    *out = best.top().second;
-  }
-  return rows;
 }
 
 }  // namespace
@@ -125,7 +102,7 @@ std::string RunRecent(const VerbCall& call) {
   }
   const std::string context(fields[1]);
   const ContextIndex& index = access->store->index();
-  const auto rows = newest_rows(index.memos(), std::min(wanted, kMaxRecent));
+  const auto rows = NewestRows(index.memos(), std::min(wanted, kMaxRecent));
   if (rows.empty()) {
     return OkAnswer("context '" + context + "' has no memos");
   }

@@ -7,6 +7,7 @@
 
 #include "workstation/json_writer.h"
 #include "workstation/params.h"
+#include "workstation/undo_shelf.h"
 #include "workstation/workstation.h"
 
 namespace mrb::workstation {
@@ -15,6 +16,7 @@ namespace mrb::workstation {
 struct Desk {
   WorkstationParts parts;
   std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();
+  UndoShelf undo = {};
 };
 
 /// An answer, or an error that becomes {"ok":false,...} under the status of its kind.
@@ -52,7 +54,21 @@ struct HeldFile {
 [[nodiscard]] Answer AnswerBytes(Desk& desk, const Params& params);
 [[nodiscard]] Answer AnswerDiff(Desk& desk, const Params& params);
 [[nodiscard]] Answer AnswerFileNames(Desk& desk, const Params& params);
+[[nodiscard]] Answer AnswerFileQuery(Desk& desk, const Params& params);
+[[nodiscard]] Answer AnswerGrep(Desk& desk, const Params& params);
 [[nodiscard]] Answer AnswerRestore(Desk& desk, const Params& params);
 [[nodiscard]] Answer AnswerRevert(Desk& desk, const Params& params);
+[[nodiscard]] Answer AnswerContexts(Desk& desk, const Params& params);
+[[nodiscard]] Answer AnswerTopics(Desk& desk, const Params& params);
+[[nodiscard]] Answer AnswerMemos(Desk& desk, const Params& params);
+[[nodiscard]] Answer AnswerMemo(Desk& desk, const Params& params);
+[[nodiscard]] Answer AnswerRecent(Desk& desk, const Params& params);
+[[nodiscard]] Answer AnswerMemorySearch(Desk& desk, const Params& params);
+[[nodiscard]] Answer AnswerAddMemo(Desk& desk, const Params& params);
+[[nodiscard]] Answer AnswerUpdateMemo(Desk& desk, const Params& params);
+[[nodiscard]] Answer AnswerDeleteMemo(Desk& desk, const Params& params);
+[[nodiscard]] Answer AnswerUndo(Desk& desk, const Params& params);
+[[nodiscard]] Answer AnswerDownload(Desk& desk, const Params& params);
+[[nodiscard]] Answer AnswerExport(Desk& desk, const Params& params);
 
 }  // namespace mrb::workstation

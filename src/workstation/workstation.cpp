@@ -28,8 +28,22 @@ constexpr std::array kRoutes{
     Route{"GET", "files/bytes", &AnswerBytes},
     Route{"GET", "files/diff", &AnswerDiff},
     Route{"GET", "files/names", &AnswerFileNames},
+    Route{"GET", "files/query", &AnswerFileQuery},
+    Route{"GET", "files/grep", &AnswerGrep},
     Route{"POST", "files/restore", &AnswerRestore},
     Route{"POST", "files/revert", &AnswerRevert},
+    Route{"GET", "memory/contexts", &AnswerContexts},
+    Route{"GET", "memory/topics", &AnswerTopics},
+    Route{"GET", "memory/memos", &AnswerMemos},
+    Route{"GET", "memory/memo", &AnswerMemo},
+    Route{"GET", "memory/recent", &AnswerRecent},
+    Route{"GET", "memory/search", &AnswerMemorySearch},
+    Route{"POST", "memory/add", &AnswerAddMemo},
+    Route{"POST", "memory/update", &AnswerUpdateMemo},
+    Route{"POST", "memory/delete", &AnswerDeleteMemo},
+    Route{"POST", "memory/undo", &AnswerUndo},
+    Route{"GET", "memory/download", &AnswerDownload},
+    Route{"POST", "memory/export", &AnswerExport},
 };
 
 std::string_view StatusOf(ErrorKind kind) {
@@ -61,8 +75,7 @@ struct Workstation::State {
   Desk desk;
 };
 
-Workstation::Workstation(WorkstationParts parts)
-    : state_(new State{.desk = {.parts = std::move(parts)}}) {}
+Workstation::Workstation(WorkstationParts parts) : state_(new State{{.parts = std::move(parts)}}) {}
 
 Workstation::~Workstation() = default;
 

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "common/json_scan.h"
+#include "common/text.h"
 #include "common/url.h"
 #include "platform/files.h"
 #include "platform/paths.h"
@@ -23,7 +24,7 @@ class WorkstationTest : public testing::Test {
   struct Reply {
     std::string status;
     std::string body;
-    std::unique_ptr<JsonDocument> json;
+    std::shared_ptr<JsonDocument> json;
 
     [[nodiscard]] JsonValue root() const { return json->root(); }
     [[nodiscard]] std::string text(std::string_view key) const { return root().find(key).text(); }
@@ -92,12 +93,12 @@ class WorkstationTest : public testing::Test {
     return workstation_->answer(request);
   }
   Reply reply(const server::Response& response) {
-    auto body = std::make_shared<std::string>(response.body);
-    bodies_.push_back(body);
-    auto json = JsonDocument::scan(*body);
-    EXPECT_TRUE(json) << *body;
-    EXPECT_EQ(json->root().find("ok").boolean(), response.status == server::kOk) << *body;
-    return {std::string(response.status), *body, std::make_unique<JsonDocument>(*std::move(json))};
+    const std::string& body = *bodies_.emplace_back(std::make_shared<std::string>(response.body));
+    auto json = JsonDocument::scan(body);
+    EXPECT_TRUE(json) << body;
+    EXPECT_EQ(json->root().find("ok").boolean(), response.status == server::kOk) << body;
+    const auto& kept = documents_.emplace_back(std::make_shared<JsonDocument>(*std::move(json)));
+    return {std::string(response.status), body, kept};
   }
   Reply get(const std::string& what) { return reply(raw("GET /ui/api/" + what)); }
   Reply post(const std::string& what, const std::string& form) {
@@ -113,7 +114,9 @@ class WorkstationTest : public testing::Test {
   std::unique_ptr<Workstation> workstation_;
 
  private:
-  std::vector<std::shared_ptr<std::string>> bodies_;  // documents refer to them
+  // Values refer to these for as long as the test runs.
+  std::vector<std::shared_ptr<std::string>> bodies_;
+  std::vector<std::shared_ptr<JsonDocument>> documents_;
 };
 
 }  // namespace mrb::workstation::test

@@ -1,0 +1,62 @@
+#include "workstation/memo_json.h"
+
+#include <array>
+#include <cstdio>
+
+#include "common/fnv1a.h"
+#include "common/text.h"
+#include "memory/memo_types.h"
+
+namespace mrb::workstation {
+
+std::string MemoMark(const memory::ContextIndex& index, std::uint32_t row) {
+  const memory::RecordView record = index.record(row);
+  const auto hash = static_cast<unsigned long long>(Fnv1a(record.content) * 31 + record.written);
+  std::array<char, 24> text{};
+  const int length = std::snprintf(text.data(), text.size(), "%012llx", hash & 0xFFFFFFFFFFFFULL);
+  return {text.data(), static_cast<std::size_t>(length)};
+}
+
+void AddMemo(JsonWriter& json, const memory::ContextIndex& index, std::uint32_t row) {
+  const memory::MemoRow& memo = index.memos()[row];
+  json.name_field("topic", index.topics().name(memo.topic));
+  json.field("n", std::uint64_t{memo.ordinal} + 1).field("mark", MemoMark(index, row));
+  json.key("types").begin_array();
+  const std::string types = memory::FormatMemoTypes(memo.props);
+  for (const std::string_view type : Split(types, '|')) {
+    if (type != "untyped") json.value(type);
+  }
+  json.end_array().field("written", memo.written);
+  json.field("size", index.record(row).content.size());
+}
+
+std::vector<std::string_view> KeywordsOf(const memory::RecordView& record) {
+  std::vector<std::string_view> keywords;
+  std::string_view keyword;
+  for (memory::KeywordCursor cursor = record.keywords(); cursor.next(keyword);) {
+    keywords.push_back(keyword);
+  }
+  return keywords;
+}
+
+std::vector<std::string> ContextsOf(memory::ContextRegistry& contexts, const Params& params) {
+  const std::string named = params.text("contexts");
+  if (named.empty()) return contexts.loaded();
+  std::vector<std::string> ids;
+  for (const std::string_view id : Split(named, '/')) {
+    if (!id.empty()) ids.emplace_back(id);
+  }
+  return ids;
+}
+
+Result<memory::ReadAccess> ContextOf(memory::ContextRegistry& contexts, const Params& params) {
+  const auto id = params.needed("context");
+  if (!id) return std::unexpected(id.error());
+  auto access = contexts.read(*id);
+  if (access && access->context == nullptr) {
+    return Fail(ErrorKind::kNotFound, "no such context: " + *id);
+  }
+  return access;
+}
+
+}  // namespace mrb::workstation

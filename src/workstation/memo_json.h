@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "memory/context_index.h"
+#include "memory/context_registry.h"
+#include "workstation/json_writer.h"
+#include "workstation/params.h"
+
+namespace mrb::workstation {
+
+/// What one memo is at a moment, as a short text: who changes it says which one they have seen.
+[[nodiscard]] std::string MemoMark(const memory::ContextIndex& index, std::uint32_t row);
+
+/// Appends the members of a memo: topic, n, mark, types, written, size.
+void AddMemo(JsonWriter& json, const memory::ContextIndex& index, std::uint32_t row);
+
+/// The keywords of a record.
+[[nodiscard]] std::vector<std::string_view> KeywordsOf(const memory::RecordView& record);
+
+/// The contexts that the parameter "contexts" names, with "/" between; without it all that are
+/// loaded.
+[[nodiscard]] std::vector<std::string> ContextsOf(memory::ContextRegistry& contexts,
+                                                  const Params& params);
+
+/// The context that the parameter "context" names, for reading; kNotFound when there is none.
+[[nodiscard]] Result<memory::ReadAccess> ContextOf(memory::ContextRegistry& contexts,
+                                                   const Params& params);
+
+}  // namespace mrb::workstation

@@ -1,0 +1,264 @@
+// memory/search: memos by words while they are being typed, with what led to each.
+
+#include <algorithm>
+#include <atomic>
+#include <optional>
+#include <unordered_map>
+
+#include "common/parallel.h"
+#include "common/text.h"
+#include "memory/coverage.h"
+#include "memory/fused_search.h"
+#include "memory/temporal_query.h"
+#include "memory/tokenizer.h"
+#include "query/text_search.h"
+#include "workstation/desk.h"
+#include "workstation/memo_json.h"
+
+namespace mrb::workstation {
+namespace {
+
+using memory::ContextIndex;
+using memory::Lane;
+using memory::QueryTerm;
+
+constexpr std::uint64_t kUsualHits = 50;
+constexpr std::uint64_t kMostHits = 200;
+constexpr std::size_t kMostContexts = 100;
+constexpr std::size_t kMostSearchers = 4;         // contexts that are searched side by side
+constexpr std::size_t kMostPrefixed = 24;         // words that a beginning may stand for
+constexpr std::uint64_t kMostPostings = 400'000;  // memos they may be in, together
+constexpr std::size_t kLaneDepth = 1000;          // hits by words that are fused with other lanes
+constexpr std::size_t kNearest = 100;
+constexpr std::size_t kSnippet = 280;
+constexpr std::size_t kSnippetLead = 60;
+
+/// The terms of a question, the last one perhaps only a beginning.
+struct Question {
+  std::string text;
+  bool typing = false;  ///< the last word goes on
+  bool deep = false;    ///< by meaning and by date too, which takes its time
+  std::uint64_t now = 0;
+};
+
+bool Contains(const std::vector<std::uint32_t>& ids, std::uint32_t id) {
+  return std::ranges::find(ids, id) != ids.end();
+}
+
+/// What the last word may become, beside its own relatives: half as good as a word of the memo, or
+/// a quarter when it is a word by itself. The ids, in rising order.
+std::vector<std::uint32_t> Complete(const ContextIndex& index, std::vector<QueryTerm>& terms) {
+  if (terms.empty()) return {};
+  QueryTerm& last = terms.back();
+  std::vector<std::uint32_t> added;
+  std::uint64_t postings = 0;
+  const auto& keywords = index.keywords();
+  for (const std::uint32_t id :
+       index.prefixes().starting_with(keywords, last.text, kMostPrefixed)) {
+    if (Contains(last.exact, id) || Contains(last.semantic, id)) continue;
+    postings += keywords.rows(id).size();
+    if (postings > kMostPostings && !added.empty()) break;
+    std::erase(last.thematic, id);
+    (last.exact.empty() ? last.semantic : last.thematic).push_back(id);
+    added.push_back(id);
+  }
+  std::ranges::sort(added);
+  return added;
+}
+
+struct Hit {
+  std::uint32_t row = 0;
+  double score = 0;
+  unsigned lanes = 1U << static_cast<unsigned>(Lane::kKeywords);
+  std::string json = {};
+};
+
+/// One context, searched.
+struct Searched {
+  std::string id;
+  Status failure = {};
+  std::vector<QueryTerm> terms = {};
+  std::vector<std::uint32_t> completions = {};
+  std::vector<Hit> hits = {};
+};
+
+/// The question's vector where the context has a lane for it; empty: words alone. Asked before the
+/// context is held, as the embedder takes its time.
+std::vector<float> VectorFor(memory::MemoryService& memory, const std::string& id,
+                             const Question& question) {
+  std::string model;
+  {
+    const auto access = memory.contexts().read(id);
+    if (!access || !access->store->overlays().settings().armed) return {};
+    if (access->store->index().totals().vectors == 0) return {};
+    model = access->store->overlays().settings().model;
+  }
+  return memory.options().embedder(model, question.text).value_or(std::vector<float>());
+}
+
+void Rank(Searched& searched, const ContextIndex& index, const Question& question,
+          std::span<const float> vector, std::size_t limit) {
+  searched.terms = memory::ReadQueryTerms(index, question.text);
+  if (question.typing) searched.completions = Complete(index, searched.terms);
+  memory::CoverageHits words;
+  if (!searched.terms.empty()) {
+    words = memory::RankByCoverage(index, searched.terms, question.deep ? kLaneDepth : limit);
+  }
+  if (!question.deep) {
+    for (const auto& hit : words.hits()) {
+      searched.hits.push_back({hit.row, static_cast<double>(hit.score) / memory::kScoreUnit});
+    }
+    return;
+  }
+  memory::RankedLanes lanes;
+  for (const auto& hit : words.hits()) lanes[0].push_back(hit.row);
+  if (!vector.empty()) {
+    for (const auto& near : index.vectors().nearest(vector, kNearest)) lanes[1].push_back(near.row);
+  }
+  const auto dates = memory::ReadTemporalQuery(question.text, question.now);
+  if (dates.has_date()) {
+    for (const auto& dated : memory::FindDated(index, dates)) lanes[2].push_back(dated.row);
+  }
+  const auto fused = memory::Fuse(lanes);
+  for (const auto& hit : fused) {
+    if (searched.hits.size() == limit) break;
+    searched.hits.push_back({hit.row, hit.score, hit.lanes});
+  }
+}
+
+/// How a keyword answers a term.
+std::string_view HowOf(const Searched& searched, const QueryTerm& term, std::uint32_t id) {
+  if (Contains(term.exact, id)) return "exact";
+  const bool last = &term == &searched.terms.back();
+  if (last && std::ranges::binary_search(searched.completions, id)) return "starts";
+  if (Contains(term.semantic, id)) return "related";
+  return Contains(term.thematic, id) ? "theme" : "";
+}
+
+/// Writes why a memo was found: for each term the keyword that answers it best.
+void AddReasons(JsonWriter& json, const Searched& searched, const memory::KeywordIndex& index,
+                const memory::RecordView& record) {
+  constexpr std::string_view kRanks[] = {"exact", "starts", "related", "theme"};
+  std::vector<std::uint32_t> ids;
+  const auto keywords = KeywordsOf(record);
+  for (const std::string_view keyword : keywords) ids.push_back(index.find(keyword));
+  json.key("why").begin_array();
+  for (const QueryTerm& term : searched.terms) {
+    std::size_t best = std::size(kRanks);
+    std::string_view word;
+    for (std::size_t i = 0; i < ids.size() && best > 0; ++i) {
+      const std::string_view how = HowOf(searched, term, ids[i]);
+      const auto rank = static_cast<std::size_t>(std::ranges::find(kRanks, how) - kRanks);
+      if (rank < best) {
+        best = rank;
+        word = keywords[i];
+      }
+    }
+    if (best == std::size(kRanks)) continue;
+    json.begin_object().field("term", term.text).field("word", word);
+    json.field("how", kRanks[best]).end_object();
+  }
+  json.end_array();
+}
+
+void AddLanes(JsonWriter& json, unsigned lanes) {
+  constexpr std::string_view kNames[] = {"words", "meaning", "date"};
+  json.key("lanes").begin_array();
+  for (unsigned lane = 0; lane < memory::kLanes; ++lane) {
+    if ((lanes >> lane & 1U) != 0) json.value(kNames[lane]);
+  }
+  json.end_array();
+}
+
+/// Some of the memo, from a little before the first word of the question that it holds.
+std::string_view Snippet(std::string_view content, std::span<const QueryTerm> terms) {
+  std::size_t at = content.size();
+  for (const QueryTerm& term : terms) {
+    const std::string_view head = content.substr(0, 65'536);
+    const auto found = std::ranges::search(head, term.text, [](char a, char b) {
+      return a == b || (a >= 'A' && a <= 'Z' && a + ('a' - 'A') == b);
+    });
+    if (!found.empty()) at = std::min<std::size_t>(at, found.begin() - head.begin());
+  }
+  if (at == content.size() || at <= kSnippetLead) return CutUtf8(content, kSnippet);
+  std::size_t from = at - kSnippetLead;
+  while (from < at && (static_cast<unsigned char>(content[from]) & 0xC0U) == 0x80U) ++from;
+  return CutUtf8(content.substr(from), kSnippet);
+}
+
+std::string HitJson(const Searched& searched, const ContextIndex& index, const Hit& hit) {
+  const memory::RecordView record = index.record(hit.row);
+  JsonWriter json;
+  json.begin_object().field("context", searched.id);
+  AddMemo(json, index, hit.row);
+  json.key("score").raw(std::to_string(hit.score));
+  AddLanes(json, hit.lanes);
+  AddReasons(json, searched, index.keywords(), record);
+  const std::string_view text = Snippet(record.content, searched.terms);
+  json.field("text", text).field("lead", text.data() != record.content.data());
+  json.field("cut", text.data() + text.size() != record.content.data() + record.content.size());
+  return json.end_object().take();
+}
+
+/// A context is held by itself, until its hits are written out: who held several could make
+/// somebody wait who makes us wait.
+void Search(Desk& desk, Searched& searched, const Question& question, std::size_t limit) {
+  std::vector<float> vector;
+  if (question.deep) vector = VectorFor(desk.parts.memory, searched.id, question);
+  const auto access = desk.parts.memory.contexts().read(searched.id);
+  if (!access) {
+    searched.failure = std::unexpected(access.error());
+    return;
+  }
+  const ContextIndex& index = access->store->index();
+  Rank(searched, index, question, vector, limit);
+  for (Hit& hit : searched.hits) hit.json = HitJson(searched, index, hit);
+}
+
+/// The best of all contexts: which one, which of its hits.
+std::vector<std::pair<std::size_t, std::size_t>> Best(std::span<const Searched> searched,
+                                                      std::size_t limit) {
+  std::vector<std::pair<std::size_t, std::size_t>> best;
+  for (std::size_t i = 0; i < searched.size(); ++i) {
+    for (std::size_t k = 0; k < searched[i].hits.size(); ++k) best.emplace_back(i, k);
+  }
+  std::ranges::stable_sort(best, std::greater(), [&](const auto& place) {
+    return searched[place.first].hits[place.second].score;
+  });
+  best.resize(std::min(best.size(), limit));
+  return best;
+}
+
+}  // namespace
+
+Answer AnswerMemorySearch(Desk& desk, const Params& params) {
+  const auto limit = params.number("limit", kUsualHits, kMostHits);
+  if (!limit) return std::unexpected(limit.error());
+  const auto text = params.needed("q");
+  if (!text) return std::unexpected(text.error());
+  const bool deep = params.is_set("deep");
+  const Question question{*text, !deep && text->back() != ' ', deep,
+                          desk.parts.memory.options().now()};
+  std::vector<Searched> searched;
+  for (std::string& id : ContextsOf(desk.parts.memory.contexts(), params)) {
+    if (searched.size() < kMostContexts) searched.push_back({.id = std::move(id)});
+  }
+  std::atomic<std::size_t> next = 0;
+  RunParallel(std::min(searched.size(), kMostSearchers), [&](std::size_t) {
+    for (std::size_t i = next++; i < searched.size(); i = next++) {
+      Search(desk, searched[i], question, *limit);
+    }
+  });
+  for (const Searched& one : searched) {
+    if (!one.failure) return std::unexpected(one.failure.error());
+  }
+  JsonWriter json = BeginAnswer();
+  json.field("contexts", searched.size()).key("hits").begin_array();
+  for (const auto& [context, hit] : Best(searched, *limit)) {
+    json.raw(searched[context].hits[hit].json);
+  }
+  json.end_array();
+  return EndAnswer(json);
+}
+
+}  // namespace mrb::workstation
