@@ -5,12 +5,10 @@ import { go, hashOf, route } from './app/router';
 import { StatusBar } from './app/status_bar';
 import { ViewHost } from './app/view_host';
 import { views } from './app/views';
-import { listenForKeys, useActions } from './ui/actions';
+import { everywhere, listenForKeys, useActions } from './ui/actions';
 import { DialogHost } from './ui/dialog';
 import { PaletteHost, showKeys, showPalette } from './ui/palette';
 import { ToastHost } from './ui/toast';
-
-const everywhere = 'Everywhere';
 
 function focusMain(): void {
   document.getElementById('main')?.focus();

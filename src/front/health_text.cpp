@@ -1,5 +1,6 @@
 #include "front/health_text.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 
@@ -66,7 +67,10 @@ std::string JsonUnescape(std::string_view raw) {
   out.reserve(raw.size());
   for (std::size_t i = 0; i < raw.size(); ++i) {
     if (raw[i] != '\\' || i + 1 == raw.size()) {
-      out += raw[i];
+      // An answer may be megabytes of lines: what stands between two escapes is copied at once.
+      const std::size_t end = std::min(raw.find('\\', i + 1), raw.size());
+      out += raw.substr(i, end - i);
+      i = end - 1;
       continue;
     }
     switch (const char c = raw[++i]) {

@@ -148,6 +148,30 @@ TEST(LineSearch, EqualsPlainBacktracking) {
   }
 }
 
+TEST(ClassSearch, FindsWhatAPlainLoopFinds) {
+  std::mt19937 random(9);
+  for (int round = 0; round < 3000; ++round) {
+    std::vector<ByteSet> sets(1 + random() % ClassSearch::kMostSets);
+    for (ByteSet& set : sets) {
+      for (std::size_t i = 1 + random() % 40; i > 0; --i) set.set(random() % 256);
+    }
+    std::string text(random() % 300, ' ');
+    for (char& c : text) c = static_cast<char>(random() % 256);
+    std::size_t expected = random() % 40;
+    const ClassSearch search(sets);
+    const std::size_t found = search.find(text, expected);
+    const auto fits = [&](std::size_t at) {
+      for (std::size_t i = 0; i < sets.size(); ++i) {
+        if (!sets[i][static_cast<unsigned char>(text[at + i])]) return false;
+      }
+      return true;
+    };
+    while (expected + sets.size() <= text.size() && !fits(expected)) ++expected;
+    if (expected + sets.size() > text.size()) expected = std::string::npos;
+    ASSERT_EQ(found, expected);
+  }
+}
+
 std::string FirstMatch(const std::string& pattern, const std::string& text,
                        PatternOptions options = {}) {
   const auto matcher = Matcher::make(pattern, options);

@@ -7,7 +7,7 @@ import { useLatest } from '../util/hooks';
 export interface Action {
   id: string;
   title: string;
-  /// The heading in the overlay: the view's name, or "Everywhere".
+  /// The heading in the overlay: the view's name, or `everywhere`.
   group: string;
   /// "g f" (one after the other), "mod+k" (Ctrl, Command on a Mac), "?", "shift+Enter".
   keys?: string;
@@ -15,6 +15,9 @@ export interface Action {
   inTerminal?: boolean;
   run(): void;
 }
+
+/// The group of what can be done in every view.
+export const everywhere = 'Everywhere';
 
 const registered = signal<readonly (readonly Action[])[]>([]);
 

@@ -1,6 +1,7 @@
 import type { ComponentChildren, JSX } from 'preact';
 
 export interface IconProps {
+  /// In pixels where a rem has 14.
   size?: number;
   class?: string;
 }
@@ -9,7 +10,7 @@ export type IconComponent = (props: IconProps) => JSX.Element;
 /// All icons are drawn on 20 × 20 with one line width, in the colour of the text around them.
 function drawn(children: ComponentChildren): IconComponent {
   return ({ size = 18, class: name }) => (
-    <svg width={size} height={size} viewBox="0 0 20 20" fill="none" stroke="currentColor" stroke-width="1.5"
+    <svg width={`${size / 14}rem`} height={`${size / 14}rem`} viewBox="0 0 20 20" fill="none" stroke="currentColor" stroke-width="1.5"
       stroke-linecap="round" stroke-linejoin="round" aria-hidden="true" class={name}>
       {children}
     </svg>

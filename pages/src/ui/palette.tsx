@@ -1,6 +1,6 @@
 import { signal } from '@preact/signals';
 import { useId, useMemo, useRef, useState } from 'preact/hooks';
-import { allActions, keyNames, type Action } from './actions';
+import { allActions, everywhere, keyNames, type Action } from './actions';
 import { Dialog } from './dialog';
 
 const open = signal<'palette' | 'keys' | null>(null);
@@ -39,7 +39,8 @@ function Palette({ close }: { close(): void }) {
   const [at, setAt] = useState(0);
   const id = useId();
   const list = useRef<HTMLUListElement>(null);
-  const actions = useMemo(allActions, []);
+  // The view's own come before those that are always there.
+  const actions = useMemo(() => [...allActions()].sort((a, b) => Number(a.group === everywhere) - Number(b.group === everywhere)), []);
   const found = useMemo(() => actions
     .map((action) => ({ action, points: score(`${action.group} ${action.title}`, typed) }))
     .filter((entry): entry is { action: Action; points: number } => entry.points !== undefined)

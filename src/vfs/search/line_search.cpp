@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "search/required_classes.h"
 #include "search/required_literal.h"
 
 namespace mrb::search {
@@ -29,15 +30,18 @@ Result<Matcher> Matcher::make(std::string_view pattern, PatternOptions options) 
   if (literal.text.size() > (literal.is_whole ? 0U : 1U)) {
     matcher.literal_.emplace(literal.text, parsed->ignore_case);
     matcher.literal_is_enough_ = literal.is_whole;
+  } else if (const auto classes = FindRequiredClasses(*parsed); !classes.empty()) {
+    matcher.classes_.emplace(classes);
   }
   return matcher;
 }
 
 /// A place inside the next matching line; npos when there is none. `from` begins a line.
 std::size_t LineSearch::next(std::string_view text, std::size_t from) {
-  if (!matcher_.literal_) return dfa_.find(text, from);
+  if (!matcher_.literal_ && !matcher_.classes_) return dfa_.find(text, from);
   while (from < text.size()) {
-    const std::size_t at = matcher_.literal_->find(text, from);
+    const std::size_t at = matcher_.literal_ ? matcher_.literal_->find(text, from)
+                                             : matcher_.classes_->find(text, from);
     if (at == std::string_view::npos || matcher_.literal_is_enough_) return at;
     const std::string_view line = LineAt(text, at);
     if (dfa_.find(line, 0) != std::string_view::npos) return at;

@@ -7,6 +7,7 @@
 
 #include "common/error.h"
 #include "common/literal_search.h"
+#include "search/class_search.h"
 #include "search/lazy_dfa.h"
 #include "search/match_span.h"
 #include "search/pattern.h"
@@ -29,6 +30,7 @@ class Matcher {
   Program program_;
   std::optional<LiteralSearch> literal_;  // every matching line holds it
   bool literal_is_enough_ = false;
+  std::optional<ClassSearch> classes_;  // so does every matching line bytes of these
 };
 
 /// A line that holds a match.

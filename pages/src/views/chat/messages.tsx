@@ -10,6 +10,8 @@ import type { ChatRecord } from './chat_socket';
 /// Colours and cursor movements of a shared terminal; here only its text is shown.
 const escapes = /\x1b(?:\[[0-?]*[ -/]*[@-~]|\][^\x07\x1b]*(?:\x07|\x1b\\)|.)|[\x00-\x08\x0b-\x1f]/g;
 const together = 5 * 60_000;
+/// Fewer than these are all there is.
+const fewest = 50;
 
 function Text({ record }: { record: ChatRecord }) {
   const text = record.text ?? '';
@@ -71,7 +73,7 @@ export function Messages({ label, records, me, onOlder }: MessagesProps) {
     <div class="messages-box">
       <div ref={box} class="messages" role="log" aria-label={label} tabIndex={0} onScroll={onScroll}>
         {records.length === 0 && <Empty icon={ChatIcon} title="Nothing was said yet"><p>Agents and people who join from now on read what is written here.</p></Empty>}
-        {records.length > 0 && <Button small kind="ghost" class="older" onClick={onOlder}>Show older ones</Button>}
+        {records.length >= fewest && <Button small kind="ghost" class="older" onClick={onOlder}>Show older ones</Button>}
         <ul>
           {records.map((record, index) => {
             const today = formatDay(record.at / 1000);

@@ -1,0 +1,34 @@
+// Pictures of every view, light and dark, into docs/images.
+//   node tests/pages/screenshots.mjs
+import { mkdir } from 'node:fs/promises';
+import { fileURLToPath } from 'node:url';
+import { fill } from './demo.mjs';
+import { World } from './harness.mjs';
+
+const folder = fileURLToPath(new URL('../../docs/images', import.meta.url));
+const size = [1280, 760];
+
+/// What is done to a view before its picture is taken; the address is enough for the others.
+const views = {
+  files: async () => {},
+  memory: async () => {},
+  terminals: async (page) => { await page.getByRole('region', { name: 'Terminal tests' }).locator('.xterm-rows').getByText('1204 passed').waitFor(); },
+  chat: async (page) => { await page.getByRole('log').getByText('nothing lost').waitFor(); },
+};
+
+const world = await World.open();
+try {
+  await fill(world);
+  await mkdir(folder, { recursive: true });
+  for (const scheme of ['light', 'dark']) {
+    for (const [view, prepare] of Object.entries(views)) {
+      const page = await world.page(`/ui/#/${view}`, { size, scheme });
+      await page.getByText('Live', { exact: true }).waitFor();
+      await prepare(page);
+      await page.evaluate(() => document.fonts.ready);
+      await page.screenshot({ path: `${folder}/${view}-${scheme}.png` });
+    }
+  }
+} finally {
+  await world.close();
+}
