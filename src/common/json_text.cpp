@@ -1,5 +1,8 @@
 #include "common/json_text.h"
 
+#include <cstdint>
+#include <cstring>
+
 #include "common/text.h"
 
 namespace mrb {
@@ -34,13 +37,26 @@ bool IsPlain(unsigned char c) {
   return c >= 0x20 && c < 0x80 && c != '"' && c != '\\';
 }
 
+/// Whether eight bytes are all plain; may say no where they are.
+bool AreSurelyPlain(const char* bytes) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101U;
+  constexpr std::uint64_t kTops = kOnes * 0x80;
+  std::uint64_t word = 0;
+  std::memcpy(&word, bytes, sizeof word);
+  const auto has_zero = [](std::uint64_t x) { return (x - kOnes) & ~x & kTops; };
+  const std::uint64_t below_blank = (word - kOnes * 0x20) & ~word & kTops;
+  return ((word & kTops) | below_blank | has_zero(word ^ kOnes * '"') |
+          has_zero(word ^ kOnes * '\\')) == 0;
+}
+
 }  // namespace
 
 void AppendJsonEscaped(std::string& out, std::string_view text) {
-  out.reserve(out.size() + text.size());
+  out.reserve(out.size() + text.size() + text.size() / 16);
   std::size_t at = 0;
   while (at < text.size()) {
     std::size_t end = at;
+    while (text.size() - end >= 8 && AreSurelyPlain(text.data() + end)) end += 8;
     while (end < text.size() && IsPlain(static_cast<unsigned char>(text[end]))) ++end;
     out.append(text.substr(at, end - at));
     at = end;

@@ -55,7 +55,7 @@ std::string ReadAnswerUntil(Socket& socket, Clock::time_point deadline) {
 /// Reads until the peer closes or fails. A silent open connection is waited for: the command runs.
 std::string ReadSlowAnswer(Socket& socket) {
   std::string answer;
-  std::array<char, 4096> chunk{};
+  std::vector<char> chunk(std::size_t{1} << 18U);  // an answer may be megabytes of lines
   bool told = !platform::StderrIsConsole();
   for (;;) {
     const auto received = socket.receive(chunk.data(), chunk.size());
@@ -187,9 +187,8 @@ bool ExecViaResident(std::int32_t port, std::string_view command_line, StdinLine
 }
 
 void PrintAnswer(std::string_view answer) {
-  std::string text(answer);
-  if (!text.empty() && text.back() != '\n') text += '\n';
-  platform::WriteStdout(text);
+  platform::WriteStdout(answer);
+  if (!answer.empty() && answer.back() != '\n') platform::WriteStdout("\n");
 }
 
 }  // namespace mrb::front

@@ -31,6 +31,17 @@ void SkipSeparator(std::string_view text, std::size_t& at) {
   if (at < text.size() && !IsDigit(text[at])) ++at;
 }
 
+/// Where a string without its opening quote ends: at the first quote behind an even number of
+/// backslashes.
+std::size_t StringEnd(std::string_view raw) {
+  for (std::size_t at = raw.find('"'); at != std::string_view::npos; at = raw.find('"', at + 1)) {
+    std::size_t slashes = 0;
+    while (slashes < at && raw[at - slashes - 1] == '\\') ++slashes;
+    if (slashes % 2 == 0) return at;
+  }
+  return raw.size();
+}
+
 }  // namespace
 
 std::string_view AnswerBody(std::string_view answer) {
@@ -57,9 +68,7 @@ std::string ExtractOut(std::string_view body) {
   const auto field = body.find(kOut);
   if (field == std::string_view::npos) return std::string(body);
   const std::string_view raw = body.substr(field + kOut.size());
-  std::size_t end = 0;
-  while (end < raw.size() && raw[end] != '"') end += raw[end] == '\\' ? 2 : 1;
-  return JsonUnescape(raw.substr(0, end));
+  return JsonUnescape(raw.substr(0, StringEnd(raw)));
 }
 
 std::string JsonUnescape(std::string_view raw) {

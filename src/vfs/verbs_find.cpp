@@ -1,15 +1,17 @@
 // find: files by path and by the words in them.
 
-#include <algorithm>
+#include <array>
+#include <optional>
 
 #include "common/answer.h"
 #include "common/share_out.h"
+#include "common/text.h"
 #include "query/glob.h"
 #include "search/line_search.h"
 #include "vfs/file_words.h"
-#include "vfs/grep_words.h"
 #include "vfs/path_filter.h"
 #include "vfs/store_snapshot.h"
+#include "vfs/tree_path.h"
 #include "vfs/verbs_grep.h"
 
 namespace mrb::vfs {
@@ -23,38 +25,46 @@ struct FindOptions {
   std::optional<std::string> store;
 };
 
-/// `name:<glob> keyword:<glob>`, either of them, in any order; a word without either is a name.
+/// Without the quotes that may stand around it.
+std::string Unquoted(std::string_view text) {
+  text = Trim(text);
+  if (text.size() > 1 && text.front() == '"' && text.back() == '"') {
+    text = text.substr(1, text.size() - 2);
+  }
+  return std::string(text);
+}
+
+/// `name:<glob> keyword:<glob>`, either of them, in any order. What stands before the first of them
+/// is a name. A value runs to the next one, blanks included, with quotes or without.
 std::optional<FindOptions> ParseFind(std::string_view line) {
-  FindOptions options;
-  bool any = false;
-  for (const GrepWord& word : SplitGrepWords(line)) {
-    const std::string_view text = word.text;
-    const auto value_of = [&](std::string_view key) -> std::optional<std::string> {
-      if (!text.starts_with(key)) return std::nullopt;
-      std::string_view value = text.substr(key.size());
-      if (value.size() > 1 && value.front() == '"' && value.back() == '"') {
-        value = value.substr(1, value.size() - 2);
-      }
-      return std::string(value);
-    };
-    if (auto store = value_of("--store=")) {
-      options.store = std::move(store);
-      continue;
-    }
-    any = true;
-    if (auto keyword = value_of("keyword:")) {
-      options.keyword = std::move(keyword);
-    } else if (auto name = value_of("name:")) {
-      options.name = *std::move(name);
-    } else if (!text.starts_with("--")) {
-      options.name = text;
-    } else {
-      return std::nullopt;
+  constexpr std::array<std::string_view, 3> kKeys{"name:", "keyword:", "--store="};
+  std::array<std::optional<std::string>, kKeys.size()> values;
+  std::size_t key = 0;
+  std::size_t begin = 0;
+  const auto take = [&](std::size_t end) {
+    std::string value = Unquoted(line.substr(begin, end - begin));
+    if (!value.empty() || begin > 0) values.at(key) = std::move(value);
+  };
+  for (std::size_t at = 0; at < line.size(); ++at) {
+    if (at > 0 && line[at - 1] != ' ' && line[at - 1] != '\t') continue;
+    for (std::size_t next = 0; next < kKeys.size(); ++next) {
+      if (!line.substr(at).starts_with(kKeys.at(next))) continue;
+      take(at);
+      key = next;
+      begin = at + kKeys.at(next).size();
+      break;
     }
   }
-  if (!any || options.name.empty() || (options.keyword && options.keyword->empty())) {
+  take(line.size());
+  const auto& [name, keyword, store] = values;
+  if ((!name && !keyword) || (name && name->empty()) || (keyword && keyword->empty()) ||
+      (name && name->starts_with("--"))) {
     return std::nullopt;
   }
+  FindOptions options;
+  options.keyword = keyword;
+  options.store = store;
+  if (name) options.name = NormalRelative(*name).value_or(*name);
   return options;
 }
 

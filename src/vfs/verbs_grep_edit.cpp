@@ -117,6 +117,8 @@ std::vector<std::string> UnfitWords(const GrepOptions& options,
 FileEdit Apply(const VerbCall& call, const std::shared_ptr<VersionStore>& held, TextEdit& edit,
                const Candidate& candidate) {
   const HeldStore store(held, call.caller);
+  // What an editor saved a moment ago is not to be replaced by what was there before.
+  if (!store->is_follower()) store->reconcile_file(candidate.path);
   File* file = store->find(candidate.path);
   if (file == nullptr || file->is_gone()) return Skipped(candidate, "deleted meanwhile");
   if (!store->admits(file->name, 0)) return Skipped(candidate, ExcludedReason(*store));
