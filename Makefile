@@ -2,7 +2,7 @@
 
 PORT ?= 9999
 
-.PHONY: help run build test bench fuzz format lint windows clean
+.PHONY: help run build test bench fuzz pictures format lint windows clean
 
 help:
 	@echo 'make run       build mb and run the resident in the foreground (PORT=$(PORT))'
@@ -11,6 +11,7 @@ help:
 	@echo 'make windows   build/windows/bin/mb.exe, cross-built'
 	@echo 'make bench     measure, and compare with the figures we aim at'
 	@echo 'make fuzz      run every fuzzer for a minute (SECONDS_EACH=60)'
+	@echo 'make pictures  take the pictures of the pages in docs/images anew'
 	@echo 'make format    clang-format the tree        make lint   clang-tidy it'
 
 run: build
@@ -40,6 +41,11 @@ SECONDS_EACH ?= 60
 fuzz:
 	@tools/setup test
 	@/usr/bin/python3 tools/run_tests.py --only fuzz --fuzz-seconds $(SECONDS_EACH)
+
+pictures: build
+	@tools/setup test
+	@npm ci --prefix tests/pages --ignore-scripts --no-audit --no-fund --loglevel=error
+	@node tests/pages/screenshots.mjs
 
 format:
 	@tools/setup lint

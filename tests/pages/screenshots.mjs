@@ -10,8 +10,16 @@ const size = [1280, 760];
 
 /// What is done to a view before its picture is taken; the address is enough for the others.
 const views = {
-  files: async () => {},
-  memory: async () => {},
+  files: async (page) => {
+    await page.getByRole('listbox', { name: 'Saves, the newest first' }).getByText('parser.cpp').first().click();
+    await page.getByRole('button', { name: 'Inline' }).click();
+    await page.getByText('kMostBytes').first().waitFor();
+  },
+  memory: async (page) => {
+    await page.getByRole('searchbox', { name: /memory/i }).fill('length record');
+    await page.getByText('#2').first().click();
+    await page.getByText('before anything is reserved').nth(1).waitFor();
+  },
   terminals: async (page) => { await page.getByRole('region', { name: 'Terminal tests' }).locator('.xterm-rows').getByText('1204 passed').waitFor(); },
   chat: async (page) => { await page.getByRole('log').getByText('nothing lost').waitFor(); },
 };
