@@ -51,6 +51,21 @@ test('the status corner says what the resident is', async () => {
   await page.getByRole('status').getByText('Live').waitFor();
 });
 
+test('pages share one stream of events, and hand it on', async () => {
+  const live = (page) => page.getByText('Live', { exact: true }).waitFor();
+  const first = await world().page('/ui/#/terminals');
+  await live(first);
+  const second = await world().page('/ui/#/terminals', { beside: first });
+  const asked = [];
+  second.on('request', (request) => asked.push(request.url()));
+  await live(second);
+  assert.ok(!asked.some((url) => url.includes('/ui/api/events')));
+  await first.close();
+  await until(() => asked.some((url) => /events\?after=[1-9]/.test(url)), 'the second to ask');
+  await world().post('/term/open?cmd=cat');
+  await second.getByRole('region', { name: 'Terminal cat' }).waitFor();
+});
+
 test('a resident that went away and came back is noticed, and shown again', async () => {
   const page = await world().page('/ui/#/terminals');
   await page.getByText('Live', { exact: true }).waitFor();

@@ -19,7 +19,15 @@ interface Batch {
   missed: boolean;
   events: LiveEvent[];
 }
-type News = { state: Connection } | { events: LiveEvent[] };
+
+/// What the asking page tells the others. `next` is where the one after it goes on.
+interface News {
+  state: Connection;
+  next: number;
+  events: LiveEvent[];
+}
+/// What a page that has just come says, so that it need not wait for the next event.
+const hello = 'hello';
 
 export type Connection = 'connecting' | 'live' | 'lost';
 export const connection = signal<Connection>('connecting');
@@ -30,15 +38,14 @@ export const RESET = 'reset';
 const shortestPause = 250;
 const longestPause = 10_000;
 const handlers = new Set<(event: LiveEvent) => void>();
+/// The number of the last event that this page knows of; 0: none yet.
+let seen = 0;
 
-function deliver(news: News): void {
-  if ('state' in news) {
-    const wasLost = connection.value === 'lost';
-    connection.value = news.state;
-    if (wasLost && news.state === 'live') deliver({ events: [{ kind: RESET }] });
-    return;
-  }
-  for (const event of news.events) {
+function deliver({ state, next, events }: News): void {
+  const back = connection.value === 'lost' && state === 'live';
+  connection.value = state;
+  seen = next;
+  for (const event of back ? [{ kind: RESET }, ...events] : events) {
     for (const handler of [...handlers]) handler(event);
   }
 }
@@ -46,18 +53,14 @@ function deliver(news: News): void {
 const sleep = (ms: number) => new Promise((done) => setTimeout(done, ms));
 
 async function follow(tell: (news: News) => void): Promise<never> {
-  let after = 0;
   let pause = shortestPause;
   for (;;) {
     try {
-      const batch = await api.get<Batch>('/ui/api/events', { after });
-      tell({ state: 'live' });
-      if (batch.missed) tell({ events: [{ kind: RESET }] });
-      if (batch.events.length > 0) tell({ events: batch.events });
-      after = batch.next;
+      const { next, missed, events } = await api.get<Batch>('/ui/api/events', { after: seen });
+      tell({ state: 'live', next, events: missed ? [{ kind: RESET }, ...events] : events });
       pause = shortestPause;
     } catch {
-      tell({ state: 'lost' });
+      tell({ state: 'lost', next: seen, events: [] });
       await sleep(pause);
       pause = Math.min(pause * 2, longestPause);
     }
@@ -69,13 +72,22 @@ function start(): void {
   if (started) return;
   started = true;
   const channel = new BroadcastChannel('mb.events');
-  channel.onmessage = (message) => deliver(message.data as News);
+  let asking = false;
+  channel.onmessage = ({ data }: MessageEvent<News | typeof hello>) => {
+    if (data !== hello) deliver(data);
+    else if (asking) channel.postMessage({ state: connection.value, next: seen, events: [] } satisfies News);
+  };
   const tell = (news: News) => {
     deliver(news);
     channel.postMessage(news);
   };
-  if (!navigator.locks) void follow(tell);
-  else void navigator.locks.request('mb.events', () => follow(tell));
+  const ask = () => {
+    asking = true;
+    return follow(tell);
+  };
+  channel.postMessage(hello);
+  if (!navigator.locks) void ask();
+  else void navigator.locks.request('mb.events', ask);
 }
 
 /// Calls `handler` for every event of these kinds and after a gap (RESET) until the returned function is

@@ -75,7 +75,7 @@ export function Pane(props: PaneProps) {
 
   useEffect(() => {
     const screen = new Screen({
-      host: host.current!, label: `Terminal ${title}`, ended: setEnding, skipped: setSkipped, title: setSays,
+      host: host.current!, label: `Terminal ${title}; Control Shift Up leaves it`, ended: setEnding, skipped: setSkipped, title: setSays,
       problem: (message) => { setProblem(message); setTimeout(setProblem, 5_000, ''); },
     });
     screen.attach(session.id, fresh);
