@@ -29,8 +29,8 @@ WINE_ENV = {"WINEDEBUG": "-all", "WINEPREFIX": str(BUILD / "wine"), "DISPLAY": "
 SHM = pathlib.Path("/dev/shm")
 MEMORY_DISK = {"TMPDIR": str(SHM)} if SHM.is_dir() and shutil.disk_usage(SHM).free > 1 << 30 else {}
 # The folders whose code runs on several threads at once.
-THREADED = ["platform_tests", "memory_tests", "vfs_tests", "server_tests"]
-UNIT = ["common_tests", "front_tests", *THREADED]
+THREADED = ["platform_tests", "memory_tests", "vfs_tests", "chat_tests", "server_tests", "mcp_tests"]
+UNIT = sorted({f"{path.name.split('_')[0]}_tests" for path in ROOT.glob("tests/unit/*_test.cpp")})
 
 
 @dataclasses.dataclass
