@@ -9,8 +9,8 @@ namespace mrb::chat {
 namespace {
 
 constexpr std::string_view kEnding = ".log";
-constexpr std::size_t kTail = 512 * 1024;
-constexpr std::size_t kPiece = 256 * 1024;
+constexpr std::size_t kTail = std::size_t{512} << 10U;
+constexpr std::size_t kPiece = std::size_t{256} << 10U;
 
 /// Counts lines that are not empty over the pieces of a file, so that a log of any length takes no
 /// memory, and keeps the last bytes.

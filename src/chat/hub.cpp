@@ -209,6 +209,7 @@ std::vector<Hub::ChannelInfo> Hub::channels() {
     members[one.channel].insert(std::move(one.callsign));
   }
   std::vector<ChannelInfo> all;
+  all.reserve(names.size());
   for (const std::string& name : names) all.push_back({name, members[name].size()});
   return all;
 }

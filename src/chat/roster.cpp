@@ -28,6 +28,7 @@ void Roster::seen(std::string_view callsign, std::string_view channel, std::uint
 
 std::vector<Presence> Roster::list(std::string_view channel, std::uint64_t now) const {
   std::vector<Presence> all;
+  all.reserve(listeners_.size() + readers_.size());
   for (const auto& [id, listener] : listeners_) {
     all.push_back({listener.callsign, listener.channel, true});
   }

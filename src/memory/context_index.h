@@ -17,6 +17,7 @@
 #include "memory/topic_counts.h"
 #include "memory/vector_index.h"
 #include "memory/webs.h"
+#include "memory/written_bounds.h"
 
 namespace mrb::memory {
 
@@ -56,6 +57,11 @@ class ContextIndex {
 
   /// Row numbers of a topic's memos in append order; empty when there is no such topic.
   [[nodiscard]] std::span<const std::uint32_t> topic_rows(std::string_view topic) const;
+
+  /// The rows of the `count` most recently written memos; see NewestRows(). Any reader may ask.
+  [[nodiscard]] std::vector<std::uint32_t> newest(std::size_t count) const {
+    return NewestRows(memos_, written_bounds_, count);
+  }
 
   /// The record of a row, without its vector (see ReadWholeRecord).
   [[nodiscard]] RecordView record(std::uint32_t row) const;
@@ -99,6 +105,7 @@ class ContextIndex {
   MemoTotals totals_;
   mutable RecencyList recency_;
   mutable TopicCounts topic_counts_;
+  mutable WrittenBounds written_bounds_;
   mutable std::mutex derived_mutex_;
   mutable std::unique_ptr<Webs> webs_;            // guarded by derived_mutex_ among readers
   mutable std::unique_ptr<VectorIndex> vectors_;  // likewise

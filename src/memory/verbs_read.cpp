@@ -7,7 +7,6 @@
 #include "memory/fields.h"
 #include "memory/memo_text.h"
 #include "memory/memo_types.h"
-#include "memory/newest_rows.h"
 #include "memory/verb_table.h"
 
 namespace mrb::memory {
@@ -102,7 +101,7 @@ std::string RunRecent(const VerbCall& call) {
   }
   const std::string context(fields[1]);
   const ContextIndex& index = access->store->index();
-  const auto rows = NewestRows(index.memos(), std::min(wanted, kMaxRecent));
+  const auto rows = index.newest(std::min(wanted, kMaxRecent));
   if (rows.empty()) {
     return OkAnswer("context '" + context + "' has no memos");
   }

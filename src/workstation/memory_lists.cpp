@@ -4,7 +4,6 @@
 
 #include "common/text.h"
 #include "memory/memo_types.h"
-#include "memory/newest_rows.h"
 #include "memory/tokenizer.h"
 #include "query/text_search.h"
 #include "workstation/desk.h"
@@ -192,9 +191,9 @@ Answer AnswerRecent(Desk& desk, const Params& params) {
   for (std::size_t i = 0; i < ids.size(); ++i) {
     const auto access = registry.read(ids[i]);
     if (!access) return std::unexpected(access.error());
-    const memory::MemoTable& memos = access->store->index().memos();
-    for (const std::uint32_t row : memory::NewestRows(memos, reach)) {
-      found.push_back({memos[row].written, i, row});
+    const memory::ContextIndex& index = access->store->index();
+    for (const std::uint32_t row : index.newest(reach)) {
+      found.push_back({index.memos()[row].written, i, row});
     }
   }
   const auto rows = PageOf(found, *page, [](const Recent& a, const Recent& b) {
