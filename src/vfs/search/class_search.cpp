@@ -18,33 +18,33 @@ struct ClassScans {
   }
 
 #if defined(__x86_64__)
-  __attribute__((target("avx2"))) static __m256i Twice(const std::uint8_t* table) {
-    return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(table)));
-  }
-
+  // Sixteen at a time: wider registers gain little here, and not every compiler keeps the stack
+  // aligned for them.
   template <std::size_t kSets>
-  __attribute__((target("avx2"))) static std::size_t Avx2(const ClassSearch& search,
-                                                          const char* text, std::size_t from,
-                                                          std::size_t end) {
+  __attribute__((target("ssse3"))) static std::size_t Ssse3(const ClassSearch& search,
+                                                            const char* text, std::size_t from,
+                                                            std::size_t end) {
     static constexpr std::uint8_t kBits[16] = {1, 2, 4, 8, 16, 32, 64, 128,
                                                1, 2, 4, 8, 16, 32, 64, 128};
-    const __m256i bits = Twice(kBits);
-    const __m256i half = _mm256_set1_epi8(0x0f);
-    __m256i low[ClassSearch::kMostSets];
-    for (std::size_t i = 0; i < kSets; ++i) low[i] = Twice(search.halves_[i].low.data());
+    const __m128i bits = _mm_loadu_si128(reinterpret_cast<const __m128i*>(kBits));
+    const __m128i half = _mm_set1_epi8(0x0f);
+    __m128i low[kSets];
+    for (std::size_t i = 0; i < kSets; ++i) {
+      low[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(search.halves_[i].low.data()));
+    }
     std::size_t at = from;
     // Every load ends inside the text: kSets - 1 bytes stand behind place `end` - 1.
-    for (; at + 32 <= end; at += 32) {
-      __m256i none = _mm256_setzero_si256();
+    for (; at + 16 <= end; at += 16) {
+      __m128i none = _mm_setzero_si128();
       for (std::size_t i = 0; i < kSets; ++i) {
-        const __m256i seen = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text + at + i));
-        const __m256i of_low = _mm256_shuffle_epi8(low[i], _mm256_and_si256(seen, half));
-        const __m256i of_high =
-            _mm256_shuffle_epi8(bits, _mm256_and_si256(_mm256_srli_epi16(seen, 4), half));
-        none = _mm256_or_si256(
-            none, _mm256_cmpeq_epi8(_mm256_and_si256(of_low, of_high), _mm256_setzero_si256()));
+        const __m128i seen = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + at + i));
+        const __m128i of_low = _mm_shuffle_epi8(low[i], _mm_and_si128(seen, half));
+        const __m128i of_high =
+            _mm_shuffle_epi8(bits, _mm_and_si128(_mm_srli_epi16(seen, 4), half));
+        none =
+            _mm_or_si128(none, _mm_cmpeq_epi8(_mm_and_si128(of_low, of_high), _mm_setzero_si128()));
       }
-      auto places = ~static_cast<std::uint32_t>(_mm256_movemask_epi8(none));
+      auto places = static_cast<std::uint32_t>(_mm_movemask_epi8(none)) ^ 0xffffU;
       for (; places != 0; places &= places - 1) {
         const auto place = at + static_cast<std::size_t>(std::countr_zero(places));
         if (search.fits(text + place)) return place;
@@ -54,8 +54,8 @@ struct ClassScans {
   }
 
   static ClassSearch::Scan Best(std::size_t sets) {
-    if (!__builtin_cpu_supports("avx2")) return Plain;
-    return sets == 1 ? Avx2<1> : sets == 2 ? Avx2<2> : Avx2<3>;
+    if (!__builtin_cpu_supports("ssse3")) return Plain;
+    return sets == 1 ? Ssse3<1> : sets == 2 ? Ssse3<2> : Ssse3<3>;
   }
 #else
   static ClassSearch::Scan Best(std::size_t /*sets*/) { return Plain; }

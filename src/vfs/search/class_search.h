@@ -10,7 +10,7 @@
 
 namespace mrb::search {
 
-/// Finds places where consecutive bytes belong to given sets, 32 places a step. Immutable; any
+/// Finds places where consecutive bytes belong to given sets, 16 places a step. Immutable; any
 /// number of threads may search.
 class ClassSearch {
  public:
