@@ -39,6 +39,15 @@ std::vector<std::string_view> KeywordsOf(const memory::RecordView& record) {
   return keywords;
 }
 
+void AddFailures(JsonWriter& json, const Failures& failures) {
+  json.key("failed").begin_array();
+  for (const ContextFailure& failure : failures) {
+    json.begin_object().field("context", failure.context).field("error", failure.error.text);
+    json.end_object();
+  }
+  json.end_array();
+}
+
 std::vector<std::string> ContextsOf(memory::ContextRegistry& contexts, const Params& params) {
   const std::string named = params.text("contexts");
   if (named.empty()) return contexts.loaded();

@@ -21,6 +21,15 @@ void AddMemo(JsonWriter& json, const memory::ContextIndex& index, std::uint32_t 
 /// The keywords of a record.
 [[nodiscard]] std::vector<std::string_view> KeywordsOf(const memory::RecordView& record);
 
+/// Contexts that could not be read, of several: held by another process for example.
+struct ContextFailure {
+  std::string context;
+  Error error;
+};
+using Failures = std::vector<ContextFailure>;
+/// "failed": one object each.
+void AddFailures(JsonWriter& json, const Failures& failures);
+
 /// The contexts that the parameter "contexts" names, with "/" between; without it all that are
 /// loaded.
 [[nodiscard]] std::vector<std::string> ContextsOf(memory::ContextRegistry& contexts,

@@ -188,9 +188,13 @@ Answer AnswerRecent(Desk& desk, const Params& params) {
   const std::vector<std::string> ids = ContextsOf(registry, params);
   const std::uint64_t reach = std::min(page->offset + page->limit, kMostRecent);
   std::vector<Recent> found;
+  Failures failures;
   for (std::size_t i = 0; i < ids.size(); ++i) {
     const auto access = registry.read(ids[i]);
-    if (!access) return std::unexpected(access.error());
+    if (!access) {
+      failures.push_back({ids[i], access.error()});
+      continue;
+    }
     const memory::ContextIndex& index = access->store->index();
     for (const std::uint32_t row : index.newest(reach)) {
       found.push_back({index.memos()[row].written, i, row});
@@ -199,7 +203,11 @@ Answer AnswerRecent(Desk& desk, const Params& params) {
   const auto rows = PageOf(found, *page, [](const Recent& a, const Recent& b) {
     return std::tuple(b.written, a.context, b.row) < std::tuple(a.written, b.context, a.row);
   });
+  if (!failures.empty() && failures.size() == ids.size()) {
+    return std::unexpected(failures.front().error);
+  }
   JsonWriter json = BeginAnswer();
+  AddFailures(json, failures);
   json.key("memos").begin_array();
   for (const std::string& memo : WriteOut(registry, ids, rows)) json.raw(memo);
   json.end_array().field("more", found.size() > page->offset + page->limit);

@@ -249,10 +249,15 @@ Answer AnswerMemorySearch(Desk& desk, const Params& params) {
       Search(desk, searched[i], question, *limit);
     }
   });
+  Failures failures;
   for (const Searched& one : searched) {
-    if (!one.failure) return std::unexpected(one.failure.error());
+    if (!one.failure) failures.push_back({one.id, one.failure.error()});
+  }
+  if (!failures.empty() && failures.size() == searched.size()) {
+    return std::unexpected(failures.front().error);
   }
   JsonWriter json = BeginAnswer();
+  AddFailures(json, failures);
   json.field("contexts", searched.size()).key("hits").begin_array();
   for (const auto& [context, hit] : Best(searched, *limit)) {
     json.raw(searched[context].hits[hit].json);

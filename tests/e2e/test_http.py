@@ -1,5 +1,6 @@
 """The resident as its peers on the wire see it."""
 import json
+import threading
 
 import pytest
 
@@ -85,3 +86,35 @@ def test_the_page_without_files_carries_its_policy(port):
     assert status == 200 and b"<title>Mirebolt chat</title>" in body
     assert headers["content-security-policy"] == "default-src 'self'"
     assert headers["x-content-type-options"] == "nosniff"
+
+
+@pytest.mark.smoke
+@pytest.mark.parametrize("header", FOREIGN)
+def test_a_page_of_a_foreign_origin_learns_nothing_of_the_pages_data(port, header):
+    head = "X: y" if header.startswith("Host") else "Host: 127.0.0.1"
+    for line in ("GET /ui/api/status HTTP/1.1", "GET /ui/api/memory/contexts HTTP/1.1",
+                 "POST /ui/api/memory/add HTTP/1.1"):
+        status, _, body = http(port, f"{line}\n{head}\n{header}", b"context=evil&topic=t&content=x")
+        assert (status, body) == (403, b'{"ok":false,"error":"loopback only"}')
+
+
+def test_a_page_hears_of_a_write_at_once_and_of_the_end(mb):
+    child = mb.serve()
+
+    def events(after, results):
+        answer = json.loads(http(mb.port, f"GET /ui/api/events?after={after} HTTP/1.1")[2])
+        results.append(answer)
+        return answer
+
+    after = events(0, [])["next"]
+    heard = []
+    page = threading.Thread(target=events, args=(after, heard))
+    page.start()
+    mb.out("memory.add", "me,", "notes,", "t,", ",", "words")
+    page.join(10)
+    assert [event["context"] for event in heard[0]["events"]] == ["notes"]
+    page = threading.Thread(target=events, args=(heard[0]["next"], heard))
+    page.start()
+    mb.shutdown()  # does not wait for the 25 s of a page
+    page.join(10)
+    assert child.wait(10) == 0

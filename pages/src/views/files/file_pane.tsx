@@ -89,7 +89,7 @@ function Chosen({ file, a, b, newest, deleted, fresh, onPin, pinned }: ChosenPro
     <div class="stack fill">
       <div class="pane-head wraps">
         <strong class="nums">{a > 0 ? `v${a} → v${b}` : `v${b}`}</strong>
-        <Button small kind="ghost" icon={pinned ? CloseIcon : DiffIcon} aria-pressed={pinned} onClick={onPin}>{pinned ? `From v${a}` : `From v${b}`}</Button>
+        <Button small kind="ghost" icon={pinned ? CloseIcon : DiffIcon} aria-pressed={pinned} onClick={onPin}>{pinned ? `From v${a}` : `Compare from v${b}`}</Button>
         {value && !value.binary && <span class="nums"><span class="plus">+{value.added}</span> <span class="minus">−{value.removed}</span></span>}
         <span class="grow" />
         <Segments label="How much" value={whole ? 'whole' : 'changes'} onChange={(next) => setWhole(next === 'whole')}

@@ -46,6 +46,10 @@ export interface Hit extends Recent {
   why: Reason[];
   lead: boolean;
 }
+/// Contexts that could not be read, and why.
+export interface Failed {
+  failed: { context: string; error: string }[];
+}
 export interface TopicPage extends Page<Topic> {
   all: number;
   memos: number;
@@ -70,6 +74,13 @@ export function refOf(context: string, row: { topic: string; topic_key?: string 
   return { context, topic: row.topic, key: Key.of(row.topic, row.topic_key) };
 }
 
+const quicklyLoaded = 16 * 1024 * 1024;
+const mostTogether = 100;
+/// What is looked through unless contexts are chosen: those that are loaded, and those that soon would be.
+export function usualContexts(contexts: readonly Context[]): string[] {
+  return contexts.filter((context) => context.loaded || context.bytes < quicklyLoaded).slice(0, mostTogether).map((context) => context.id);
+}
+
 export function loadContexts(signal: AbortSignal): Promise<Contexts> {
   return ask<Contexts>('memory/contexts', {}, signal);
 }
@@ -87,11 +98,11 @@ export function loadMemo(topic: TopicRef, n: number): Promise<Memo & { given: st
   return ask('memory/memo', { context: topic.context, topic: topic.key, n });
 }
 
-export async function loadRecent(contexts: readonly string[], offset: number, limit: number, signal?: AbortSignal): Promise<{ memos: Recent[]; more: boolean }> {
+export async function loadRecent(contexts: readonly string[], offset: number, limit: number, signal?: AbortSignal): Promise<{ memos: Recent[]; more: boolean } & Failed> {
   return ask('memory/recent', { contexts: contexts.join('/'), offset, limit }, signal);
 }
 
-export function search(q: string, contexts: readonly string[], deep: boolean, signal: AbortSignal): Promise<{ hits: Hit[] }> {
+export function search(q: string, contexts: readonly string[], deep: boolean, signal: AbortSignal): Promise<{ hits: Hit[] } & Failed> {
   return ask('memory/search', { q, contexts: contexts.join('/'), deep, limit: 100 }, signal);
 }
 

@@ -12,9 +12,9 @@ import { Split } from '../../ui/split';
 import { ViewFrame } from '../../ui/view';
 import { formatBytes, plural } from '../../util/format';
 import { useLoad, useMedia } from '../../util/hooks';
-import { goTo, placeOf, showing, topicOf } from './address';
+import { chosenOf, goTo, placeOf, showing, topicOf } from './address';
 import { ContextList } from './contexts';
-import { loadContexts } from './data';
+import { loadContexts, usualContexts } from './data';
 import { Editor, undoLast, type Editing } from './edit';
 import { Hits, RecentList, TopicList } from './lists';
 import '../../styles/lists.css';
@@ -38,9 +38,10 @@ export default function MemoryView(props: ViewProps) {
   ]);
 
   if (!known) return contexts.error ? <Failed error={contexts.error}><Button onClick={contexts.reload}>Try again</Button></Failed> : <Loading />;
-  const loaded = known.contexts.filter((context) => context.loaded).map((context) => context.id);
-  const list = place.q.trim() !== '' ? <Hits place={place} />
-    : place.context ? <TopicList key={place.context} place={place} /> : <RecentList place={place} contexts={loaded} />;
+  const chosen = chosenOf(place);
+  const contextsShown = chosen.length > 0 ? chosen : usualContexts(known.contexts);
+  const list = place.q.trim() !== '' ? <Hits place={place} contexts={contextsShown} />
+    : place.context ? <TopicList key={place.context} place={place} /> : <RecentList place={place} contexts={contextsShown} />;
   const picker = <ContextList place={place} contexts={known.contexts} />;
   const middle = narrow ? (
     <>

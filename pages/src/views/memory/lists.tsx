@@ -1,4 +1,4 @@
-import { useEffect, useMemo, useRef, useState } from 'preact/hooks';
+import { useEffect, useRef, useState } from 'preact/hooks';
 import { useLive } from '../../api/events';
 import { Button } from '../../ui/button';
 import { askText } from '../../ui/dialog';
@@ -12,7 +12,7 @@ import { VirtualList } from '../../ui/virtual_list';
 import { formatAgo, formatBytes, formatCount, plural } from '../../util/format';
 import { useLoad, useNow } from '../../util/hooks';
 import { usePaged } from '../../util/paged';
-import { chosenOf, goTo, showing, type Place } from './address';
+import { goTo, showing, type Place } from './address';
 import { downloadAddress, exportContext, loadRecent, loadTopics, orders, refOf, search, type Hit, type Recent, type Reason, type TopicPage } from './data';
 
 const downloadable = 64 * 1024 * 1024;
@@ -75,6 +75,12 @@ export function TopicList({ place }: { place: Place }) {
   );
 }
 
+const within = (contexts: readonly string[]) => `in ${contexts.length <= 3 ? contexts.join(', ') : plural(contexts.length, 'context')}`;
+
+function Unread({ failed = [] }: { failed?: { context: string; error: string }[] | undefined }) {
+  return <>{failed.map(({ context, error }) => <p key={context} class="notice" role="status">{context}: {error}</p>)}</>;
+}
+
 const hows: Record<Reason['how'], string> = { exact: 'word', starts: 'beginning', related: 'related', theme: 'same theme' };
 const lanes: Record<Hit['lanes'][number], string> = { words: 'words', meaning: 'meaning', date: 'date' };
 
@@ -102,25 +108,25 @@ function HitRow({ hit }: { hit: Hit }) {
 }
 
 /// Memos that fit what is being typed, each with what led to it.
-export function Hits({ place }: { place: Place }) {
+export function Hits({ place, contexts }: { place: Place; contexts: readonly string[] }) {
   const deep = place.deep === '1';
-  const contexts = chosenOf(place);
-  const found = useLoad((signal) => search(place.q, contexts, deep, signal), [place.q, place.in, deep]);
+  const found = useLoad((signal) => search(place.q, contexts, deep, signal), [place.q, contexts.join('/'), deep]);
   const hits = found.value?.hits ?? [];
   const selected = hits.findIndex((hit) => hit.context === place.at && hit.topic === place.topic && String(hit.n) === place.n);
   return (
     <>
       <div class="pane-head">
         <h2 role="status">{found.value ? plural(hits.length, 'hit') : 'Searching…'}</h2>
-        <span class="faint truncate">in {contexts.length > 0 ? contexts.join(', ') : 'all loaded contexts'}</span>
+        <span class="faint truncate">{within(contexts)}</span>
         <span class="grow" />
         {!deep && <Button small onClick={() => goTo(place, { deep: '1' }, { replace: true })}>By meaning and date too</Button>}
       </div>
+      <Unread failed={found.value?.failed} />
       {found.error ? <Failed error={found.error} />
         : hits.length > 0 ? <VirtualList label="Memos found" count={hits.length} rowRem={5} selected={selected}
             onSelect={(index) => goTo(place, showing(refOf(hits[index]!.context, hits[index]!), hits[index]!.n))}
             render={(index) => <HitRow hit={hits[index]!} />} />
-          : found.value ? <Empty icon={SearchIcon} title="No memo fits"><p>Contexts that are not loaded are searched when they are ticked.</p></Empty> : <Loading label="Searching" />}
+          : found.value ? <Empty icon={SearchIcon} title="No memo fits"><p>Large contexts that are not loaded are searched when they are ticked.</p></Empty> : <Loading label="Searching" />}
     </>
   );
 }
@@ -139,12 +145,11 @@ function RecentRow({ memo, now }: { memo: Recent; now: number }) {
 export function RecentList({ place, contexts }: { place: Place; contexts: readonly string[] }) {
   const now = useNow();
   const [turn, setTurn] = useState(0);
-  const [state, setState] = useState<{ memos: Recent[]; more: boolean; error?: Error }>();
+  const [state, setState] = useState<{ memos: Recent[]; more: boolean; failed?: { context: string; error: string }[]; error?: Error }>();
   const wanted = useRef(100);
   const loading = useRef(false);
-  const chosen = useMemo(() => (chosenOf(place).length > 0 ? chosenOf(place) : contexts), [place.in, contexts.join('/')]);
   useEffect(() => {
-    if (chosen.length === 0) {
+    if (contexts.length === 0) {
       setState({ memos: [], more: false });
       return;
     }
@@ -153,13 +158,15 @@ export function RecentList({ place, contexts }: { place: Place; contexts: readon
     const load = async () => {
       const memos: Recent[] = [];
       let more = true;
+      let failed: { context: string; error: string }[] = [];
       while (more && memos.length < wanted.current) {
-        const page = await loadRecent(chosen, memos.length, Math.min(1000, wanted.current - memos.length), abort.signal);
+        const page = await loadRecent(contexts, memos.length, Math.min(1000, wanted.current - memos.length), abort.signal);
         memos.push(...page.memos);
         more = page.more && page.memos.length > 0;
+        failed = page.failed;
       }
       loading.current = false;
-      setState({ memos, more });
+      setState({ memos, more, failed });
     };
     load().catch((error: Error) => {
       if (abort.signal.aborted) return;
@@ -167,16 +174,17 @@ export function RecentList({ place, contexts }: { place: Place; contexts: readon
       setState((before) => ({ memos: before?.memos ?? [], more: false, error }));
     });
     return () => abort.abort();
-  }, [chosen.join('/'), turn]);
+  }, [contexts.join('/'), turn]);
   useLive(['memory'], () => setTurn((before) => before + 1));
   const memos = state?.memos ?? [];
   const selected = memos.findIndex((memo) => memo.context === place.at && memo.topic === place.topic && String(memo.n) === place.n);
   return (
     <>
-      <div class="pane-head"><h2>What was written</h2><span class="faint truncate">{chosenOf(place).length > 0 ? chosen.join(', ') : 'in all loaded contexts'}</span></div>
+      <div class="pane-head"><h2>What was written</h2><span class="faint truncate">{within(contexts)}</span></div>
+      <Unread failed={state?.failed} />
       {state?.error && memos.length === 0 ? <Failed error={state.error} />
         : !state ? <Loading />
-          : memos.length === 0 ? <Empty icon={HistoryIcon} title="Nothing was written"><p>Open a context, and it is loaded and shown here too.</p></Empty>
+          : memos.length === 0 ? <Empty icon={HistoryIcon} title="Nothing was written"><p>Memos appear here as they are written.</p></Empty>
             : <VirtualList label="Memos, the last written first" count={memos.length} rowRem={3.4} selected={selected}
                 onNearEnd={() => { if (state.more && !loading.current) { wanted.current = memos.length + 300; setTurn(turn + 1); } }}
                 onSelect={(index) => goTo(place, showing(refOf(memos[index]!.context, memos[index]!), memos[index]!.n))}
