@@ -62,7 +62,8 @@ bool PathFilter::admits(std::string_view path) const {
 std::vector<std::string> PathFilter::unfit(const StoreSnapshot& snapshot) const {
   std::vector<std::string> words;
   for (std::size_t i = 0; i < globs_.size(); ++i) {
-    if (!globs_[i] || !FitsAny(*globs_[i], snapshot)) words.push_back(words_.paths[i]);
+    const std::optional<std::string>& glob = globs_[i];
+    if (!glob || !FitsAny(*glob, snapshot)) words.push_back(words_.paths[i]);
   }
   return words;
 }

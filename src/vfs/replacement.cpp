@@ -60,9 +60,10 @@ void Replacement::append(std::string& out, std::string_view line,
                          const search::Submatches::Spans& groups) const {
   for (const Piece& piece : pieces_) {
     out += piece.text;
-    if (piece.group == kNoGroup || !groups.at(piece.group)) continue;
-    const search::Span span = *groups.at(piece.group);
-    out += line.substr(span.begin, span.end - span.begin);
+    if (piece.group == kNoGroup) continue;
+    if (const std::optional<search::Span>& span = groups.at(piece.group)) {
+      out += line.substr(span->begin, span->end - span->begin);
+    }
   }
 }
 

@@ -90,7 +90,7 @@ Run Joined(Run a, const Run& b) {
   return a;
 }
 
-Facts Exactly(Run run) {
+Facts Exactly(const Run& run) {
   return {true, run, run, run};
 }
 
@@ -175,6 +175,7 @@ std::vector<ByteSet> FindRequiredClasses(const Pattern& pattern) {
   const Window window = RarestWindow(run);
   if (window.often > kMostOften) return {};
   std::vector<ByteSet> sets;
+  sets.reserve(window.size);
   for (std::size_t i = 0; i < window.size; ++i) sets.push_back(run[window.begin + i].bytes);
   return sets;
 }

@@ -1,7 +1,5 @@
 #include "search/submatches.h"
 
-#include <utility>
-
 namespace mrb::search {
 namespace {
 
@@ -43,8 +41,8 @@ Submatches::Spans Submatches::find(std::string_view line, Span span) {
   return spans;
 }
 
-void Submatches::follow(Thread thread, std::size_t at, Beside before, Beside after) {
-  open_.push_back(std::move(thread));
+void Submatches::follow(const Thread& thread, std::size_t at, Beside before, Beside after) {
+  open_.push_back(thread);
   while (!open_.empty()) {
     Thread one = open_.back();
     open_.pop_back();

@@ -33,7 +33,7 @@ class Submatches {
     Marks marks;
   };
 
-  void follow(Thread thread, std::size_t at, Beside before, Beside after);
+  void follow(const Thread& thread, std::size_t at, Beside before, Beside after);
 
   const Program& program_;
   std::vector<std::uint64_t> seen_;  // by place: the round that reached it last
