@@ -29,8 +29,11 @@ WINE_ENV = {"WINEDEBUG": "-all", "WINEPREFIX": str(BUILD / "wine"), "DISPLAY": "
 SHM = pathlib.Path("/dev/shm")
 MEMORY_DISK = {"TMPDIR": str(SHM)} if SHM.is_dir() and shutil.disk_usage(SHM).free > 1 << 30 else {}
 # The folders whose code runs on several threads at once.
-THREADED = ["platform_tests", "memory_tests", "vfs_tests", "chat_tests", "server_tests", "mcp_tests"]
+THREADED = ["platform_tests", "memory_tests", "vfs_tests", "chat_tests", "server_tests", "mcp_tests",
+            "workstation_tests"]
 UNIT = sorted({f"{path.name.split('_')[0]}_tests" for path in ROOT.glob("tests/unit/*_test.cpp")})
+# What users run, with the unit tests beside it: two builds less than one each.
+NATIVE = "test"
 
 
 @dataclasses.dataclass
@@ -129,7 +132,7 @@ def suite_format(_):
 
 
 def suite_unit(_):
-    return unit_suite("debug", UNIT)
+    return unit_suite(NATIVE, UNIT)
 
 
 def suite_asan(_):
@@ -141,19 +144,20 @@ def suite_tsan(_):
 
 
 def suite_e2e(_):
-    return pytest(BUILD / "release" / "bin" / "mb", []) if build("release") else FAILURE
+    return pytest(BUILD / NATIVE / "bin" / "mb", []) if build(NATIVE, ["mb"]) else FAILURE
 
 
 def suite_pages(_):
     """The pages in a browser, by Node's own test runner."""
     tests = ROOT / "tests" / "pages"
-    if not build("release", ["mb", "pages"]):
+    if not build(NATIVE, ["mb", "pages"]):
         return FAILURE
     if not quietly(["npm", "ci", "--prefix", tests, "--ignore-scripts", "--no-audit", "--no-fund",
                     "--loglevel=error"]):
         return FAILURE
     result = run(["node", "--test", "--test-reporter=tap", *sorted(tests.glob("*.test.mjs"))],
-                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, env=MEMORY_DISK)
+                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                 env={**MEMORY_DISK, "MB": str(BUILD / NATIVE / "bin" / "mb")})
     counts = dict(re.findall(r"^# (pass|fail|cancelled) (\d+)$", result.stdout, re.MULTILINE))
     tally = Tally(int(counts.get("pass", 0)), int(counts.get("fail", 0)) + int(counts.get("cancelled", 0)))
     if result.returncode != 0:
@@ -174,11 +178,11 @@ def suite_windows(_):
 
 
 def suite_fuzz(options):
-    if not build("fuzz"):
+    if not build("asan", ["fuzzers"]):
         return FAILURE
     total = Tally()
-    for program in sorted((BUILD / "fuzz" / "bin").glob("*_fuzz")):
-        corpus = BUILD / "fuzz" / "corpus" / program.name
+    for program in sorted((BUILD / "asan" / "bin").glob("*_fuzz")):
+        corpus = BUILD / "asan" / "corpus" / program.name
         corpus.mkdir(parents=True, exist_ok=True)
         seeds = ROOT / "fuzz" / "corpus" / program.name.removesuffix("_fuzz")
         passed = quietly([program, f"-max_total_time={options.fuzz_seconds}", "-timeout=20",

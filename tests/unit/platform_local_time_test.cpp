@@ -14,8 +14,8 @@ TEST(LocalTimeTest, AgreesWithTheLibraryOverSummersAndWinters) {
     const CivilTime time = LocalTime(at * kSecond + kSecond - 1);
     const std::tm* library = std::localtime(&at);
     ASSERT_NE(library, nullptr);
-    EXPECT_EQ(time.year, library->tm_year + 1900U);
-    EXPECT_EQ(time.month, library->tm_mon + 1U);
+    EXPECT_EQ(time.year, static_cast<unsigned>(library->tm_year + 1900));
+    EXPECT_EQ(time.month, static_cast<unsigned>(library->tm_mon + 1));
     EXPECT_EQ(time.day, static_cast<unsigned>(library->tm_mday));
     EXPECT_EQ(time.hour, static_cast<unsigned>(library->tm_hour));
     EXPECT_EQ(time.minute, static_cast<unsigned>(library->tm_min));
