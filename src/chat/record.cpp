@@ -67,13 +67,7 @@ bool IsCallsign(std::string_view name) {
   if (name.empty() || name.size() > kMaxName || name.front() == '@' || Trim(name) != name) {
     return false;
   }
-  while (!name.empty()) {
-    const std::size_t length = Utf8SequenceLength(name);
-    const auto first = static_cast<unsigned char>(name.front());
-    if (length == 0 || first < 0x20 || first == 0x7F) return false;
-    name.remove_prefix(length);
-  }
-  return true;
+  return IsUtf8(name) && std::ranges::none_of(name, IsControl);
 }
 
 }  // namespace mrb::chat

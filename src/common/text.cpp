@@ -103,6 +103,15 @@ std::size_t Utf8SequenceLength(std::string_view text) {
   return overlong || surrogate || too_large ? 0 : length;
 }
 
+bool IsUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const std::size_t length = Utf8SequenceLength(text);
+    if (length == 0) return false;
+    text.remove_prefix(length);
+  }
+  return true;
+}
+
 std::string_view CutUtf8(std::string_view text, std::size_t limit) {
   if (text.size() <= limit) return text;
   while (limit > 0 && IsContinuation(text[limit])) --limit;

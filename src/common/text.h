@@ -40,6 +40,14 @@ namespace mrb {
 /// forms, at most U+10FFFF), or 0 when the first byte starts none. Empty text: 0.
 [[nodiscard]] std::size_t Utf8SequenceLength(std::string_view text);
 
+/// Whether the whole text is valid UTF-8, control characters included.
+[[nodiscard]] bool IsUtf8(std::string_view text);
+
+/// Whether the byte is an ASCII control character, DEL included.
+[[nodiscard]] constexpr bool IsControl(char c) {
+  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
 /// The longest prefix of at most `limit` bytes that does not cut a UTF-8 sequence.
 [[nodiscard]] std::string_view CutUtf8(std::string_view text, std::size_t limit);
 

@@ -24,24 +24,12 @@ bool is_device_name(std::string_view id) {
   return std::ranges::find(kDeviceNames, base) != kDeviceNames.end();
 }
 
-bool is_utf8(std::string_view text) {
-  while (!text.empty()) {
-    const std::size_t length = Utf8SequenceLength(text);
-    if (length == 0) {
-      return false;
-    }
-    text.remove_prefix(length);
-  }
-  return true;
-}
-
 /// What is wrong with the id; empty when nothing is.
 std::string_view broken_rule(std::string_view id) {
   if (id.empty() || id.size() > kMaxContextIdBytes) {
     return "1 to 128 bytes are needed";
   }
-  const auto is_control = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
-  if (std::ranges::any_of(id, is_control) || !is_utf8(id)) {
+  if (std::ranges::any_of(id, IsControl) || !IsUtf8(id)) {
     return "control characters and invalid UTF-8 are not allowed";
   }
   if (id.find_first_of(kForbidden) != std::string_view::npos) {

@@ -2,7 +2,7 @@
 
 #include "common/answer.h"
 #include "common/text.h"
-#include "memory/fields.h"
+#include "memory/context_reading.h"
 #include "memory/memo_text.h"
 #include "memory/tokenizer.h"
 #include "memory/verb_table.h"
@@ -55,15 +55,10 @@ void append_row(std::string& out, const VerbRow& row) {
 }  // namespace
 
 std::string RunStats(const VerbCall& call) {
-  const auto fields = SplitFields(call.rest, 2);
-  if (fields.size() < 2) {
-    return GenericUsageError(call);
-  }
-  const auto access = call.contexts.read(fields[1]);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
-  const ContextStore& store = *access->store;
+  const auto reading = ReadContext(call, 2);
+  if (!reading) return reading.error();
+  const auto& [fields, access] = *reading;
+  const ContextStore& store = *access.store;
   const ContextIndex& index = store.index();
   const MemoTotals& totals = index.totals();
   std::string answer = "context '" + std::string(fields[1]) + "'" +

@@ -1,26 +1,21 @@
 // lint: is everything that a context holds in memory and on the disk in step?
 
 #include "common/answer.h"
-#include "memory/fields.h"
+#include "memory/context_reading.h"
 #include "memory/lint.h"
 #include "memory/verb_table.h"
 
 namespace mrb::memory {
 
 std::string RunLint(const VerbCall& call) {
-  const auto fields = SplitFields(call.rest, 2);
-  if (fields.size() < 2) {
-    return GenericUsageError(call);
-  }
+  const auto reading = ReadContext(call, 2);
+  if (!reading) return reading.error();
+  const auto& [fields, access] = *reading;
   const std::string context(fields[1]);
-  const auto access = call.contexts.read(context);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
-  const LintReport report = Lint(*access->store);
+  const LintReport report = Lint(*access.store);
   if (report.count == 0) {
     return OkAnswer("context '" + context + "' is clean (" +
-                    std::to_string(access->store->index().topics().size()) + " topic(s) checked)");
+                    std::to_string(access.store->index().topics().size()) + " topic(s) checked)");
   }
   std::string answer =
       "WARN: context '" + context + "' has " + std::to_string(report.count) + " finding(s)";

@@ -6,6 +6,7 @@
 
 #include "common/answer.h"
 #include "common/text.h"
+#include "memory/context_reading.h"
 #include "memory/fields.h"
 #include "memory/memo_lines.h"
 #include "memory/temporal_query.h"
@@ -110,17 +111,12 @@ std::string refusal(const ContextStore& store, std::string_view type, const std:
 }  // namespace
 
 std::string RunModels(const VerbCall& call) {
-  const auto fields = SplitFields(call.rest, 2);
-  if (fields.size() < 2) {
-    return GenericUsageError(call);
-  }
+  const auto reading = ReadContext(call, 2);
+  if (!reading) return reading.error();
+  const auto& [fields, access] = *reading;
   const std::string context(fields[1]);
-  const auto access = call.contexts.read(context);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
-  const ContextIndex& index = access->store->index();
-  const auto& overlays = access->store->overlays().all();
+  const ContextIndex& index = access.store->index();
+  const auto& overlays = access.store->overlays().all();
   if (overlays.empty()) {
     return OkAnswer("no model types registered with context '" + context +
                     "'  (memory.cachekeys <botid>, " + context + ", <modeltype> registers one)");

@@ -4,6 +4,7 @@
 
 #include "common/answer.h"
 #include "common/text.h"
+#include "memory/context_reading.h"
 #include "memory/fields.h"
 #include "memory/memo_text.h"
 #include "memory/memo_types.h"
@@ -23,15 +24,10 @@ std::string types_in_brackets(std::uint32_t props) {
 }  // namespace
 
 std::string RunMemos(const VerbCall& call) {
-  const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) {
-    return GenericUsageError(call);
-  }
-  const auto access = call.contexts.read(fields[1]);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
-  const ContextIndex& index = access->store->index();
+  const auto reading = ReadContext(call, 3);
+  if (!reading) return reading.error();
+  const auto& [fields, access] = *reading;
+  const ContextIndex& index = access.store->index();
   const auto rows = index.topic_rows(fields[2]);
   if (rows.empty()) {
     return NoTopicError(fields[2], fields[1]);
@@ -68,15 +64,10 @@ std::string RunGetMemo(const VerbCall& call) {
 }
 
 std::string RunRetrieve(const VerbCall& call) {
-  const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) {
-    return GenericUsageError(call);
-  }
-  const auto access = call.contexts.read(fields[1]);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
-  const ContextIndex& index = access->store->index();
+  const auto reading = ReadContext(call, 3);
+  if (!reading) return reading.error();
+  const auto& [fields, access] = *reading;
+  const ContextIndex& index = access.store->index();
   const auto rows = index.topic_rows(fields[2]);
   std::string answer;
   for (const std::uint32_t row : rows) {

@@ -9,6 +9,7 @@
 
 #include "common/answer.h"
 #include "common/text.h"
+#include "memory/context_reading.h"
 #include "memory/fields.h"
 #include "memory/memo_text.h"
 #include "memory/temporal_query.h"
@@ -140,15 +141,10 @@ TopicTerms look_up(const ContextIndex& index, std::string_view verb, std::string
 }  // namespace
 
 std::string RunW5(const VerbCall& call) {
-  const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) {
-    return GenericUsageError(call);
-  }
-  const auto access = call.contexts.read(fields[1]);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
-  const ContextIndex& index = access->store->index();
+  const auto reading = ReadContext(call, 3);
+  if (!reading) return reading.error();
+  const auto& [fields, access] = *reading;
+  const ContextIndex& index = access.store->index();
   const auto rows = index.topic_rows(fields[2]);
   if (rows.empty()) {
     return NoTopicError(fields[2], fields[1]);

@@ -26,17 +26,7 @@ bool IsDeviceName(std::string_view name) {
 }
 
 bool IsForbidden(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < 0x20 || byte == 0x7F || c == '/' || c == '\\' || c == ':';
-}
-
-bool IsUtf8(std::string_view text) {
-  while (!text.empty()) {
-    const std::size_t length = Utf8SequenceLength(text);
-    if (length == 0) return false;
-    text.remove_prefix(length);
-  }
-  return true;
+  return IsControl(c) || c == '/' || c == '\\' || c == ':';
 }
 
 }  // namespace

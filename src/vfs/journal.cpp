@@ -31,15 +31,6 @@ constexpr std::array kKindNames{
     KindName{ChangeKind::kReconcileStrandedLock, "reconcile-stranded-lock"},
 };
 
-bool IsUtf8(std::string_view text) {
-  while (!text.empty()) {
-    const std::size_t length = Utf8SequenceLength(text);
-    if (length == 0) return false;
-    text.remove_prefix(length);
-  }
-  return true;
-}
-
 void AppendNumber(std::string& line, std::string_view key, std::uint64_t value) {
   line.append(",\"").append(key).append("\":").append(std::to_string(value));
 }

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+#include <expected>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "memory/verb_table.h"
+
+namespace mrb::memory {
+
+/// The fields of a verb, and the context that the second of them names, open for reading.
+struct ContextReading {
+  std::vector<std::string_view> fields;
+  ReadAccess access;
+};
+
+/// What most verbs that only read begin with. `fields` is how many the verb takes, the last with
+/// all that remains; the error, with fewer of them or without such a context, is a whole answer.
+[[nodiscard]] std::expected<ContextReading, std::string> ReadContext(const VerbCall& call,
+                                                                     std::size_t fields);
+
+}  // namespace mrb::memory
