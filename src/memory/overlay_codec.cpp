@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <bit>
 
+#include "common/little_endian.h"
 #include "memory/context_id.h"
 #include "memory/embedder.h"
-#include "common/little_endian.h"
 #include "memory/overlay.h"
 #include "memory/store_format.h"
 

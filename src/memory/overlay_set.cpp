@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "common/fnv1a.h"
-#include "common/text.h"
 #include "common/little_endian.h"
+#include "common/text.h"
 #include "memory/store_format.h"
 #include "platform/paths.h"
 #include "platform/replace_file.h"

@@ -15,8 +15,9 @@ struct SystemMemory {
 /// Bytes of physical memory that this process holds now; 0 when unknown.
 [[nodiscard]] std::uint64_t ProcessResidentBytes();
 
-/// Gives memory that was freed back to the system, where the allocator keeps it for later. Worth its
-/// time (some milliseconds for a large heap) after much was freed that will not be needed again.
+/// Gives memory that was freed back to the system, where the allocator keeps it for later. Worth
+/// its time (some milliseconds for a large heap) after much was freed that will not be needed
+/// again.
 void ReturnFreedMemory();
 
 }  // namespace mrb::platform
