@@ -72,7 +72,7 @@ class McpService::Impl {
       answer.session = session_id;
     }
     const Sessions::SessionRef session = sessions_.of(session_id);
-    const auto body = batch ? answer_batch(call, *session, root) : answer_one(call, *session, root);
+    auto body = batch ? answer_batch(call, *session, root) : answer_one(call, *session, root);
     if (!body) {
       answer.status = "202 Accepted";
     } else {

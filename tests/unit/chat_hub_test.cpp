@@ -115,6 +115,7 @@ TEST_F(HubTest, EveryListenerGetsEveryMessageInOrder) {
   });
   ASSERT_TRUE(hub_.join(1, "ear", "general", outbox));
   std::vector<std::thread> speakers;
+  speakers.reserve(kSpeakers);
   for (int i = 0; i < kSpeakers; ++i) {
     speakers.emplace_back([this, i] {
       for (int n = 0; n < kMessages; ++n) (void)hub_.say("s" + std::to_string(i), "general", "x");
