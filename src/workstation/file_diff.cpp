@@ -13,7 +13,7 @@ namespace {
 
 // What a page can draw and a person can follow. Past these the rest is counted, not sent.
 constexpr std::uint64_t kMostLines = 20'000;
-constexpr std::uint64_t kMostText = 4 * 1024 * 1024;
+constexpr std::uint64_t kMostText = std::uint64_t{4} << 20U;
 constexpr std::size_t kLongestLine = 4000;
 constexpr std::uint64_t kUsualContext = 3;
 

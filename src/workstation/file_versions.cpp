@@ -10,8 +10,8 @@ namespace {
 
 using vfs::ChangeKind;
 
-constexpr std::uint64_t kUsualBytes = 256 * 1024;
-constexpr std::uint64_t kMostBytes = 1024 * 1024;  // a page draws all that it is sent
+constexpr std::uint64_t kUsualBytes = std::uint64_t{256} << 10U;
+constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 20U;  // a page draws all that it gets
 
 struct Version {
   std::string author;

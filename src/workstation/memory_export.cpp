@@ -9,7 +9,7 @@ namespace mrb::workstation {
 namespace {
 
 /// An answer is made in memory as a whole; beyond this a file is the better way.
-constexpr std::uint64_t kMostDownloaded = 64 * 1024 * 1024;
+constexpr std::uint64_t kMostDownloaded = std::uint64_t{64} << 20U;
 
 /// The id as a name that is safe in a header.
 std::string FileName(std::string_view id) {

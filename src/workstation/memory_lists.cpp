@@ -15,10 +15,10 @@ namespace {
 
 using memory::ContextIndex;
 
-constexpr std::size_t kMostShown = 2000;        // bytes of a memo in a list
-constexpr std::size_t kMostGlimpsed = 300;      // of one in the time line
-constexpr std::size_t kMostText = 1024 * 1024;  // of a memo by itself
-constexpr std::uint64_t kMostRecent = 10'000;   // as far back as a page goes
+constexpr std::size_t kMostShown = 2000;                  // bytes of a memo in a list
+constexpr std::size_t kMostGlimpsed = 300;                // of one in the time line
+constexpr std::size_t kMostText = std::size_t{1} << 20U;  // of a memo by itself
+constexpr std::uint64_t kMostRecent = 10'000;             // as far back as a page goes
 
 void AddText(JsonWriter& json, std::string_view content, std::size_t most) {
   const std::string_view text = CutUtf8(content, most);

@@ -29,7 +29,7 @@ struct Undo {
 class UndoShelf {
  public:
   static constexpr std::size_t kMostChanges = 50;
-  static constexpr std::size_t kMostBytes = 32 * 1024 * 1024;
+  static constexpr std::size_t kMostBytes = std::size_t{32} << 20U;
 
   /// Keeps a change; its number, by which it is asked for. The oldest ones make room; what is too
   /// large by itself is not kept: 0.
