@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "common/sort_tail.h"
+
 namespace mrb::memory {
 
 namespace {
@@ -28,9 +30,7 @@ void KeywordPrefixes::follow(const KeywordIndex& keywords) {
   for (auto id = static_cast<std::uint32_t>(known); id < keywords.size(); ++id) {
     entries_.push_back({start_of(keywords.name(id), 0), id});
   }
-  const auto fresh = entries_.begin() + static_cast<std::ptrdiff_t>(known);
-  std::ranges::sort(fresh, entries_.end(), {}, &Entry::start);
-  std::ranges::inplace_merge(entries_.begin(), fresh, entries_.end(), {}, &Entry::start);
+  SortTail(entries_, known, &Entry::start);
 }
 
 std::vector<std::uint32_t> KeywordPrefixes::starting_with(const KeywordIndex& keywords,

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "common/fnv1a.h"
+#include "common/sort_tail.h"
 #include "common/text.h"
 
 namespace mrb::vfs {
@@ -28,10 +29,10 @@ File& FileTable::add(std::string_view path) {
 
 const std::vector<File*>& FileTable::in_order() const {
   const auto by_name = [](const File* file) -> const std::string& { return file->name; };
-  const auto known = static_cast<std::ptrdiff_t>(order_.size());
-  for (std::size_t i = order_.size(); i < files_.size(); ++i) order_.push_back(files_[i].get());
-  std::ranges::sort(order_.begin() + known, order_.end(), {}, by_name);
-  std::ranges::inplace_merge(order_, order_.begin() + known, {}, by_name);
+  const std::size_t known = order_.size();
+  if (known == files_.size()) return order_;
+  for (std::size_t i = known; i < files_.size(); ++i) order_.push_back(files_[i].get());
+  SortTail(order_, known, by_name);
   return order_;
 }
 

@@ -192,7 +192,7 @@ std::string_view Snippet(std::string_view content, std::span<const QueryTerm> te
     const auto found = std::ranges::search(head, term.text, [](char a, char b) {
       return a == b || (a >= 'A' && a <= 'Z' && a + ('a' - 'A') == b);
     });
-    if (!found.empty()) at = std::min<std::size_t>(at, found.begin() - head.begin());
+    if (!found.empty()) at = std::min(at, static_cast<std::size_t>(found.begin() - head.begin()));
   }
   if (at == content.size() || at <= kSnippetLead) return CutUtf8(content, kSnippet);
   std::size_t from = at - kSnippetLead;
@@ -236,8 +236,8 @@ std::vector<std::pair<std::size_t, std::size_t>> Best(std::span<const Searched> 
   for (std::size_t i = 0; i < searched.size(); ++i) {
     for (std::size_t k = 0; k < searched[i].hits.size(); ++k) best.emplace_back(i, k);
   }
-  std::ranges::stable_sort(best, std::greater(), [&](const auto& place) {
-    return searched[place.first].hits[place.second].score;
+  std::ranges::sort(best, {}, [&](const auto& place) {
+    return std::pair(-searched[place.first].hits[place.second].score, place);
   });
   best.resize(std::min(best.size(), limit));
   return best;
