@@ -67,19 +67,21 @@ class File : public iFileSystemObj {
   /// Makes the fields of the current version those of the newest record, or of none.
   void follow_history();
 
+  /// How the working file looked on the disk when its bytes were last read or written: a file that
+  /// still looks so need not be read again. Of a deleted file: nothing. First, with what else a
+  /// look at the tree needs, so that it touches little memory.
+  platform::FileStatus seen;
+  std::uint32_t pass =
+      0;  ///< the last look at the tree that found the file; of a cached one: its use
+  File* after = nullptr;  ///< what a look at the tree last found next; of the same table
+
   std::uint32_t version = 0;           ///< of the newest record; 0 while there is none
   AuthorName author;                   ///< of the current version
   VersionStamp stamp;                  ///< of the current version
   vfs::Blob content;                   ///< the working bytes
   std::vector<VersionRecord> history;  ///< oldest first
-
-  /// How the working file looked on the disk when its bytes were last read or written: a file that
-  /// still looks so need not be read again.
-  platform::FileStatus seen;
-  std::uint32_t next_archive = 1;  ///< no archive file has this number or a higher one
-  std::uint32_t buried = 0;        ///< the version that the mirror's tombstone file holds; 0: none
-  std::uint32_t pass =
-      0;  ///< the last look at the tree that found the file; of a cached one: its use
+  std::uint32_t next_archive = 1;      ///< no archive file has this number or a higher one
+  std::uint32_t buried = 0;  ///< the version that the mirror's tombstone file holds; 0: none
 };
 
 /// A folder of nodes, for listings and comparisons.

@@ -101,6 +101,7 @@ void VersionStore::append_record(File& file, Blob bytes, bool tombstone) {
   // One record is what most files have: grow by one, then as vectors do.
   if (file.history.empty()) file.history.reserve(1);
   file.history.push_back(std::move(record));
+  if (tombstone) file.seen = {};
   file.follow_history();
 }
 

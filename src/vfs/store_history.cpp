@@ -63,7 +63,6 @@ bool VersionStore::bury(File& file, bool remove_working_file) {
          "' may not be on the disk yet: " + synced.error().text + "\n");
   }
   file.content = {};
-  file.seen = {};
   return true;
 }
 

@@ -51,9 +51,9 @@ class VersionStore::TreeLook final : public platform::TreeVisitor {
 
   void file(std::string_view path, const platform::FileStatus& status) override {
     const Lock guard = store_.lock();
-    File* known = store_.find(path);
+    File* known = find(path);
     if (known != nullptr) known->pass = pass_;
-    if (known != nullptr && !known->is_gone() && LooksSame(known->seen, status)) return;
+    if (known != nullptr && LooksSame(known->seen, status)) return;
     if (store_.admits(path, status.size) && status.size <= kLargestFile) changed.emplace_back(path);
   }
 
@@ -67,8 +67,19 @@ class VersionStore::TreeLook final : public platform::TreeVisitor {
   std::vector<std::string> unreadable;
 
  private:
+  /// An unchanged tree is walked in the same order each time.
+  File* find(std::string_view path) {
+    File* expected = last_ == nullptr ? nullptr : last_->after;
+    File* known = expected != nullptr && expected->name == path ? expected : store_.find(path);
+    if (known == nullptr) return nullptr;
+    if (last_ != nullptr) last_->after = known;
+    last_ = known;
+    return known;
+  }
+
   VersionStore& store_;
   const std::uint32_t pass_;
+  File* last_ = nullptr;
 };
 
 bool VersionStore::reconcile() {
