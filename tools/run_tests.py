@@ -124,6 +124,12 @@ def start_wine():
     """Makes the prefix once, so that no test pays for it; the server stays for the whole suite."""
     pathlib.Path(WINE_ENV["WINEPREFIX"]).mkdir(parents=True, exist_ok=True)
     quietly([WINE, "cmd", "/c", "exit"], env=WINE_ENV, timeout=300)
+    if not MEMORY_DISK:
+        return
+    for folder in pathlib.Path(WINE_ENV["WINEPREFIX"]).glob("drive_c/users/*/Temp"):
+        if not folder.is_symlink():
+            shutil.rmtree(folder)
+            folder.symlink_to(SHM, target_is_directory=True)
 
 
 def suite_format(_):

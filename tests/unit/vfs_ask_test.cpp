@@ -47,7 +47,9 @@ TEST_F(AskTest, QueriesBindFilesToFields) {
       {"name()==\"*.CPP\"", "src/vfs/Parser.cpp"},
       {"1", "gone.md notes.md src/empty.h src/vfs/Parser.cpp"},
       {"id(\"src/*\")", "src/empty.h src/vfs/Parser.cpp"},
-      {"path()==\"" + root_ + "/notes*\" && !path(\"notes.md\") && glob(\"notes.md\")", "notes.md"},
+      {"path()==\"" + test::fs::path(root_).generic_string() +
+           "/notes*\" && !path(\"notes.md\") && glob(\"notes.md\")",
+       "notes.md"},
       {"topics()==\"vfs\"", "src/vfs/Parser.cpp"},
       {"topics()+0 == 1", "src/empty.h"},
       {"!topics()", "gone.md notes.md"},
