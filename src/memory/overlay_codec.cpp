@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <bit>
 
-#include "common/little_endian.h"
+#include "common/binary_fields.h"
 #include "memory/context_id.h"
 #include "memory/embedder.h"
 #include "memory/overlay.h"
@@ -13,54 +13,6 @@ namespace mrb::memory {
 
 namespace {
 
-template <typename Word>
-void put(std::string& out, Word word) {
-  char bytes[sizeof word];
-  StoreLittleEndian(bytes, word);
-  out.append(bytes, sizeof word);
-}
-
-void put_text(std::string& out, std::string_view text) {
-  put(out, static_cast<std::uint32_t>(text.size()));
-  out += text;
-}
-
-/// Takes fields off the front; once one does not fit, all are zero or empty and good() is false.
-class Reader {
- public:
-  explicit Reader(std::string_view bytes) : bytes_(bytes) {}
-
-  template <typename Word>
-  Word word() {
-    const std::string_view taken = take(sizeof(Word));
-    return taken.empty() ? Word{0} : LoadLittleEndian<Word>(taken.data());
-  }
-  std::string_view text() { return take(word<std::uint32_t>()); }
-  std::string_view take(std::uint64_t size) {
-    if (!good_ || size > bytes_.size()) {
-      good_ = false;
-      return {};
-    }
-    const std::string_view taken = bytes_.substr(0, size);
-    bytes_.remove_prefix(size);
-    return taken;
-  }
-
-  /// A count of things that take at least `least` bytes each.
-  std::uint32_t count(std::uint64_t least) {
-    const auto number = word<std::uint32_t>();
-    good_ = good_ && number <= bytes_.size() / least;
-    return good_ ? number : 0;
-  }
-
-  [[nodiscard]] bool good() const { return good_; }
-  [[nodiscard]] bool at_end() const { return bytes_.empty(); }
-
- private:
-  std::string_view bytes_;
-  bool good_ = true;
-};
-
 constexpr std::uint64_t kLabelBytes = 4;  // the least that each of these takes
 constexpr std::uint64_t kKeyBytes = 12;
 constexpr std::uint64_t kVectorBytes = 12;
@@ -69,29 +21,29 @@ constexpr std::uint64_t kVectorBytes = 12;
 
 std::string EncodeOverlay(const Overlay& overlay) {
   std::string out(kOverlayMagic);
-  put_text(out, overlay.name());
-  put(out, static_cast<std::uint32_t>(overlay.labels().size()));
+  PutText(out, overlay.name());
+  PutWord(out, static_cast<std::uint32_t>(overlay.labels().size()));
   for (const Overlay::Label& label : overlay.labels()) {
-    put_text(out, label.name);
+    PutText(out, label.name);
   }
-  put(out, static_cast<std::uint32_t>(overlay.keys().size()));
+  PutWord(out, static_cast<std::uint32_t>(overlay.keys().size()));
   for (const Overlay::Key& key : overlay.keys()) {
-    put(out, key.offset);
-    put(out, key.label);
+    PutWord(out, key.offset);
+    PutWord(out, key.label);
   }
-  put(out, static_cast<std::uint32_t>(overlay.vectors().size()));
+  PutWord(out, static_cast<std::uint32_t>(overlay.vectors().size()));
   for (const Overlay::Vector& vector : overlay.vectors()) {
-    put(out, vector.offset);
-    put(out, vector.dimension);
+    PutWord(out, vector.offset);
+    PutWord(out, vector.dimension);
     for (const float value : overlay.floats(vector)) {
-      put(out, std::bit_cast<std::uint32_t>(value));
+      PutWord(out, std::bit_cast<std::uint32_t>(value));
     }
   }
   return out;
 }
 
 Result<Overlay> DecodeOverlay(std::string_view bytes) {
-  Reader in(bytes);
+  FieldReader in(bytes);
   const bool magic = in.take(kOverlayMagic.size()) == kOverlayMagic;
   Overlay overlay{std::string(in.text())};
   for (std::uint32_t left = in.count(kLabelBytes); left > 0 && in.good(); --left) {

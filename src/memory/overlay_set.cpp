@@ -36,7 +36,9 @@ std::string note_of(std::uint64_t bytes, std::uint64_t changed_at, Read read) {
 }
 
 bool describes(std::string_view note, const RecordHeap& heap) {
-  if (note.size() != 4 * sizeof(std::uint64_t) || LoadU64(note.data()) != heap.used()) {
+  if (note.size() != 4 * sizeof(std::uint64_t) ||
+      LoadLittleEndian<std::uint64_t>(std::span(note).first<sizeof(std::uint64_t)>()) !=
+          heap.used()) {
     return false;
   }
   const std::uint64_t changed_at = LoadU64(note.data() + sizeof(std::uint64_t));

@@ -32,6 +32,7 @@ const DateStamp kBehindAll = DateStamp(10'000, 0, 0);
 
 std::string TemporalQuery::text() const {
   std::vector<std::string> parts;
+  parts.reserve(stamps.size());
   for (const DateStamp stamp : stamps) {
     parts.push_back(stamp.text());
   }

@@ -52,8 +52,8 @@ struct Written {
   std::uint64_t offset = 0;
   std::uint64_t position = 0;
   std::uint64_t replaced = 0;
-  std::string notice = {};  // what the answer says in brackets
-  bool keys = false;        // the caller has a model type there
+  std::string notice;  // what the answer says in brackets
+  bool keys = false;   // the caller has a model type there
 };
 
 std::string key_hint(const Written& written) {
@@ -78,7 +78,8 @@ Result<Written> write_memo(ContextStore& store, const RecordFields& memo, TopicM
   }
   return Written{.offset = *offset,
                  .position = replaces ? 1 : old.size() + 1,
-                 .replaced = replaces ? old.size() : 0};
+                 .replaced = replaces ? old.size() : 0,
+                 .notice = {}};
 }
 
 /// Writes the memo to each context in turn; the answer of the verb's failure, if any.

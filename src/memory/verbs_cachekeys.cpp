@@ -203,7 +203,7 @@ Address address_of(const ContextStore& store, std::string_view text) {
       return {std::nullopt, kNoMemo};
     }
     const bool live = store.index().memos().find(*offset).has_value();
-    return live ? Address{*offset, nullptr} : Address{std::nullopt, kDead};
+    return live ? Address{offset, nullptr} : Address{std::nullopt, kDead};
   }
   const std::size_t mark = text.rfind('#');
   const auto n =

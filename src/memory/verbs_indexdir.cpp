@@ -18,9 +18,9 @@ constexpr std::uint64_t kMaxTextBytes = 1U << 20U;  // a larger file is data rat
 constexpr std::size_t kProgressFiles = 1000;
 
 /// What a file's memo says: its text, or its path where it has none that anybody would search.
-std::string memo_content(const std::string& path, std::string bytes) {
+std::string memo_content(const std::string& path, const std::string& bytes) {
   const bool text = !bytes.empty() && bytes.size() <= kMaxTextBytes && !bytes.contains('\0');
-  return text ? std::move(bytes) : path;
+  return text ? bytes : path;
 }
 
 /// The files of a folder as they are now, each as its only version; those that cannot be read are
@@ -65,8 +65,7 @@ Result<RecordBatch> batch_of(const std::string& folder, std::vector<FileVersion>
     for (const std::string_view token : name.views()) {
       given.emplace_back(token);
     }
-    const std::string content =
-        memo_content(platform::JoinPath(folder, file.name), std::move(file.bytes));
+    const std::string content = memo_content(platform::JoinPath(folder, file.name), file.bytes);
     const TokenList keywords = BuildKeywordList(given, content);
     const auto words = keywords.views();
     const Status added = batch.add({.props = 0,

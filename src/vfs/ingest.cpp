@@ -340,7 +340,8 @@ void Ingest::read_all() {
   if (may_run_parallel()) {
     ShareOut(items_.size(), kItemsPerTurn, start);
   } else {
-    start()(0, items_.size());
+    auto work = start();
+    work(0, items_.size());
   }
   if (progress_) progress_(items_.size(), items_.size());
 }

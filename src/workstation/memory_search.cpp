@@ -83,16 +83,16 @@ struct Hit {
   std::uint32_t row = 0;
   double score = 0;
   unsigned lanes = 1U << static_cast<unsigned>(Lane::kKeywords);
-  std::string json = {};
+  std::string json;
 };
 
 /// One context, searched.
 struct Searched {
   std::string id;
-  Status failure = {};
-  std::vector<QueryTerm> terms = {};
-  std::vector<std::uint32_t> completions = {};
-  std::vector<Hit> hits = {};
+  Status failure;
+  std::vector<QueryTerm> terms;
+  std::vector<std::uint32_t> completions;
+  std::vector<Hit> hits;
 };
 
 /// The question's vector where the context has a lane for it; empty: words alone. Asked before the
@@ -120,7 +120,7 @@ void Rank(Searched& searched, const ContextIndex& index, const Question& questio
   }
   if (!question.deep) {
     for (const auto& hit : words.hits()) {
-      searched.hits.push_back({hit.row, static_cast<double>(hit.score) / memory::kScoreUnit});
+      searched.hits.emplace_back(hit.row, static_cast<double>(hit.score) / memory::kScoreUnit);
     }
     return;
   }
@@ -136,7 +136,7 @@ void Rank(Searched& searched, const ContextIndex& index, const Question& questio
   const auto fused = memory::Fuse(lanes);
   for (const auto& hit : fused) {
     if (searched.hits.size() == limit) break;
-    searched.hits.push_back({hit.row, hit.score, hit.lanes});
+    searched.hits.emplace_back(hit.row, hit.score, hit.lanes);
   }
 }
 
@@ -155,6 +155,7 @@ void AddReasons(JsonWriter& json, const Searched& searched, const memory::Keywor
   constexpr std::string_view kRanks[] = {"exact", "starts", "related", "theme"};
   std::vector<std::uint32_t> ids;
   const auto keywords = KeywordsOf(record);
+  ids.reserve(keywords.size());
   for (const std::string_view keyword : keywords) ids.push_back(index.find(keyword));
   json.key("why").begin_array();
   for (const QueryTerm& term : searched.terms) {
@@ -255,7 +256,7 @@ Answer AnswerMemorySearch(Desk& desk, const Params& params) {
                           desk.parts.memory.options().now()};
   std::vector<Searched> searched;
   for (std::string& id : ContextsOf(desk.parts.memory.contexts(), params)) {
-    if (searched.size() < kMostContexts) searched.push_back({.id = std::move(id)});
+    if (searched.size() < kMostContexts) searched.emplace_back(std::move(id));
   }
   std::atomic<std::size_t> next = 0;
   RunParallel(std::min(searched.size(), kMostSearchers), [&](std::size_t) {

@@ -75,11 +75,11 @@ TEST_F(StatCacheTest, LeavesOutWhatMayStillChangeUnseen) {
   VersionStore store(with_boot());
   ASSERT_TRUE(store.ingest().has_value());
   ASSERT_TRUE(store.remember_looks().has_value());
-  const auto bytes = bytes_of(MirrorLayout(folder_.path("mirror")).stat_cache());
-  ASSERT_TRUE(bytes);
-  const auto written = StatCache::read(*bytes, kBoot);
-  ASSERT_TRUE(written);
-  EXPECT_TRUE(written->empty());  // the file is younger than a clock's grain
+  const std::string bytes =
+      bytes_of(MirrorLayout(folder_.path("mirror")).stat_cache()).value_or("");
+  const auto written = StatCache::read(bytes, kBoot);
+  // There is one, and without the file: that is younger than a clock's grain.
+  EXPECT_TRUE(written && written->empty());
 }
 
 }  // namespace
