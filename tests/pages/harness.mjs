@@ -8,6 +8,7 @@ import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 import { after, afterEach, before } from 'node:test';
 import { fileURLToPath } from 'node:url';
+import { inspect, isDeepStrictEqual } from 'node:util';
 import { chromium } from 'playwright-core';
 
 const here = fileURLToPath(new URL('.', import.meta.url));
@@ -36,6 +37,13 @@ export async function until(probe, what = 'it') {
     assert.ok(Date.now() < end, `waited too long for ${what}`);
     await new Promise((done) => setTimeout(done, 20));
   }
+}
+
+/// What `probe` gives becomes `expected`: pages show what they were told in their own time.
+export async function becomes(probe, expected) {
+  let seen;
+  const what = { toString: () => `${inspect(seen)} to become ${inspect(expected)}` };
+  await until(async () => isDeepStrictEqual(seen = await probe(), expected), what);
 }
 
 export class World {

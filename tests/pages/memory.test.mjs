@@ -2,7 +2,7 @@ import assert from 'node:assert/strict';
 import { mkdir, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { test } from 'node:test';
-import { checkAccess, until, useWorld } from './harness.mjs';
+import { becomes, checkAccess, useWorld } from './harness.mjs';
 
 const world = useWorld();
 const hostile = '<script>document.title = "owned"</script><img src=x onerror="document.title = 1"><b>bold</b>';
@@ -39,7 +39,7 @@ test('a search answers while one types and says why', async () => {
   await page.keyboard.type('needs buil');
   const hits = page.getByRole('listbox', { name: 'Memos found' });
   await hits.getByText('buil → build').first().waitFor();
-  assert.deepEqual(await hits.getByRole('option').first().locator('mark').allTextContents(), ['build', 'needs']);
+  await becomes(() => hits.getByRole('option').first().locator('mark').allTextContents(), ['build', 'needs']);
   await page.getByRole('checkbox', { name: 'Search more' }).check();
   await page.getByText('No memo fits').waitFor();
   await page.reload();
@@ -115,7 +115,7 @@ test('a hundred thousand topics scroll, are filtered and found', async () => {
   await list.getByText('topic-099999').waitFor();
   assert.ok(await list.getByRole('option').count() < 100);
   await page.getByRole('searchbox', { name: 'Filter the topics' }).fill('77777');
-  await until(async () => await list.getByRole('option').count() === 1, 'the one that fits');
+  await becomes(() => list.getByRole('option').count(), 1);
   await page.getByRole('checkbox', { name: 'Search large' }).check();
   await page.getByRole('searchbox', { name: 'Search the memory' }).fill('word4242');
   await page.getByRole('listbox', { name: 'Memos found' }).getByText('topic-004242').waitFor();

@@ -1,6 +1,6 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { checkAccess, until, useWorld } from './harness.mjs';
+import { becomes, checkAccess, until, useWorld } from './harness.mjs';
 
 const world = useWorld();
 const views = ['Files', 'Memory', 'Terminals', 'Chat'];
@@ -12,7 +12,7 @@ test('every view has an address, a link, a key and a command', async () => {
   for (const view of views) {
     await page.getByRole('link', { name: view }).click();
     await heading(page, view);
-    assert.equal(new URL(page.url()).hash, `#/${view.toLowerCase()}`);
+    await becomes(() => new URL(page.url()).hash, `#/${view.toLowerCase()}`);
   }
   await page.keyboard.press('Escape');
   await page.keyboard.press('g');
@@ -37,11 +37,11 @@ test('the theme follows the system until one is chosen, which is kept', async ()
   await heading(page, 'Files');
   const dark = await background();
   await page.getByRole('button', { name: /^Theme/ }).click();
+  await until(async () => await background() !== dark, 'the other theme');
   const light = await background();
-  assert.notEqual(light, dark);
   await page.reload();
   await heading(page, 'Files');
-  assert.equal(await background(), light);
+  await becomes(background, light);
 });
 
 test('the status corner says what the resident is', async () => {
