@@ -1,5 +1,7 @@
 #include "common/civil_time.h"
 
+#include "common/text.h"
+
 namespace mrb {
 
 namespace {
@@ -9,11 +11,6 @@ namespace {
 constexpr std::uint64_t kDaysPerEra = 146097;
 constexpr std::uint64_t kDaysFromYearZeroTo1970 = 719468;  // 0000-03-01 to 1970-01-01
 constexpr std::uint64_t kSecondsPerDay = 86400;
-
-void append_padded(std::string& out, std::uint64_t number, std::size_t width) {
-  const std::string digits = std::to_string(number);
-  out.append(width > digits.size() ? width - digits.size() : 0, '0').append(digits);
-}
 
 }  // namespace
 
@@ -41,11 +38,11 @@ CivilTime CivilFromSeconds(std::uint64_t seconds) {
 std::string FormatMinute(std::uint64_t seconds) {
   const CivilTime time = CivilFromSeconds(seconds);
   std::string out;
-  append_padded(out, time.year, 4);
-  append_padded(out.append("-"), time.month, 2);
-  append_padded(out.append("-"), time.day, 2);
-  append_padded(out.append(" "), time.hour, 2);
-  append_padded(out.append(":"), time.minute, 2);
+  AppendPadded(out, time.year, 4);
+  AppendPadded(out.append("-"), time.month, 2);
+  AppendPadded(out.append("-"), time.day, 2);
+  AppendPadded(out.append(" "), time.hour, 2);
+  AppendPadded(out.append(":"), time.minute, 2);
   return out;
 }
 

@@ -71,6 +71,15 @@ std::optional<std::uint64_t> ParseDecimal(std::string_view text) {
   return value;
 }
 
+void AppendPadded(std::string& text, std::uint64_t number, std::size_t width) {
+  char digits[20];  // as many as 2^64 has
+  char* const end = std::end(digits);
+  char* begin = end;
+  for (; number > 0; number /= 10) *--begin = static_cast<char>('0' + number % 10);
+  const auto count = static_cast<std::size_t>(end - begin);
+  text.append(width > count ? width - count : 0, '0').append(begin, end);
+}
+
 int HexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
   const char lower = Lower(c);

@@ -30,6 +30,9 @@ namespace mrb {
 /// otherwise.
 [[nodiscard]] std::optional<std::uint64_t> ParseDecimal(std::string_view text);
 
+/// Appends the number in decimal, with zeros before it up to `width` digits.
+void AppendPadded(std::string& text, std::uint64_t number, std::size_t width);
+
 /// Two hexadecimal digits become their value; -1 for a byte that is none.
 [[nodiscard]] int HexDigit(char c);
 

@@ -73,14 +73,16 @@ void Blob::release(Header* header) {
   }
 }
 
-Blob::Blob(const Blob& other) noexcept : header_(other.header_) {
+Blob::Blob(const Blob& other) noexcept : header_(other.header_), size_(other.size_) {
   if (header_ != nullptr) header_->references.fetch_add(1, std::memory_order_relaxed);
 }
 
-Blob::Blob(Blob&& other) noexcept : header_(std::exchange(other.header_, nullptr)) {}
+Blob::Blob(Blob&& other) noexcept
+    : header_(std::exchange(other.header_, nullptr)), size_(std::exchange(other.size_, 0)) {}
 
 Blob& Blob::operator=(Blob other) noexcept {
   std::swap(header_, other.header_);
+  std::swap(size_, other.size_);
   return *this;
 }
 
@@ -97,7 +99,7 @@ Blob Blob::copy_of(std::string_view bytes) {
 
 std::string_view Blob::bytes() const {
   if (header_ == nullptr) return {};
-  return {reinterpret_cast<const char*>(header_ + 1), header_->size};
+  return {reinterpret_cast<const char*>(header_ + 1), size_};
 }
 
 std::uint64_t Blob::hash() const {
@@ -125,12 +127,9 @@ char* BlobBuffer::data() {
 }
 
 Blob BlobBuffer::seal(std::size_t size) {
-  Blob blob;
-  if (size == 0) return blob;
-  header_->size = size;
+  if (size == 0) return {};
   header_->hash = HashBytes({data(), size});
-  blob.header_ = std::exchange(header_, nullptr);
-  return blob;
+  return {std::exchange(header_, nullptr), size};
 }
 
 BlobSlab::~BlobSlab() {
@@ -148,15 +147,13 @@ Blob BlobSlab::copy_of(std::string_view bytes, std::uint64_t hash) {
     if (chunk_ != nullptr) chunk_->drop();
     chunk_ = chunk.release();
   }
-  Blob blob;
-  blob.header_ = new (chunk_->memory.data() + chunk_->used) Blob::Header;
-  blob.header_->chunk = chunk_;
-  blob.header_->size = bytes.size();
-  blob.header_->hash = hash;
-  std::memcpy(static_cast<void*>(blob.header_ + 1), bytes.data(), bytes.size());
+  auto* const header = new (chunk_->memory.data() + chunk_->used) Blob::Header;
+  header->chunk = chunk_;
+  header->hash = hash;
+  std::memcpy(static_cast<void*>(header + 1), bytes.data(), bytes.size());
   chunk_->used += needed;
   chunk_->references.fetch_add(1, std::memory_order_relaxed);
-  return blob;
+  return {header, bytes.size()};
 }
 
 Blob BlobPool::intern(Blob blob) {

@@ -31,6 +31,10 @@ class Blob {
   /// Whether nothing else refers to it.
   [[nodiscard]] bool is_sole() const;
 
+  /// Starts fetching what copying this writes: a loop over many blobs, each of them far from the
+  /// last, calls it for some ahead.
+  void prefetch() const { __builtin_prefetch(header_, 1); }
+
  private:
   friend class BlobBuffer;
   friend class BlobSlab;
@@ -38,12 +42,13 @@ class Blob {
   struct Header {
     std::atomic<std::uint32_t> references = 1;
     Chunk* chunk = nullptr;  ///< that it lies in; null: it has memory of its own
-    std::uint64_t size = 0;
     std::uint64_t hash = 0;
   };
+  Blob(Header* header, std::size_t size) : header_(header), size_(size) {}
   static void release(Header* header);
 
   Header* header_ = nullptr;  // followed by the bytes
+  std::size_t size_ = 0;      // here and not there: to learn it costs no access to far memory
 };
 
 /// Memory for many blobs at once: large pieces, which cost a fraction of the page faults and, for

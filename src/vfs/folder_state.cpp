@@ -56,15 +56,19 @@ class Arrivals {
   std::map<std::string, std::list<Arrival>, std::less<>> arrivals_;
 };
 
-/// The state of a store's folder at one moment.
+/// The state of one folder of a store, whose path and "/" is the prefix, at one moment.
 class PastState {
  public:
-  PastState(const std::shared_ptr<VersionStore>& store, const VersionStamp& moment)
+  PastState(const std::shared_ptr<VersionStore>& store, std::string_view prefix,
+            const VersionStamp& moment)
       : moment_(moment),
-        snapshot_(TakeSnapshot(store, SnapshotOf::kEveryVersion)),
+        prefix_(prefix),
+        snapshot_(TakeSnapshot(
+            store, SnapshotOf::kEveryVersion,
+            [prefix](const SnapshotFile& file) { return file.path.starts_with(prefix); })),
         older_(*store) {}
 
-  Status run(std::string_view prefix, FolderState& state) {
+  Status run(FolderState& state) {
     const auto changes = snapshot_.store->all_changes();
     if (!changes) return std::unexpected(changes.error());
     const Arrivals arrivals(*changes);
@@ -75,8 +79,7 @@ class PastState {
           rest, [path](const SnapshotFile& file) { return file.path != path; });
       const auto versions = rest.first(static_cast<std::size_t>(end - rest.begin()));
       rest = rest.subspan(versions.size());
-      if (!path.starts_with(prefix)) continue;
-      if (Status added = add(versions, arrivals, prefix.size(), state); !added) return added;
+      if (Status added = add(versions, arrivals, state); !added) return added;
     }
     return {};
   }
@@ -94,12 +97,11 @@ class PastState {
     return nullptr;
   }
 
-  Status add(std::span<const SnapshotFile> versions, const Arrivals& arrivals, std::size_t skipped,
-             FolderState& state) {
+  Status add(std::span<const SnapshotFile> versions, const Arrivals& arrivals, FolderState& state) {
     const SnapshotFile& first = versions.front();
     const std::string path(first.path);
     const auto put = [&](std::uint32_t version, const Blob& bytes) {
-      state.files.push_back({path.substr(skipped), version, bytes});
+      state.files.push_back({path.substr(prefix_.size()), version, bytes});
     };
     if (const SnapshotFile* there = last_there(versions, path, arrivals)) {
       if (!there->is_deleted) put(there->version, there->bytes);
@@ -114,6 +116,7 @@ class PastState {
   }
 
   const VersionStamp moment_;
+  const std::string_view prefix_;
   StoreSnapshot snapshot_;
   OlderVersions older_;
 };
@@ -153,14 +156,15 @@ Result<FolderState> StateOf(const std::shared_ptr<VersionStore>& store, std::str
   const std::string prefix = folder.empty() ? "" : std::string(folder) + "/";
   FolderState state;
   if (moment) {
-    if (Status past = PastState(store, *moment).run(prefix, state); !past) {
+    if (Status past = PastState(store, prefix, *moment).run(state); !past) {
       return std::unexpected(past.error());
     }
     return state;
   }
-  StoreSnapshot snapshot = TakeSnapshot(store);
+  StoreSnapshot snapshot = TakeSnapshot(store, SnapshotOf::kNewest, [&](const SnapshotFile& file) {
+    return !file.is_deleted && file.path.starts_with(prefix);
+  });
   for (SnapshotFile& file : snapshot.files) {
-    if (file.is_deleted || !file.path.starts_with(prefix)) continue;
     state.files.push_back(
         {std::string(file.path.substr(prefix.size())), file.version, std::move(file.bytes)});
   }

@@ -61,7 +61,7 @@ Result<std::vector<VersionRecord>> VersionStore::older_versions(
   for (const PlannedRecord& planned :
        PlanChain(ScanMirrorOf(places_, file.name), changes).records) {
     if (planned.version >= first_held) break;
-    VersionRecord record{planned.version, planned.author, planned.stamp, {}, planned.tombstone};
+    VersionRecord record{planned.version, planned.tombstone, {}, planned.author, planned.stamp};
     if (!planned.tombstone) {
       auto bytes = ReadBlob(*places_.files, SourcePath(places_, file.name, planned.source));
       if (!bytes) return std::unexpected(bytes.error());

@@ -11,6 +11,7 @@ namespace mrb::vfs {
 namespace {
 
 constexpr std::size_t kFilesPerTurn = 64;
+constexpr std::size_t kUsualLine = 128;
 
 Result<std::shared_ptr<VersionStore>> QueriedStore(const VerbCall& call) {
   if (call.args.option("store")) return ChosenStore(call);
@@ -31,23 +32,6 @@ Result<std::shared_ptr<VersionStore>> QueriedStore(const VerbCall& call) {
   return only;
 }
 
-/// For every file, whether it fits.
-std::vector<char> Fits(const query::Expression& expression, const StoreSnapshot& snapshot,
-                       const std::vector<std::string>& registers) {
-  std::vector<char> fits(snapshot.files.size());
-  ShareOut(fits.size(), kFilesPerTurn, [&] {
-    return [&, element = FileElement(*snapshot.store),
-            evaluator = query::Evaluator(expression, registers)](std::size_t begin,
-                                                                 std::size_t end) mutable {
-      for (std::size_t i = begin; i < end; ++i) {
-        element.look_at(snapshot.files[i]);
-        fits[i] = evaluator.matches(element) ? 1 : 0;
-      }
-    };
-  });
-  return fits;
-}
-
 void AppendLine(std::string& text, const SnapshotFile& file, std::size_t number) {
   text.append("  [").append(std::to_string(number)).append("] ").append(file.path).append("  <v");
   text.append(std::to_string(file.version)).append("  ");
@@ -62,6 +46,37 @@ void AppendLine(std::string& text, const SnapshotFile& file, std::size_t number)
 
 }  // namespace
 
+StoreSnapshot FittingFiles(const std::shared_ptr<VersionStore>& store,
+                           const query::Expression& expression,
+                           const std::vector<std::string>& registers) {
+  if (expression.is_quick()) {
+    FileElement element(*store);
+    query::Evaluator evaluator(expression, registers);
+    return TakeSnapshot(store, SnapshotOf::kNewest, [&](const SnapshotFile& file) {
+      element.look_at(file);
+      return evaluator.matches(element);
+    });
+  }
+  StoreSnapshot snapshot = TakeSnapshot(store);
+  std::vector<SnapshotFile>& files = snapshot.files;
+  std::vector<char> fits(files.size());
+  ShareOut(fits.size(), kFilesPerTurn, [&] {
+    return [&, element = FileElement(*store), evaluator = query::Evaluator(expression, registers)](
+               std::size_t begin, std::size_t end) mutable {
+      for (std::size_t i = begin; i < end; ++i) {
+        element.look_at(files[i]);
+        fits[i] = evaluator.matches(element) ? 1 : 0;
+      }
+    };
+  });
+  std::vector<SnapshotFile> fitting;
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    if (fits[i] != 0) fitting.push_back(std::move(files[i]));
+  }
+  files = std::move(fitting);
+  return snapshot;
+}
+
 std::string RunQuery(const VerbCall& call) {
   if (Trim(call.arguments).empty()) return ErrorAnswer("empty query");
   const auto expression = query::Expression::parse(call.arguments);
@@ -70,16 +85,15 @@ std::string RunQuery(const VerbCall& call) {
   if (!store) return ErrorAnswer(store.error().text);
   if ((*store)->is_cache()) return ErrorAnswer(NothingToSearch(**store));
   const auto& registers = call.caller.registers;
-  const StoreSnapshot snapshot = TakeSnapshot(*store);
-  const std::vector<char> fits =
-      Fits(*expression, snapshot, registers ? registers->entries() : std::vector<std::string>());
+  const StoreSnapshot snapshot = FittingFiles(
+      *store, *expression, registers ? registers->entries() : std::vector<std::string>());
   std::string lines;
+  lines.reserve(snapshot.files.size() * kUsualLine);
   std::vector<std::string> entries;
   std::size_t count = 0;
-  for (std::size_t i = 0; i < fits.size(); ++i) {
-    if (fits[i] == 0) continue;
-    AppendLine(lines, snapshot.files[i], ++count);
-    if (count <= CommandRegister::kMostEntries) entries.emplace_back(snapshot.files[i].path);
+  for (const SnapshotFile& file : snapshot.files) {
+    AppendLine(lines, file, ++count);
+    if (count <= CommandRegister::kMostEntries) entries.emplace_back(file.path);
   }
   if (registers) registers->fill(std::move(entries));
   return OkAnswer(std::to_string(count) + " match(es)\n" + lines);

@@ -1,10 +1,20 @@
 #pragma once
 
+#include <memory>
 #include <string>
+#include <vector>
 
+#include "query/expression.h"
+#include "vfs/store_snapshot.h"
 #include "vfs/verb_call.h"
 
 namespace mrb::vfs {
+
+/// The files of a store that fit an expression, deleted ones included, in the order of their paths.
+/// `registers` are what $1, $2, … stand for. Uses all cores.
+[[nodiscard]] StoreSnapshot FittingFiles(const std::shared_ptr<VersionStore>& store,
+                                         const query::Expression& expression,
+                                         const std::vector<std::string>& registers = {});
 
 /// Answers an expression of the query language, the call's arguments, over one store: --store=, or
 /// the only enrolled one.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <memory_resource>
 #include <string_view>
@@ -35,9 +36,14 @@ struct StoreSnapshot {
   std::vector<SnapshotFile> files;
 };
 
+/// Whether a file is wanted, by what is known of it before its version is looked at: path, locks,
+/// and whether it is deleted now. Called with the store's lock held, so it must be quick.
+using WantsFile = std::function<bool(const SnapshotFile&)>;
+
 /// The newest version of every file, deletes included, or every version that is held in memory, the
-/// oldest first.
+/// oldest first; only of the files that are wanted.
 [[nodiscard]] StoreSnapshot TakeSnapshot(std::shared_ptr<VersionStore> store,
-                                         SnapshotOf what = SnapshotOf::kNewest);
+                                         SnapshotOf what = SnapshotOf::kNewest,
+                                         const WantsFile& wants = {});
 
 }  // namespace mrb::vfs

@@ -117,7 +117,6 @@ std::vector<char> Fits(const StoreSnapshot& snapshot, const FindOptions& options
     return [&, words = std::move(words)](std::size_t begin, std::size_t end) mutable {
       for (std::size_t i = begin; i < end; ++i) {
         const SnapshotFile& file = files[i];
-        if (file.is_deleted || !FitsPathOrName(options.name, file.path)) continue;
         const bool fit =
             !words || words->found_in(file.path) || words->found_in(file.bytes.bytes());
         fits[i] = fit ? 1 : 0;
@@ -147,7 +146,10 @@ std::string RunFind(const VerbCall& call) {
   std::size_t count = 0;
   for (const auto& store : *stores) {
     const FileLabels labels(call, *store);
-    const StoreSnapshot snapshot = TakeSnapshot(store);
+    const StoreSnapshot snapshot =
+        TakeSnapshot(store, SnapshotOf::kNewest, [&](const SnapshotFile& file) {
+          return !file.is_deleted && FitsPathOrName(options->name, file.path);
+        });
     const auto fits = Fits(snapshot, *options, keyword);
     for (std::size_t i = 0; i < fits.size(); ++i) {
       if (fits[i] == 0) continue;

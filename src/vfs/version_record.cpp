@@ -26,19 +26,12 @@ std::string_view AuthorName::text() const {
 
 std::string StampText(const VersionStamp& stamp) {
   std::string text;
-  // By hand: a listing of many thousand files spends its time here otherwise.
-  const auto append = [&](std::uint32_t number, std::size_t width, char before) {
-    if (before != 0) text += before;
-    const std::string digits = std::to_string(number);
-    if (digits.size() < width) text.append(width - digits.size(), '0');
-    text += digits;
-  };
-  append(stamp.year, 4, 0);
-  append(stamp.month, 2, '-');
-  append(stamp.day, 2, '-');
-  append(stamp.hour, 2, ' ');
-  append(stamp.minute, 2, ':');
-  append(stamp.second, 2, ':');
+  AppendPadded(text, stamp.year, 4);
+  AppendPadded(text += '-', stamp.month, 2);
+  AppendPadded(text += '-', stamp.day, 2);
+  AppendPadded(text += ' ', stamp.hour, 2);
+  AppendPadded(text += ':', stamp.minute, 2);
+  AppendPadded(text += ':', stamp.second, 2);
   return text;
 }
 

@@ -47,13 +47,13 @@ struct VersionStamp {
 /// The stamp that StampText() wrote; all zeros for any other text.
 [[nodiscard]] VersionStamp ParseStamp(std::string_view text);
 
-/// One saved version of a file.
+/// One saved version of a file. What a pass over all files reads stands first, close together.
 struct VersionRecord {
   std::uint32_t version = 0;
+  bool tombstone = false;  ///< the record that a delete appends
+  vfs::Blob bytes;         ///< the whole file; empty for a tombstone
   AuthorName author;
   VersionStamp stamp;
-  vfs::Blob bytes;         ///< the whole file; empty for a tombstone
-  bool tombstone = false;  ///< the record that a delete appends
 };
 
 }  // namespace mrb

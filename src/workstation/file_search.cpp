@@ -5,9 +5,8 @@
 
 #include "common/share_out.h"
 #include "common/text.h"
-#include "query/evaluator.h"
 #include "search/line_search.h"
-#include "vfs/file_element.h"
+#include "vfs/store_query.h"
 #include "workstation/desk.h"
 
 namespace mrb::workstation {
@@ -34,20 +33,6 @@ void AddFile(JsonWriter& json, const vfs::VersionStore& store, const vfs::Snapsh
   json.field("author", file.author.text()).field("stamp", StampText(file.stamp));
   json.field("size", file.bytes.bytes().size()).field("deleted", file.is_deleted);
   json.end_object().end_object();
-}
-
-std::vector<char> Fits(const query::Expression& expression, const vfs::StoreSnapshot& snapshot) {
-  std::vector<char> fits(snapshot.files.size());
-  ShareOut(fits.size(), kFilesPerTurn, [&] {
-    return [&, element = vfs::FileElement(*snapshot.store),
-            evaluator = query::Evaluator(expression)](std::size_t begin, std::size_t end) mutable {
-      for (std::size_t i = begin; i < end; ++i) {
-        element.look_at(snapshot.files[i]);
-        fits[i] = evaluator.matches(element) ? 1 : 0;
-      }
-    };
-  });
-  return fits;
 }
 
 /// What stands inside of "?( )", when it is written with it.
@@ -105,14 +90,10 @@ Answer AnswerFileQuery(Desk& desk, const Params& params) {
   std::uint64_t total = 0;
   json.key("files").begin_array();
   for (const auto& store : *stores) {
-    const vfs::StoreSnapshot snapshot = vfs::TakeSnapshot(store);
-    const std::vector<char> fits = Fits(*expression, snapshot);
-    for (std::size_t i = 0; i < fits.size(); ++i) {
-      if (fits[i] == 0) continue;
+    const vfs::StoreSnapshot found = vfs::FittingFiles(store, *expression);
+    for (const vfs::SnapshotFile& file : found.files) {
       const std::uint64_t place = total++;
-      if (place >= page->offset && place < page->offset + page->limit) {
-        AddFile(json, *store, snapshot.files[i]);
-      }
+      if (place >= page->offset && place < page->offset + page->limit) AddFile(json, *store, file);
     }
   }
   json.end_array().field("total", total);

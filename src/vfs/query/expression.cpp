@@ -1,5 +1,6 @@
 #include "query/expression.h"
 
+#include <algorithm>
 #include <span>
 #include <utility>
 
@@ -198,6 +199,13 @@ Result<Expression> Expression::parse(std::string_view query) {
     return std::unexpected(std::move(parsed.error()));
   }
   return expression;
+}
+
+bool Expression::is_quick() const {
+  constexpr std::size_t kShort = 256;  // bounds the steps, and the globs in them
+  return query_->size() <= kShort && std::ranges::none_of(steps_, [](const Instruction& step) {
+           return step.step == Step::kPushRegister || ReadsText(step.field);
+         });
 }
 
 }  // namespace mrb::query

@@ -59,6 +59,9 @@ class Expression {
   [[nodiscard]] static Result<Expression> parse(std::string_view query);
 
   [[nodiscard]] const std::vector<Instruction>& steps() const { return steps_; }
+  /// Whether it is done with an element in no time: it is short, and leaves the text alone.
+  [[nodiscard]] bool is_quick() const;
+
   [[nodiscard]] const TextSearch& search(std::size_t place) const { return searches_[place]; }
 
  private:

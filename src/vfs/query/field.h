@@ -24,6 +24,11 @@ enum class Field : std::uint8_t {
 /// The field of that name, in this spelling; kUnknown when there is none.
 [[nodiscard]] Field FindField(std::string_view name);
 
+/// Whether its value is made from the element's text.
+[[nodiscard]] constexpr bool ReadsText(Field field) {
+  return field == Field::kText || field == Field::kKeywords || field == Field::kAnyKeyword;
+}
+
 /// The field's value; false for one that has none without an argument.
 [[nodiscard]] Value ReadField(Field field, const Element& element);
 

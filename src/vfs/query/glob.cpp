@@ -1,5 +1,6 @@
 #include "query/glob.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace mrb::query {
@@ -9,18 +10,28 @@ char Lower(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-}  // namespace
+bool Fits(char wanted, char byte) {
+  return wanted == '?' || Lower(wanted) == Lower(byte);
+}
 
-bool Matches(std::string_view glob, std::string_view text) {
+/// For globs without "*".
+bool FitsEachByte(std::string_view glob, std::string_view text) {
+  return std::ranges::equal(glob, text, Fits);
+}
+
+/// For globs that end with "*".
+bool FitsBeginning(std::string_view glob, std::string_view text) {
   std::size_t at = 0;    // in the glob
   std::size_t read = 0;  // in the text
   std::size_t star = std::string_view::npos;
   std::size_t resume = 0;  // where the text after the last "*" is tried next
-  while (read < text.size()) {
-    if (at < glob.size() && glob[at] == '*') {
+  while (at + 1 < glob.size()) {
+    if (glob[at] == '*') {
       star = at++;
       resume = read;
-    } else if (at < glob.size() && (glob[at] == '?' || Lower(glob[at]) == Lower(text[read]))) {
+    } else if (read == text.size()) {
+      return false;
+    } else if (Fits(glob[at], text[read])) {
       ++at;
       ++read;
     } else if (star != std::string_view::npos) {
@@ -30,7 +41,20 @@ bool Matches(std::string_view glob, std::string_view text) {
       return false;
     }
   }
-  return glob.find_first_not_of('*', at) == std::string_view::npos;
+  return true;
+}
+
+}  // namespace
+
+bool Matches(std::string_view glob, std::string_view text) {
+  if (!glob.contains('*')) return FitsEachByte(glob, text);
+  const std::size_t last_star = glob.rfind('*');
+  // What follows it ends the text: that alone turns most texts down.
+  const std::string_view end = glob.substr(last_star + 1);
+  if (text.size() < end.size()) return false;
+  const std::size_t rest = text.size() - end.size();
+  return FitsEachByte(end, text.substr(rest)) &&
+         FitsBeginning(glob.substr(0, last_star + 1), text.substr(0, rest));
 }
 
 }  // namespace mrb::query
