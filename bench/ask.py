@@ -12,16 +12,17 @@ import pathlib
 import shutil
 import subprocess
 import sys
-import time
 
 import make_tree
 import mirebolt
-from measure import Table, median, run
+from measure import Table, median, run, timed
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 RUNS = 7
+CHANGED_FILES = 100
+VERSIONS = 60
 SEARCHES = (
-    ("rare literal", [], "deprecated_since"),
+    ("rare literal", [], "posix_fadvise"),
     ("alternatives", [], r"(malloc|calloc|realloc)\s*\("),
     ("no literal", [], "[a-z]+_[0-9]{3,}[a-z]+"),
     ("-i literal", ["-i"], "buffer"),
@@ -50,7 +51,7 @@ def git_rows(table, tree, folder):
                       ["-c", "user.name=b", "-c", "user.email=b@b", "commit", "-q", "-m", "first"]):
             subprocess.run(["git", "-C", folder, *words], check=True)
     other_rows(table, "git grep", ["git", "-C", folder, "grep", "-n", "-E"])
-    add(table, "git grep, rare literal, in a commit",
+    add(table, "git grep, return in the headers of a commit",
         lambda: run(["git", "-C", folder, "grep", "-n", "return", "HEAD", "--", "*.h"]), 3)
 
 
@@ -66,11 +67,30 @@ def mb_rows(table, mb, tree, home):
         for label, flags, pattern in SEARCHES:
             add(table, f"mb grep, {label}", lambda f=flags, p=pattern: resident.time("grep", *f, p))
         add(table, "mb grep --all-versions, rare literal",
-            lambda: resident.time("grep", "--all-versions", "deprecated_since"))
+            lambda: resident.time("grep", "--all-versions", "posix_fadvise"))
         add(table, "mb ?( name() )", lambda: resident.time('?( name()=="*.h" )'), 21)
         add(table, "mb ?( body() )", lambda: resident.time('?( body("deprecated") )'))
         add(table, "mb find keyword", lambda: resident.time("find", "keyword:deprecated"))
-    time.sleep(0.1)
+        history_row(table, resident, tree, home.with_name(home.name + ".changed"))
+
+
+def history_row(table, resident, tree, folder):
+    """Some headers, each saved again and again, and a search of all that they ever were."""
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir()
+    headers = sorted(path for path in tree.rglob("*.h") if 8_000 < path.stat().st_size < 16_000)[:CHANGED_FILES]
+    for number, header in enumerate(headers):
+        shutil.copy(header, folder / f"{number}.h")
+    resident.asks("enroll", folder)
+    for version in range(2, VERSIONS + 1):
+        for number, header in enumerate(headers):
+            text = header.read_text(errors="replace") + f"// {version}\n"
+            resident.post(f"fsmk:file <path>{folder / str(number)}.h</path><content>{text}</content>")
+    command = ["grep", "--all-versions", f"--store={folder}", "posix_fadvise"]
+    resident.post(" ".join(command))
+    taken = median(RUNS, lambda _: timed(lambda: resident.post(" ".join(command))))
+    table.add("mb grep --all-versions, a version of 8 to 16 KB", taken * 1000 / (len(headers) * VERSIONS), "us",
+              f"{len(headers)} files of {VERSIONS} versions, inside the resident")
 
 
 def main():

@@ -329,8 +329,9 @@ class Bench {
     for (int run = 0; run < 3; ++run) {
       const std::string to = "copy-" + std::to_string(run);
       (void)service();
-      time_verb("import of 1,000,000 memos", "import", "bench, imported-" + to + ", " + source, 1,
-                "4000 ms");
+      std::string imported = "bench, imported-";
+      imported.append(to).append(", ").append(source);
+      time_verb("import of 1,000,000 memos", "import", imported, 1, "4000 ms");
       time_verb("clone of 1,000,000 memos", "clone", "bench, work, " + to, 1, "4000 ms");
       time_verb("export of 1,000,000 memos", "export", "bench, work, " + folder_ + "/exported", 1,
                 "none");

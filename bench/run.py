@@ -31,6 +31,7 @@ def main():
     with tempfile.TemporaryDirectory(prefix="mb-bench-") as folder:
         failed |= section("processes", [BIN / "process_bench", BIN / "mb", folder])
     failed |= section("versioned files, beside git", [sys.executable, "bench/compare.py", "--mb", BIN / "mb"])
+    failed |= section("searches, beside git grep and ripgrep", [sys.executable, "bench/ask.py", "--mb", BIN / "mb"])
     failed |= section("terminals, beside tmux", [sys.executable, "bench/terminals.py", "--mb", BIN / "mb"])
     failed |= section("agents", [sys.executable, "bench/agents.py", "--mb", BIN / "mb", "--stores", STORES])
     failed |= section("http", [sys.executable, "bench/http.py", "--server", BIN / "mb"])

@@ -9,6 +9,7 @@
 
 #include "common/text.h"
 #include "common/version.h"
+#include "front/answer_reader.h"
 #include "platform/console.h"
 #include "platform/paths.h"
 #include "platform/process.h"
@@ -52,11 +53,12 @@ std::string ReadAnswerUntil(Socket& socket, Clock::time_point deadline) {
   return answer;
 }
 
-/// Reads until the peer closes or fails. A silent open connection is waited for: the command runs.
-std::string ReadSlowAnswer(Socket& socket) {
-  std::string answer;
+/// Reads until the peer closes or fails; whether anything came. A silent open connection is waited
+/// for: the command runs.
+bool ReadSlowAnswer(Socket& socket, AnswerReader& reader) {
   std::vector<char> chunk(std::size_t{1} << 18U);  // an answer may be megabytes of lines
   bool told = !platform::StderrIsConsole();
+  bool any = false;
   for (;;) {
     const auto received = socket.receive(chunk.data(), chunk.size());
     if (!received && received.error().kind == ErrorKind::kTimedOut) {
@@ -65,9 +67,34 @@ std::string ReadSlowAnswer(Socket& socket) {
       }
       continue;
     }
-    if (!received || *received == 0) return answer;
-    answer.append(chunk.data(), *received);
+    if (!received || *received == 0) return any;
+    any = true;
+    reader.feed({chunk.data(), *received});
   }
+}
+
+/// Prints an answer, in pieces or whole, with a line feed behind it unless it is empty or has one.
+class AnswerPrinter {
+ public:
+  void print(std::string_view piece) {
+    platform::WriteStdout(piece);
+    if (!piece.empty()) in_line_ = piece.back() != '\n';
+  }
+  void finish() const {
+    if (in_line_) platform::WriteStdout("\n");
+  }
+
+ private:
+  bool in_line_ = false;
+};
+
+bool PrintExec(std::int32_t port, std::string_view line) {
+  AnswerPrinter printer;
+  if (!PostConsoleExec(port, line, [&](std::string_view piece) { printer.print(piece); })) {
+    return false;
+  }
+  printer.finish();
+  return true;
 }
 
 bool WaitFor(std::int32_t port, ProbeResult wanted, int probes) {
@@ -131,7 +158,8 @@ bool ShutdownResident(std::int32_t port) {
          WaitFor(port, ProbeResult::NoListener, kQuietProbes);
 }
 
-bool PostConsoleExec(std::int32_t port, std::string_view command_line, std::string& answer) {
+bool PostConsoleExec(std::int32_t port, std::string_view command_line,
+                     const std::function<void(std::string_view)>& answer) {
   auto socket = Open(port, kExecTimeout);
   if (!socket) return false;
   std::string request = "POST /console/exec?bot=cli HTTP/1.1\r\nHost: 127.0.0.1\r\n";
@@ -141,9 +169,9 @@ bool PostConsoleExec(std::int32_t port, std::string_view command_line, std::stri
              "\r\nConnection: close\r\n\r\n";
   request += command_line;
   if (!socket->send_all(request)) return false;
-  const std::string reply = ReadSlowAnswer(*socket);
-  if (reply.empty()) return false;
-  answer = ExtractOut(AnswerBody(reply));
+  AnswerReader reader(answer);
+  if (!ReadSlowAnswer(*socket, reader)) return false;
+  reader.finish();
   return true;
 }
 
@@ -164,15 +192,10 @@ std::optional<std::string> StdinLines::next() {
 }
 
 bool ExecViaResident(std::int32_t port, std::string_view command_line, StdinLines& lines) {
-  std::string answer;
-  if (!command_line.empty()) {
-    if (!PostConsoleExec(port, command_line, answer)) return false;
-    PrintAnswer(answer);
-    return true;
-  }
+  if (!command_line.empty()) return PrintExec(port, command_line);
   bool delivered_any = false;
   while (auto line = lines.next()) {
-    if (!PostConsoleExec(port, *line, answer)) {
+    if (!PrintExec(port, *line)) {
       if (delivered_any) {
         platform::WriteStderr("Mirebolt: the resident went away; not delivered: " + *line + "\n");
       } else {
@@ -181,14 +204,14 @@ bool ExecViaResident(std::int32_t port, std::string_view command_line, StdinLine
       return delivered_any;
     }
     delivered_any = true;
-    PrintAnswer(answer);
   }
   return true;
 }
 
 void PrintAnswer(std::string_view answer) {
-  platform::WriteStdout(answer);
-  if (!answer.empty() && answer.back() != '\n') platform::WriteStdout("\n");
+  AnswerPrinter printer;
+  printer.print(answer);
+  printer.finish();
 }
 
 }  // namespace mrb::front

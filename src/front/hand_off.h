@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,11 +24,12 @@ namespace mrb::front {
 /// Asks the resident to end; true once the port has gone quiet (some 6 s at most).
 [[nodiscard]] bool ShutdownResident(std::int32_t port);
 
-/// Has the resident run one command line. False when it was certainly not delivered: no connection,
-/// or one that ended before a byte of answer. An answer that is slow is waited for, with a note on
-/// a console's standard error, so that no command ever runs twice.
+/// Has the resident run one command line and gives the answer out in pieces, as it comes. False
+/// when it was certainly not delivered: no connection, or one that ended before a byte of answer.
+/// An answer that is slow is waited for, with a note on a console's standard error, so that no
+/// command ever runs twice.
 [[nodiscard]] bool PostConsoleExec(std::int32_t port, std::string_view command_line,
-                                   std::string& answer);
+                                   const std::function<void(std::string_view)>& answer);
 
 /// The X-Mrb-Cwd header line with its line end; empty when a header cannot tell the working
 /// directory.

@@ -31,17 +31,6 @@ void SkipSeparator(std::string_view text, std::size_t& at) {
   if (at < text.size() && !IsDigit(text[at])) ++at;
 }
 
-/// Where a string without its opening quote ends: at the first quote behind an even number of
-/// backslashes.
-std::size_t StringEnd(std::string_view raw) {
-  for (std::size_t at = raw.find('"'); at != std::string_view::npos; at = raw.find('"', at + 1)) {
-    std::size_t slashes = 0;
-    while (slashes < at && raw[at - slashes - 1] == '\\') ++slashes;
-    if (slashes % 2 == 0) return at;
-  }
-  return raw.size();
-}
-
 }  // namespace
 
 std::string_view AnswerBody(std::string_view answer) {
@@ -61,48 +50,6 @@ ProbeResult ClassifyHealth(std::string_view body, std::string& version) {
   const std::string_view rest = body.substr(field + kVersionField.size());
   version = rest.substr(0, rest.find('"'));
   return version == kVersion ? ProbeResult::Current : ProbeResult::OtherVersion;
-}
-
-std::string ExtractOut(std::string_view body) {
-  constexpr std::string_view kOut = "\"out\":\"";
-  const auto field = body.find(kOut);
-  if (field == std::string_view::npos) return std::string(body);
-  const std::string_view raw = body.substr(field + kOut.size());
-  return JsonUnescape(raw.substr(0, StringEnd(raw)));
-}
-
-std::string JsonUnescape(std::string_view raw) {
-  std::string out;
-  out.reserve(raw.size());
-  for (std::size_t i = 0; i < raw.size(); ++i) {
-    if (raw[i] != '\\' || i + 1 == raw.size()) {
-      // An answer may be megabytes of lines: what stands between two escapes is copied at once.
-      const std::size_t end = std::min(raw.find('\\', i + 1), raw.size());
-      out += raw.substr(i, end - i);
-      i = end - 1;
-      continue;
-    }
-    switch (const char c = raw[++i]) {
-      case 'n':
-        out += '\n';
-        break;
-      case 'r':
-        out += '\r';
-        break;
-      case 't':
-        out += '\t';
-        break;
-      case 'u':
-        if (raw.size() - i > 4) {
-          out += '?';
-          i += 4;
-        }
-        break;
-      default:
-        out += c;
-    }
-  }
-  return out;
 }
 
 int CompareVersions(std::string_view a, std::string_view b) {

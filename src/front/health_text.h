@@ -20,13 +20,6 @@ enum class ProbeResult {
 /// reported version, empty when there is none. Never NoListener.
 [[nodiscard]] ProbeResult ClassifyHealth(std::string_view body, std::string& version);
 
-/// The answer text of a /console/exec body: its "out" value unescaped; the whole body without one.
-[[nodiscard]] std::string ExtractOut(std::string_view body);
-
-/// Undoes JSON string escapes byte by byte. Lossy on purpose: \uXXXX becomes "?", since the
-/// resident escapes control characters alone that way and none of them belongs on a console.
-[[nodiscard]] std::string JsonUnescape(std::string_view raw);
-
 /// -1, 0 or 1 as version `a` is older than, equal to or newer than `b`, number by number; a missing
 /// number counts as 0.
 [[nodiscard]] int CompareVersions(std::string_view a, std::string_view b);

@@ -19,7 +19,7 @@ constexpr std::chrono::seconds kHeadTime{60};
 constexpr std::chrono::seconds kBodyTime{600};
 
 constexpr std::size_t kPiece = 4096;
-constexpr std::size_t kKeptAnswer = 65536;
+constexpr std::size_t kCopiedBody = 65536;  // to send it with the head, in a buffer that stays
 
 }  // namespace
 
@@ -107,10 +107,12 @@ bool Connection::upgrade(const Request& request) {
 bool Connection::send_answer(const Response& response) {
   std::string& bytes = buffers_.answer;
   bytes.clear();
-  AppendHttpResponse(bytes, response);
-  const bool sent = socket_.send_all(bytes).has_value();
-  if (bytes.capacity() > kKeptAnswer) bytes = {};
-  return sent;
+  AppendHttpHead(bytes, response);
+  if (response.body.size() > kCopiedBody) {
+    return socket_.send_all(bytes).has_value() && socket_.send_all(response.body).has_value();
+  }
+  bytes += response.body;
+  return socket_.send_all(bytes).has_value();
 }
 
 bool Connection::answer(const Response& response) {

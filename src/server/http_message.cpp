@@ -23,7 +23,7 @@ Response JsonFailure(std::string_view status, std::string_view message) {
   return response;
 }
 
-void AppendHttpResponse(std::string& out, const Response& response) {
+void AppendHttpHead(std::string& out, const Response& response) {
   out += "HTTP/1.1 ";
   out += response.status;
   out += "\r\nContent-Type: ";
@@ -32,7 +32,6 @@ void AppendHttpResponse(std::string& out, const Response& response) {
   AppendDecimal(out, response.body.size());
   out += response.headers;
   out += "\r\nCache-Control: no-store\r\nConnection: close\r\n\r\n";
-  out += response.body;
 }
 
 }  // namespace mrb::server

@@ -52,8 +52,8 @@ struct Response {
 /// {"ok":false,"error":"<message>"} under the given status.
 [[nodiscard]] Response JsonFailure(std::string_view status, std::string_view message);
 
-/// Appends the answer's bytes to `out`: status, type, length, the further headers, and that it is
-/// neither stored nor followed by another on the connection.
-void AppendHttpResponse(std::string& out, const Response& response);
+/// Appends the answer's head to `out`: status, type, length, the further headers, and that it is
+/// neither stored nor followed by another on the connection. The body comes right behind it.
+void AppendHttpHead(std::string& out, const Response& response);
 
 }  // namespace mrb::server

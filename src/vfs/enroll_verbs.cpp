@@ -187,6 +187,11 @@ bool IsOwnHome(const VerbCall& call, const std::string& root) {
          root.find("\\.mirebolt\\") != std::string::npos;
 }
 
+bool IsDirectory(const VerbCall& call, const std::string& path) {
+  const auto status = call.service.options().files->status(path);
+  return status && status->type == platform::FileStatus::Type::kDirectory;
+}
+
 }  // namespace
 
 std::string Enroll(const VerbCall& call) {
@@ -196,9 +201,7 @@ std::string Enroll(const VerbCall& call) {
     return ErrorAnswer("usage  Mirebolt EnrollVersionControl <directory> [flags]\n");
   }
   const auto root = RootOf(request.directory, call.caller);
-  const auto status = root ? call.service.options().files->status(*root)
-                           : Result<platform::FileStatus>(Fail(ErrorKind::kNotFound, ""));
-  if (!status || status->type != platform::FileStatus::Type::kDirectory) {
+  if (!root || !IsDirectory(call, *root)) {
     return ErrorAnswer("no such directory: " + request.directory);
   }
   request.root = *root;
@@ -245,8 +248,8 @@ std::string ShowPolicy(const VerbCall& call) {
   if (change->is_empty() || change->applied_to(now) == now) {
     return OkAnswer((*store)->disk_root() + "  policy: [" + FormatPolicy(now) + "]");
   }
-  if (change->mode && *change->mode != now.mode) {
-    return OtherMode((*store)->disk_root(), now.mode, *change->mode);
+  if (const auto mode = change->mode; mode && *mode != now.mode) {
+    return OtherMode((*store)->disk_root(), now.mode, *mode);
   }
   if (StopsWatcher(*change, now.watch)) return WatchOffWarning("fssys:policy " + flags);
   return ApplyChange(call, *store, *change, "");

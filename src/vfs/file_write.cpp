@@ -259,8 +259,7 @@ void FileWrite::undo_mirror() {
 
 FileWrite::Outcome FileWrite::settle(Journal* journal) {
   if (!flushes_) return {};
-  std::vector<platform::SyncTarget> targets;
-  for (const std::string& folder : folders_) targets.emplace_back(folder);
+  std::vector<platform::SyncTarget> targets(folders_.begin(), folders_.end());
   if (journal != nullptr && journal->file() != nullptr) targets.emplace_back(journal->file());
   const auto flushed = platform::SyncEach(*places_.files, targets);
   const auto failed = std::ranges::find_if(flushed, [](const Status& status) { return !status; });

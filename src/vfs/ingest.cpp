@@ -330,12 +330,11 @@ Status Ingest::begin_fill() {
 
 void Ingest::read_all() {
   const auto start = [this] {
-    return
-        [this, reader = std::make_unique<BulkReader>(*store_.places_.files, store_.pool_, mutex_)](
-            std::size_t begin, std::size_t end) {
-          for (std::size_t i = begin; i < end; ++i) read_item(items_[i], *reader);
-          if (progress_ && begin % kProgressStep == 0) progress_(begin, items_.size());
-        };
+    return [this, reader = BulkReader(*store_.places_.files, store_.pool_, mutex_)](
+               std::size_t begin, std::size_t end) mutable {
+      for (std::size_t i = begin; i < end; ++i) read_item(items_[i], reader);
+      if (progress_ && begin % kProgressStep == 0) progress_(begin, items_.size());
+    };
   };
   if (may_run_parallel()) {
     ShareOut(items_.size(), kItemsPerTurn, start);

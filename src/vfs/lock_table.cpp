@@ -1,6 +1,7 @@
 #include "vfs/lock_table.h"
 
 #include <algorithm>
+#include <ranges>
 #include <utility>
 
 namespace mrb::vfs {
@@ -57,9 +58,8 @@ void LockTable::rename(const std::string& from, const std::string& to) {
 }
 
 std::vector<std::string> LockTable::locked_paths() const {
-  std::vector<std::string> paths;
-  for (const auto& [path, lock] : locks_) paths.push_back(path);
-  return paths;
+  const auto paths = std::views::keys(locks_);
+  return {paths.begin(), paths.end()};
 }
 
 bool LockTable::is_flagged(std::string_view path) const {

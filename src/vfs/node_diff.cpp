@@ -24,7 +24,7 @@ std::string_view PathIn(const Directory& folder, std::string_view name) {
 
 /// The files at any depth. Not recursive: the depth of a tree is not ours to choose.
 diff::TreeSide SideOf(const Directory& top, std::string_view root) {
-  diff::TreeSide side{root, {}};
+  diff::TreeSide side{root, {}, {}};
   std::vector<std::pair<const Directory*, std::string>> open{{&top, ""}};
   while (!open.empty()) {
     const auto [folder, way] = std::move(open.back());

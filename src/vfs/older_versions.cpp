@@ -4,21 +4,21 @@ namespace mrb::vfs {
 
 Status OlderVersions::read_journal() {
   const std::scoped_lock guard(reading_);
-  if (changes_) return {};
+  if (is_read_) return {};
   auto all = store_.all_changes();
   if (!all) return std::unexpected(all.error());
-  auto& by_path = changes_.emplace();
-  for (Change& change : *all) by_path[change.path].push_back(std::move(change));
+  for (Change& change : *all) changes_[change.path].push_back(std::move(change));
+  is_read_ = true;
   return {};
 }
 
 Result<std::vector<VersionRecord>> OlderVersions::of(const std::string& path,
                                                      std::uint32_t version) {
   if (const Status read = read_journal(); !read) return std::unexpected(read.error());
-  const auto changes = changes_->find(path);
+  const auto changes = changes_.find(path);
   const VersionStore::Lock guard = store_.lock();
   const File* file = store_.find(path);
-  if (file == nullptr || changes == changes_->end()) return std::vector<VersionRecord>();
+  if (file == nullptr || changes == changes_.end()) return std::vector<VersionRecord>();
   auto older = store_.older_versions(*file, changes->second);
   if (older) {
     std::erase_if(*older, [&](const VersionRecord& record) { return record.version >= version; });

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <mutex>
-#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -25,8 +24,9 @@ class OlderVersions {
 
   VersionStore& store_;
   std::mutex reading_;
-  /// By path; nothing until it is needed. Guarded by reading_ while it is read, then constant.
-  std::optional<std::unordered_map<std::string, std::vector<Change>>> changes_;
+  // Guarded by reading_ while the journal is read, then constant.
+  bool is_read_ = false;
+  std::unordered_map<std::string, std::vector<Change>> changes_;  ///< by path
 };
 
 }  // namespace mrb::vfs

@@ -188,8 +188,8 @@ TEST(FileDiff, EqualsThePlainRecursion) {
 }
 
 TEST(DirectoryDiff, NamesWhatDiffers) {
-  const TreeSide a{"/a", {{"same", 1, "x"}, {"only/a", 1, ""}, {"d", 2, "1"}}};
-  const TreeSide b{"/b", {{"d", 5, "2"}, {"same", 9, "x"}, {"z", 1, ""}}};
+  const TreeSide a{"/a", {{"same", 1, "x"}, {"only/a", 1, ""}, {"d", 2, "1"}}, {}};
+  const TreeSide b{"/b", {{"d", 5, "2"}, {"same", 9, "x"}, {"z", 1, ""}}, {}};
   const std::string head = "=== DIRECTORY DIFF ===\nA: /a\nB: ";
   const std::string title = "\ndiffering files (identical files omitted to spare context):\n";
   EXPECT_EQ(DirectoryDiff(a, b), head + "/b" + title +

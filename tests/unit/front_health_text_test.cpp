@@ -32,20 +32,6 @@ TEST(HealthTextTest, AnswerBodyIsBehindTheFirstBlankLine) {
   EXPECT_EQ(AnswerBody("no separator\r\n"), "no separator\r\n");
 }
 
-TEST(HealthTextTest, ExtractsOutAndUndoesEscapes) {
-  const std::pair<const char*, const char*> cases[] = {
-      {R"({"ok":true,"out":"a\"b\nc"})", "a\"b\nc"},
-      {R"({"out":"x\u0007y\\"})", "x?y\\"},
-      {R"({"out":"\b\/\t\r"})", "b/\t\r"},
-      {R"({"out":"cut \u00)", "cut 00"},
-      {R"({"out":"ends in \)", "ends in \\"},
-      {R"({"out":""})", ""},
-      {R"({"error":"no out"})", R"({"error":"no out"})"},
-      {"plain text", "plain text"},
-  };
-  for (const auto& [body, out] : cases) EXPECT_EQ(ExtractOut(body), out) << body;
-}
-
 TEST(HealthTextTest, ComparesVersionsNumberByNumber) {
   struct Case {
     const char* a;

@@ -96,16 +96,16 @@ TEST(RequestReaderTest, BoundsTheHead) {
   EXPECT_EQ(state_after(kMaxHead + 1, "\r\n\r\n"), RequestReader::State::kTooLarge);
 }
 
-TEST(HttpMessageTest, WritesAnAnswerToTheByte) {
+TEST(HttpMessageTest, WritesAnAnswersHeadToTheByte) {
   Response response;
   response.type = kPlain;
   response.body = "hello";
   response.headers = "\r\nSet-Cookie: a=b";
   std::string bytes;
-  AppendHttpResponse(bytes, response);
+  AppendHttpHead(bytes, response);
   EXPECT_EQ(bytes,
             "HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nContent-Length: 5\r\n"
-            "Set-Cookie: a=b\r\nCache-Control: no-store\r\nConnection: close\r\n\r\nhello");
+            "Set-Cookie: a=b\r\nCache-Control: no-store\r\nConnection: close\r\n\r\n");
   EXPECT_EQ(JsonFailure(kForbidden, "a \"b\"").body, R"({"ok":false,"error":"a \"b\""})");
 }
 

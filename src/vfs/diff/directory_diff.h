@@ -18,7 +18,7 @@ struct TreeFile {
 struct TreeSide {
   std::string_view root;        ///< the tree's path or name, shown to the reader
   std::vector<TreeFile> files;  ///< in any order; a path at most once
-  std::string moment = {};      ///< when it was so; empty: now
+  std::string moment;           ///< when it was so; empty: now
 };
 
 /// The files that differ or exist on one side only, in the order of their paths, in a frame. Files

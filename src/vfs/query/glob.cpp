@@ -29,12 +29,10 @@ bool FitsBeginning(std::string_view glob, std::string_view text) {
     if (glob[at] == '*') {
       star = at++;
       resume = read;
-    } else if (read == text.size()) {
-      return false;
-    } else if (Fits(glob[at], text[read])) {
+    } else if (read < text.size() && Fits(glob[at], text[read])) {
       ++at;
       ++read;
-    } else if (star != std::string_view::npos) {
+    } else if (read < text.size() && star != std::string_view::npos) {
       at = star + 1;
       read = ++resume;
     } else {
