@@ -155,7 +155,7 @@ def rows(table, mb, tree, size, home):
         used = running.cpu_seconds() - before
         table.add(f"mb idle, {size} files", 100 * used / IDLE_SECONDS, "%", "of one core, at most 6 %")
         table.add_beside(f"mb heal pass, processor time, {size} files", 1000 * used / IDLE_SECONDS,
-                         "status of each file" if many else "", 1.3)
+                         "status of each file, once a second" if many else "", 1.3)
         content = sum(name.stat().st_size for name in tree.rglob("*") if name.is_file())
         table.add(f"mb memory beyond the files' bytes, {size} files", (running.memory_bytes() - content) / size,
                   "B", "a file, at most 500 B")

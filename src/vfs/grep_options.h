@@ -17,7 +17,7 @@ enum class GrepShow : std::uint8_t { kLines, kMatches, kCounts, kPaths, kPathsWi
 /// A search command, or one that replaces what it finds.
 struct GrepOptions {
   std::string pattern;
-  std::optional<std::string> replacement;
+  std::string replacement;
   std::vector<std::string> paths;  ///< globs and folders; none: every file
   std::vector<std::string> include;
   std::vector<std::string> exclude;

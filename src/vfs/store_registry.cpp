@@ -48,7 +48,7 @@ StoreRegistry::~StoreRegistry() {
 
 std::string StoreRegistry::mirror_root(const std::string& root) const {
   const std::string folder = JoinPath(options_.data_home, ".versioncontrol");
-  const std::string usual = JoinPath(folder, MirrorKey(root, options_.executable_folder));
+  std::string usual = JoinPath(folder, MirrorKey(root, options_.executable_folder));
   const auto owner = platform::ReadFile(*options_.files, MirrorLayout(usual).owner_note());
   if (!owner || IsSameRoot(TrimLineEnd(*owner), root)) return usual;
   return JoinPath(folder, DistinctMirrorKey(root));
@@ -214,6 +214,7 @@ std::shared_ptr<VersionStore> StoreRegistry::of_root(const std::string& root) co
 std::vector<std::shared_ptr<VersionStore>> StoreRegistry::all() const {
   const std::scoped_lock guard(mutex_);
   std::vector<std::shared_ptr<VersionStore>> stores;
+  stores.reserve(roots_.size());
   for (const auto& root : roots_) stores.push_back(root->store);
   return stores;
 }

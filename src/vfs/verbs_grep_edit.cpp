@@ -197,7 +197,7 @@ std::string AnswerOf(const Summary& summary, bool applied) {
 std::string RunGrepEdit(const VerbCall& call) {
   const auto options = ParseGrep(call.arguments, GrepCommand::kEdit);
   if (!options) return ErrorAnswer(options.error().text);
-  const auto rule = MakeEditRule(options->pattern, options->engine, *options->replacement);
+  const auto rule = MakeEditRule(options->pattern, options->engine, options->replacement);
   if (!rule) return ErrorAnswer(rule.error().text);
   const auto stores = SearchedStores(call, options->store);
   if (!stores) return ErrorAnswer(stores.error().text);

@@ -187,11 +187,14 @@ void VfsService::replay_checkouts() {
     const std::string seat = document->root().find("leafId").text();
     const std::string path = document->root().find("path").text();
     if (seat.empty() || path.empty()) continue;
-    const std::string arguments = "<path>" + path + "</path><toSeat>" + seat + "</toSeat>";
+    std::string arguments = "<path>";
+    arguments.append(path).append("</path><toSeat>").append(seat).append("</toSeat>");
     const VfsCall caller{.author = seat, .working_directory = {}};
-    const std::string answer = FslockVerbs().rows[2].run(
-        {*this, caller, FslockVerbs().rows[2].name, arguments, Arguments(arguments)});
-    if (IsErrorAnswer(answer)) print("[vc] checkout of " + path + ": " + answer + "\n");
+    const std::string answer =
+        RowOf(FslockVerbs(), "transfer")
+            ->run({*this, caller, "transfer", arguments, Arguments(arguments)});
+    if (!IsErrorAnswer(answer)) continue;
+    print(std::string("[vc] checkout of ").append(path).append(": ").append(answer) + "\n");
   }
 }
 

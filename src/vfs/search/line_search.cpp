@@ -66,11 +66,17 @@ void LineSearch::search(std::string_view text, const std::function<bool(const Li
   }
 }
 
-std::optional<Span> LineSearch::span_from(std::string_view line, std::size_t from) {
-  if (!matcher_.literal_is_enough_) return finder_.find(line, from);
-  const std::size_t at = matcher_.literal_->find(line, from);
+/// Of a pattern that is a literal and nothing else.
+std::optional<Span> LineSearch::literal_span(std::string_view line, std::size_t from) const {
+  const auto& literal = matcher_.literal_;
+  if (!literal) return std::nullopt;
+  const std::size_t at = literal->find(line, from);
   if (at == std::string_view::npos) return std::nullopt;
-  return Span{at, at + matcher_.literal_->needle().size()};
+  return Span{at, at + literal->needle().size()};
+}
+
+std::optional<Span> LineSearch::span_from(std::string_view line, std::size_t from) {
+  return matcher_.literal_is_enough_ ? literal_span(line, from) : finder_.find(line, from);
 }
 
 bool LineSearch::spans(std::string_view line, const std::function<void(Span)>& found) {
@@ -93,11 +99,9 @@ bool LineSearch::spans(std::string_view line, const std::function<void(Span)>& f
 }
 
 Span LineSearch::span(std::string_view line) const {
-  if (matcher_.literal_is_enough_) {
-    const std::size_t at = matcher_.literal_->find(line);
-    return {at, at + matcher_.literal_->needle().size()};
-  }
-  return FindSpan(matcher_.program_, line).value_or(Span{});
+  const auto found =
+      matcher_.literal_is_enough_ ? literal_span(line, 0) : FindSpan(matcher_.program_, line);
+  return found.value_or(Span{});
 }
 
 }  // namespace mrb::search

@@ -62,6 +62,7 @@ class LineSearch {
  private:
   [[nodiscard]] std::size_t next(std::string_view text, std::size_t from);
 
+  [[nodiscard]] std::optional<Span> literal_span(std::string_view line, std::size_t from) const;
   [[nodiscard]] std::optional<Span> span_from(std::string_view line, std::size_t from);
 
   const Matcher& matcher_;
