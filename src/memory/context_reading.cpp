@@ -2,6 +2,7 @@
 
 #include "common/answer.h"
 #include "memory/fields.h"
+#include "memory/memo_text.h"
 
 namespace mrb::memory {
 
@@ -11,6 +12,14 @@ std::expected<ContextReading, std::string> ReadContext(const VerbCall& call, std
   auto access = call.contexts.read(found[1]);
   if (!access) return std::unexpected(ErrorAnswer(access.error().text));
   return ContextReading{std::move(found), *std::move(access)};
+}
+
+std::expected<TopicReading, std::string> ReadTopic(const VerbCall& call, std::size_t fields) {
+  auto reading = ReadContext(call, fields);
+  if (!reading) return std::unexpected(reading.error());
+  const auto rows = reading->access.store->index().topic_rows(reading->fields[2]);
+  if (rows.empty()) return std::unexpected(NoTopicError(reading->fields[2], reading->fields[1]));
+  return TopicReading{*std::move(reading), rows};
 }
 
 }  // namespace mrb::memory

@@ -32,6 +32,27 @@ Result<WriteAccess> write_existing(const VerbCall& call, std::string_view contex
   return call.contexts.write(context);
 }
 
+/// A memo of a context that is open for writing.
+struct MemoToChange {
+  WriteAccess access;
+  std::uint32_t row = 0;
+};
+
+/// The error is a whole answer.
+std::expected<MemoToChange, std::string> memo_to_change(const VerbCall& call,
+                                                        const std::string& context,
+                                                        const std::string& topic, std::uint64_t n) {
+  auto access = write_existing(call, context, topic);
+  if (!access) {
+    return std::unexpected(access.error().kind == ErrorKind::kNotFound
+                               ? MemoRangeError(ContextStore(), topic, context)
+                               : ErrorAnswer(access.error().text));
+  }
+  const auto row = access->store->find_memo(topic, n);
+  if (!row) return std::unexpected(MemoRangeError(*access->store, topic, context));
+  return MemoToChange{*std::move(access), *row};
+}
+
 std::string rewrite_refused(std::string_view what, const Error& error) {
   return ErrorAnswer(std::string(what) + " failed (disk rewrite refused): " + error.text);
 }
@@ -70,22 +91,15 @@ std::string RunDeleteMemo(const VerbCall& call) {
   }
   const std::string context(fields[1]);
   const std::string topic(fields[2]);
-  auto access = write_existing(call, context, topic);
-  if (!access) {
-    return access.error().kind == ErrorKind::kNotFound
-               ? MemoRangeError(ContextStore(), topic, context)
-               : ErrorAnswer(access.error().text);
-  }
-  const auto row = access->store->find_memo(topic, *n);
-  if (!row) {
-    return MemoRangeError(*access->store, topic, context);
-  }
-  if (const auto removed = access->store->exchange(std::span(&*row, 1), {}, true); !removed) {
+  const auto memo = memo_to_change(call, context, topic, *n);
+  if (!memo) return memo.error();
+  const auto& [access, row] = *memo;
+  if (const auto removed = access.store->exchange(std::span(&row, 1), {}, true); !removed) {
     return rewrite_refused("deletememo of '" + topic + "' memo " + std::to_string(*n),
                            removed.error());
   }
   return OkAnswer("memo " + std::to_string(*n) + " deleted from '" + topic + "' (" +
-                  std::to_string(access->store->index().topic_rows(topic).size()) +
+                  std::to_string(access.store->index().topic_rows(topic).size()) +
                   " left; previous file kept at data.mrb4.last)");
 }
 
@@ -108,27 +122,20 @@ std::string RunUpdate(const VerbCall& call) {
   }
   // The embedder may take its time: nobody waits for the context meanwhile.
   const WriteLane lane = WriteLane::embed(call, {context}, content);
-  auto access = write_existing(call, context, topic);
-  if (!access) {
-    return access.error().kind == ErrorKind::kNotFound
-               ? MemoRangeError(ContextStore(), topic, context)
-               : ErrorAnswer(access.error().text);
-  }
-  const auto row = access->store->find_memo(topic, *n);
-  if (!row) {
-    return MemoRangeError(*access->store, topic, context);
-  }
+  const auto memo = memo_to_change(call, context, topic, *n);
+  if (!memo) return memo.error();
+  const auto& [access, row] = *memo;
   const TokenList keywords = BuildKeywordList(SplitKeywords(fields[4]), content);
   const auto words = keywords.views();
-  const std::string memo = " memo " + std::to_string(*n);
-  const Status replaced = access->store->replace(*row, {.props = *props,
-                                                        .written = call.now(),
-                                                        .content = content,
-                                                        .topic = topic,
-                                                        .keywords = words,
-                                                        .vector = lane.vector(context)});
+  const Status replaced = access.store->replace(row, {.props = *props,
+                                                      .written = call.now(),
+                                                      .content = content,
+                                                      .topic = topic,
+                                                      .keywords = words,
+                                                      .vector = lane.vector(context)});
   if (!replaced) {
-    return ErrorAnswer("update of '" + topic + "'" + memo + " failed (disk rewrite refused)");
+    return ErrorAnswer("update of '" + topic + "' memo " + std::to_string(*n) +
+                       " failed (disk rewrite refused)");
   }
   return OkAnswer("memo " + std::to_string(*n) + " of '" + topic + "' REPLACED in context '" +
                   context + "'") +

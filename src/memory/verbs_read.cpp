@@ -24,14 +24,11 @@ std::string types_in_brackets(std::uint32_t props) {
 }  // namespace
 
 std::string RunMemos(const VerbCall& call) {
-  const auto reading = ReadContext(call, 3);
-  if (!reading) return reading.error();
-  const auto& [fields, access] = *reading;
+  const auto found = ReadTopic(call, 3);
+  if (!found) return found.error();
+  const auto& [reading, rows] = *found;
+  const auto& [fields, access] = reading;
   const ContextIndex& index = access.store->index();
-  const auto rows = index.topic_rows(fields[2]);
-  if (rows.empty()) {
-    return NoTopicError(fields[2], fields[1]);
-  }
   std::string answer = std::to_string(rows.size()) + " memo(s) in '" + std::string(fields[2]) +
                        "' of context '" + std::string(fields[1]) + "'";
   for (std::size_t i = 0; i < rows.size(); ++i) {

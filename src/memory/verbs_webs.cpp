@@ -141,14 +141,11 @@ TopicTerms look_up(const ContextIndex& index, std::string_view verb, std::string
 }  // namespace
 
 std::string RunW5(const VerbCall& call) {
-  const auto reading = ReadContext(call, 3);
-  if (!reading) return reading.error();
-  const auto& [fields, access] = *reading;
+  const auto found = ReadTopic(call, 3);
+  if (!found) return found.error();
+  const auto& [reading, rows] = *found;
+  const auto& [fields, access] = reading;
   const ContextIndex& index = access.store->index();
-  const auto rows = index.topic_rows(fields[2]);
-  if (rows.empty()) {
-    return NoTopicError(fields[2], fields[1]);
-  }
   const TopicFrame frame = frame_of(index, rows);
   const auto list = [](std::string_view label, const std::vector<std::string>& terms) {
     return std::string("\n  ").append(label).append(Join(terms, "; "));

@@ -51,54 +51,58 @@ std::string Remove(const VerbCall& call) {
 
 /// Both ends of a copy or move; they must lie in one store.
 struct Ends {
+  std::string source;  // as they were given
+  std::string target;
   StorePath from;
   StorePath to;
 };
 
-Result<Ends> EndsOf(const VerbCall& call, const std::string& source, const std::string& target) {
+/// The error is a whole answer.
+std::expected<Ends, std::string> EndsOf(const VerbCall& call) {
+  std::string source = call.args.text("src", 0);
+  std::string target = call.args.text("dst", 1);
+  if (source.empty() || target.empty()) return std::unexpected(UsageOf(FsVerbs(), call.verb));
   auto from = Locate(call, source);
   auto to = Locate(call, target);
-  if (!from) return Fail(ErrorKind::kNotFound, "no such file: " + source);
-  if (!to) return Fail(ErrorKind::kNotFound, "no enrolled directory holds '" + target + "'");
-  if (from->store != to->store) {
-    return Fail(ErrorKind::kInvalidArgument,
-                "destination '" + target + "' exists in a different store than source '" + source +
-                    "' — cross-store overwrite not supported");
+  if (!from) return std::unexpected(ErrorAnswer("no such file: " + source));
+  if (!to) {
+    return std::unexpected(ErrorAnswer("no enrolled directory holds '" + target + "'"));
   }
-  return Ends{*std::move(from), *std::move(to)};
+  if (from->store != to->store) {
+    return std::unexpected(ErrorAnswer("destination '" + target +
+                                       "' exists in a different store than source '" + source +
+                                       "' — cross-store overwrite not supported"));
+  }
+  return Ends{std::move(source), std::move(target), *std::move(from), *std::move(to)};
 }
 
 std::string Move(const VerbCall& call) {
-  const std::string source = call.args.text("src", 0);
-  const std::string target = call.args.text("dst", 1);
-  if (source.empty() || target.empty()) return UsageOf(FsVerbs(), call.verb);
-  const auto ends = EndsOf(call, source, target);
-  if (!ends) return ErrorAnswer(ends.error().text);
-  const HeldStore store(ends->from.store, call.caller);
+  const auto ends = EndsOf(call);
+  if (!ends) return ends.error();
+  const auto& [source, target, from, to] = *ends;
+  const HeldStore store(from.store, call.caller);
   if (store->is_cache()) return ErrorAnswer("a cache write-through store keeps no history to move");
-  iFileSystemObj* node = store->find(ends->from.path);
-  if (node == nullptr) return NoNode(*store, ends->from, source);
-  if (!store->admits(ends->to.path, 0)) return ErrorAnswer(ExcludedReason(*store));
-  if (!store->move(node, ends->to.path)) return Failure(*store);
+  iFileSystemObj* node = store->find(from.path);
+  if (node == nullptr) return NoNode(*store, from, source);
+  if (!store->admits(to.path, 0)) return ErrorAnswer(ExcludedReason(*store));
+  if (!store->move(node, to.path)) return Failure(*store);
   return OkAnswer("moved " + source + " -> " + target + " (history followed)");
 }
 
 std::string Copy(const VerbCall& call) {
-  const std::string source = call.args.text("src", 0);
-  const std::string target = call.args.text("dst", 1);
-  if (source.empty() || target.empty()) return UsageOf(FsVerbs(), call.verb);
-  const auto ends = EndsOf(call, source, target);
-  if (!ends) return ErrorAnswer(ends.error().text);
-  const HeldStore store(ends->from.store, call.caller);
-  iFileSystemObj* node = store->find(ends->from.path);
-  if (node == nullptr) return NoNode(*store, ends->from, source);
-  if (!store->admits(ends->to.path, 0)) return ErrorAnswer(ExcludedReason(*store));
-  const File* before = store->find(ends->to.path);
+  const auto ends = EndsOf(call);
+  if (!ends) return ends.error();
+  const auto& [source, target, from, to] = *ends;
+  const HeldStore store(from.store, call.caller);
+  iFileSystemObj* node = store->find(from.path);
+  if (node == nullptr) return NoNode(*store, from, source);
+  if (!store->admits(to.path, 0)) return ErrorAnswer(ExcludedReason(*store));
+  const File* before = store->find(to.path);
   const bool replaces = before != nullptr && !before->history.empty();
-  if (!store->copy(node, ends->to.path)) return Failure(*store);
+  if (!store->copy(node, to.path)) return Failure(*store);
   const std::string copied = "copied " + source + " -> " + target;
   if (!replaces) return OkAnswer(copied + " (v1, new versioned file)" + Notice(*store));
-  return OkAnswer(copied + " (v" + std::to_string(store->find(ends->to.path)->version) +
+  return OkAnswer(copied + " (v" + std::to_string(store->find(to.path)->version) +
                   "; incoming copy replaced the working bytes)" + Notice(*store));
 }
 

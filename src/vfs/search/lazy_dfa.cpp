@@ -4,7 +4,7 @@
 
 namespace mrb::search {
 
-LazyDfa::LazyDfa(const Program& program) : program_(program), seen_(program.steps.size()) {
+LazyDfa::LazyDfa(const Program& program) : program_(program), closure_(program) {
   number({});
 }
 
@@ -21,35 +21,22 @@ std::uint32_t LazyDfa::number(State state) {
 /// Everything that a state leads to without a byte, given the byte that follows. Whether that is a
 /// match. A match may begin anywhere, so the start is always among it.
 bool LazyDfa::close(const State& state, Beside after) {
-  ++round_;
+  closure_.start_round();
   closed_.clear();
-  open_.assign(state.places.begin(), state.places.end());
-  open_.push_back(program_.start);
-  while (!open_.empty()) {
-    const std::uint32_t place = open_.back();
-    open_.pop_back();
-    if (seen_[place] == round_) continue;
-    seen_[place] = round_;
-    const Instruction& step = program_.steps[place];
-    switch (step.kind) {
-      case Instruction::Kind::kMatch:
-        return true;
-      case Instruction::Kind::kBytes:
-        closed_.push_back(place);
-        break;
-      case Instruction::Kind::kSplit:
-        open_.push_back(step.other);
-        open_.push_back(step.next);
-        break;
-      case Instruction::Kind::kMark:
-        open_.push_back(step.next);
-        break;
-      case Instruction::Kind::kAssert:
-        if (Holds(step.assertion, state.before, after)) open_.push_back(step.next);
-        break;
+  bool matched = false;
+  const auto arrive = [&](Thread thread, const Instruction& step) {
+    if (step.kind == Instruction::Kind::kMatch) {
+      matched = true;
+    } else {
+      closed_.push_back(thread.place);
     }
+  };
+  closure_.follow({program_.start}, state.before, after, arrive);
+  for (const std::uint32_t place : state.places) {
+    if (matched) break;
+    closure_.follow({place}, state.before, after, arrive);
   }
-  return false;
+  return matched;
 }
 
 std::uint32_t LazyDfa::step(std::uint32_t from, unsigned char byte) {

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "search/closure.h"
 #include "search/program.h"
 
 namespace mrb::search {
@@ -37,6 +38,9 @@ class LazyDfa {
     friend auto operator<=>(const State&, const State&) = default;
   };
   using Row = std::array<std::uint32_t, 256>;
+  struct Thread {
+    std::uint32_t place = 0;
+  };
 
   std::uint32_t number(State state);
   std::uint32_t step(std::uint32_t from, unsigned char byte);
@@ -46,10 +50,8 @@ class LazyDfa {
   std::map<State, std::uint32_t> numbers_;
   std::vector<const State*> states_;
   std::vector<Row> rows_;
+  Closure<Thread> closure_;
   std::vector<std::uint32_t> closed_;  // the places of the last close()
-  std::vector<std::uint32_t> open_;
-  std::vector<std::uint32_t> seen_;  // by place: the round that saw it
-  std::uint32_t round_ = 0;
 };
 
 }  // namespace mrb::search

@@ -9,7 +9,7 @@ std::optional<Span> SpanFinder::find(std::string_view line, std::size_t from) {
   for (std::size_t at = from; at <= line.size(); ++at) {
     const Beside before = at == 0 ? Beside::kEnd : BesideAt(line, at - 1);
     const Beside after = BesideAt(line, at);
-    ++round_;
+    closure_.start_round();
     waiting_.clear();
     for (const Thread& thread : threads_) follow(thread, at, before, after);
     if (!best_) follow({program_.start, at}, at, before, after);
@@ -21,33 +21,13 @@ std::optional<Span> SpanFinder::find(std::string_view line, std::size_t from) {
 
 void SpanFinder::follow(const Thread& thread, std::size_t at, Beside before, Beside after) {
   if (best_ && thread.begin > best_->begin) return;
-  open_.push_back(thread.place);
-  while (!open_.empty()) {
-    const std::uint32_t place = open_.back();
-    open_.pop_back();
-    ++work_;
-    if (seen_[place] == round_) continue;
-    seen_[place] = round_;
-    const Instruction& step = program_.steps[place];
-    switch (step.kind) {
-      case Instruction::Kind::kMatch:
-        best_ = Span{thread.begin, at};
-        break;
-      case Instruction::Kind::kBytes:
-        waiting_.push_back({place, thread.begin});
-        break;
-      case Instruction::Kind::kSplit:
-        open_.push_back(step.other);
-        open_.push_back(step.next);
-        break;
-      case Instruction::Kind::kMark:
-        open_.push_back(step.next);
-        break;
-      case Instruction::Kind::kAssert:
-        if (Holds(step.assertion, before, after)) open_.push_back(step.next);
-        break;
+  closure_.follow(thread, before, after, [&](const Thread& one, const Instruction& step) {
+    if (step.kind == Instruction::Kind::kMatch) {
+      best_ = Span{one.begin, at};
+    } else {
+      waiting_.push_back(one);
     }
-  }
+  });
 }
 
 void SpanFinder::advance(unsigned char byte) {

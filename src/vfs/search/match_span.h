@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "search/closure.h"
 #include "search/program.h"
 
 namespace mrb::search {
@@ -20,14 +21,14 @@ struct Span {
 /// Finds out where in a line a match lies. For one thread; refers to the program.
 class SpanFinder {
  public:
-  explicit SpanFinder(const Program& program) : program_(program), seen_(program.steps.size()) {}
+  explicit SpanFinder(const Program& program) : program_(program), closure_(program) {}
 
   /// The leftmost match that begins at `from` or later, and the longest of those. In time of the
   /// line times the program.
   [[nodiscard]] std::optional<Span> find(std::string_view line, std::size_t from = 0);
 
   /// Steps taken in all calls so far.
-  [[nodiscard]] std::uint64_t work() const { return work_; }
+  [[nodiscard]] std::uint64_t work() const { return closure_.work(); }
 
  private:
   /// A place in the program and where in the line the match began that leads there.
@@ -40,10 +41,7 @@ class SpanFinder {
   void advance(unsigned char byte);
 
   const Program& program_;
-  std::vector<std::uint64_t> seen_;  // by place: the round that reached it last
-  std::uint64_t round_ = 0;
-  std::uint64_t work_ = 0;
-  std::vector<std::uint32_t> open_;
+  Closure<Thread> closure_;
   std::vector<Thread> threads_;
   std::vector<Thread> waiting_;  // for the next byte
   std::optional<Span> best_;

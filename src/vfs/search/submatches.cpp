@@ -14,7 +14,7 @@ Submatches::Spans Submatches::find(std::string_view line, Span span) {
   for (std::size_t at = span.begin; at <= span.end; ++at) {
     const Beside before = at == 0 ? Beside::kEnd : BesideAt(line, at - 1);
     const Beside after = BesideAt(line, at);
-    ++round_;
+    closure_.start_round();
     waiting_.clear();
     found_.reset();  // a match that ends here; only one that ends with the span is meant
     for (const Thread& thread : threads) {
@@ -42,33 +42,16 @@ Submatches::Spans Submatches::find(std::string_view line, Span span) {
 }
 
 void Submatches::follow(const Thread& thread, std::size_t at, Beside before, Beside after) {
-  open_.push_back(thread);
-  while (!open_.empty()) {
-    Thread one = open_.back();
-    open_.pop_back();
-    if (seen_[one.place] == round_) continue;
-    seen_[one.place] = round_;
-    const Instruction& step = program_.steps[one.place];
-    switch (step.kind) {
-      case Instruction::Kind::kMatch:
-        if (!found_) found_ = one.marks;
-        break;
-      case Instruction::Kind::kBytes:
-        waiting_.push_back(one);
-        break;
-      case Instruction::Kind::kSplit:
-        open_.push_back({step.other, one.marks});
-        open_.push_back({step.next, one.marks});
-        break;
-      case Instruction::Kind::kMark:
-        if (step.bytes < one.marks.size()) one.marks[step.bytes] = at;
-        open_.push_back({step.next, one.marks});
-        break;
-      case Instruction::Kind::kAssert:
-        if (Holds(step.assertion, before, after)) open_.push_back({step.next, one.marks});
-        break;
+  const auto arrive = [&](const Thread& one, const Instruction& step) {
+    if (step.kind == Instruction::Kind::kBytes) {
+      waiting_.push_back(one);
+    } else if (!found_) {
+      found_ = one.marks;
     }
-  }
+  };
+  closure_.follow(thread, before, after, arrive, [at](Thread& one, const Instruction& step) {
+    if (step.bytes < one.marks.size()) one.marks[step.bytes] = at;
+  });
 }
 
 }  // namespace mrb::search

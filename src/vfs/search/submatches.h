@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "search/closure.h"
 #include "search/match_span.h"
 
 namespace mrb::search {
@@ -21,7 +22,7 @@ class Submatches {
   using Spans = std::array<std::optional<Span>, kGroups>;
 
   /// `program` has its groups marked.
-  explicit Submatches(const Program& program) : program_(program), seen_(program.steps.size()) {}
+  explicit Submatches(const Program& program) : program_(program), closure_(program) {}
 
   /// `span` is a match of the program in `line`.
   [[nodiscard]] Spans find(std::string_view line, Span span);
@@ -36,9 +37,7 @@ class Submatches {
   void follow(const Thread& thread, std::size_t at, Beside before, Beside after);
 
   const Program& program_;
-  std::vector<std::uint64_t> seen_;  // by place: the round that reached it last
-  std::uint64_t round_ = 0;
-  std::vector<Thread> open_;
+  Closure<Thread> closure_;
   std::vector<Thread> waiting_;  // for the next byte, the preferred ones first
   std::optional<Marks> found_;
 };
