@@ -1,6 +1,7 @@
 #include "workstation/memo_json.h"
 
 #include <array>
+#include <cinttypes>
 #include <cstdio>
 
 #include "common/fnv1a.h"
@@ -11,9 +12,10 @@ namespace mrb::workstation {
 
 std::string MemoMark(const memory::ContextIndex& index, std::uint32_t row) {
   const memory::RecordView record = index.record(row);
-  const auto hash = static_cast<unsigned long long>(Fnv1a(record.content) * 31 + record.written);
+  const std::uint64_t hash = Fnv1a(record.content) * 31 + record.written;
   std::array<char, 24> text{};
-  const int length = std::snprintf(text.data(), text.size(), "%012llx", hash & 0xFFFFFFFFFFFFULL);
+  const int length =
+      std::snprintf(text.data(), text.size(), "%012" PRIx64, hash & 0xFFFF'FFFF'FFFF);
   return {text.data(), static_cast<std::size_t>(length)};
 }
 

@@ -28,7 +28,7 @@ struct Draft {
   std::string content;
   std::uint32_t types = 0;
   memory::TokenList keywords;
-  std::optional<memory::WriteLane> lane;
+  memory::WriteLane lane;
 };
 
 /// Reads it, and embeds it where the context wants that, before anything is held.
@@ -65,7 +65,7 @@ auto WithFields(Desk& desk, const Draft& draft, Write write) {
                                     .content = draft.content,
                                     .topic = draft.topic,
                                     .keywords = words,
-                                    .vector = draft.lane->vector(draft.context)});
+                                    .vector = draft.lane.vector(draft.context)});
 }
 
 std::string RecordBytes(const ContextStore& store, std::uint32_t row) {
@@ -170,7 +170,7 @@ Answer AnswerAddMemo(Desk& desk, const Params& params) {
                draft->topic,
                {{rows.size(), {}}},
                MemoMark(store.index(), rows.back())},
-              draft->lane->notice());
+              draft->lane.notice());
 }
 
 Answer AnswerUpdateMemo(Desk& desk, const Params& params) {
@@ -190,7 +190,7 @@ Answer AnswerUpdateMemo(Desk& desk, const Params& params) {
       desk, *draft, [&](const memory::RecordFields& memo) { return store.replace(*row, memo); });
   if (!replaced) return std::unexpected(replaced.error());
   undo.mark = MemoMark(store.index(), *row);
-  return Done(desk, std::move(undo), draft->lane->notice());
+  return Done(desk, std::move(undo), draft->lane.notice());
 }
 
 Answer AnswerDeleteMemo(Desk& desk, const Params& params) {
