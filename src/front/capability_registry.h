@@ -8,10 +8,11 @@ namespace mrb::front {
 
 /// How a plain phrase becomes a namespaced command. Each form fits the phrases of its rows' usage.
 enum class Phrase {
-  kWords,    ///< the words behind the verb, as they are
-  kContent,  ///< `<path> content: <text>`
-  kFromTo,   ///< `<a> to <b>`
-  kVersion,  ///< `<path> to <n>`
+  kWords,         ///< the words behind the verb, as they are
+  kContent,       ///< `<path> content: <text>`
+  kMaybeContent,  ///< the same, or the path alone
+  kFromTo,        ///< `<a> to <b>`
+  kVersion,       ///< `<path> to <n>`
 };
 
 /// One thing a user can say.

@@ -14,7 +14,7 @@ constexpr std::array kRows{
         Phrase::kContent, true},
     Capability{"create", "Files", "Make a new file or folder under version control.",
                "create src/x.cpp content: <text>   |   create src/newdir/",
-               "A path that ends in a slash is a folder.", "mk", "fsmk:file", Phrase::kContent,
+               "A path that ends in a slash is a folder.", "mk", "fsmk:file", Phrase::kMaybeContent,
                true},
     Capability{"read", "Files", "Show a file's latest bytes.", "read src/x.cpp",
                "A deleted file says so; restore brings it back.", "cat show", "fs:cat",

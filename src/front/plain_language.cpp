@@ -15,7 +15,8 @@ std::string Tagged(std::string_view tag, std::string_view text) {
 }
 
 /// `write src/x.cpp content: text`: the first "content:" that stands as a word ends the path.
-std::string RewriteContent(std::string_view target, std::string_view words) {
+/// Without one, the text of `write notes.txt hello` would become the end of a file's name.
+std::string RewriteContent(std::string_view target, std::string_view words, bool needs_content) {
   constexpr std::string_view kMark = "content:";
   auto mark = words.find(kMark);
   while (mark != std::string_view::npos && mark > 0 && words[mark - 1] != ' ') {
@@ -25,7 +26,7 @@ std::string RewriteContent(std::string_view target, std::string_view words) {
   if (path.empty()) return {};
   std::string command(target);
   command += Tagged("path", path);
-  if (mark == std::string_view::npos) return command;
+  if (mark == std::string_view::npos) return needs_content ? std::string() : command;
   std::string_view content = words.substr(mark + kMark.size());
   if (content.starts_with(' ')) content.remove_prefix(1);
   return command + Tagged("content", content);
@@ -55,7 +56,8 @@ std::string_view WithoutSecondWord(std::string_view first_word, std::string_view
 std::string RewritePhrase(const Capability& row, std::string_view words) {
   switch (row.phrase) {
     case Phrase::kContent:
-      return RewriteContent(row.target, words);
+    case Phrase::kMaybeContent:
+      return RewriteContent(row.target, words, row.phrase == Phrase::kContent);
     case Phrase::kFromTo:
       return RewriteTo(row.target, words, "src", "dst");
     case Phrase::kVersion:

@@ -83,7 +83,7 @@ bool VersionStore::absorb_outside(File& file) {
   const Blob content = file.content;
   const std::string message = message_;
   if (const auto retry = failing_.find(file.name); retry != failing_.end()) retry->second.next = {};
-  message_ = "cannot read " + working_path(file.name);
+  message_ = working_path(file.name) + " is still being written";
   const bool pending = reconcile_file(file.name);
   file.content = content;
   if (pending) return false;

@@ -161,6 +161,12 @@ bool VersionStore::may_be_in_a_save(const std::string& path, const platform::Fil
   return true;
 }
 
+/// True: it must be tried again.
+bool VersionStore::unreadable(const Error& error) {
+  message_ = error.text;
+  return true;
+}
+
 bool VersionStore::look_again(std::string_view path, bool flush_later, Haste haste) {
   const Lock guard = lock();
   if (setup_.follower || is_cache() || !may_try(std::string(path))) return false;
@@ -168,7 +174,7 @@ bool VersionStore::look_again(std::string_view path, bool flush_later, Haste has
   File* file = find(path);
   const auto status = places_.files->status(target);
   if (!status || status->type != platform::FileStatus::Type::kFile) {
-    if (!status && status.error().kind != ErrorKind::kNotFound) return true;
+    if (!status && status.error().kind != ErrorKind::kNotFound) return unreadable(status.error());
     return file != nullptr && !file->is_gone() && lose_outside(*file);
   }
   if (file != nullptr && !file->is_gone() && LooksSame(file->seen, *status)) return false;
@@ -176,7 +182,7 @@ bool VersionStore::look_again(std::string_view path, bool flush_later, Haste has
   if (haste == Haste::kWaits && may_be_in_a_save(std::string(path), *status)) return true;
   const std::int64_t now = NowNanoseconds();
   auto bytes = ReadBlob(*places_.files, target);
-  if (!bytes) return bytes.error().kind != ErrorKind::kNotFound;
+  if (!bytes) return bytes.error().kind != ErrorKind::kNotFound && unreadable(bytes.error());
   const auto after = places_.files->status(target);
   if (!after || !LooksSame(*status, *after)) return true;  // still being written
   if (file == nullptr) file = &touch(path);

@@ -260,6 +260,7 @@ class VersionStore {
   [[nodiscard]] bool may_be_in_a_save(const std::string& path, const platform::FileStatus& status);
   bool take_outside(File& file, Blob bytes, const platform::FileStatus& status, bool flush_later);
   bool lose_outside(File& file);
+  bool unreadable(const Error& error);
   bool outside_failed(const File& file);
   [[nodiscard]] bool may_try(const std::string& path) const;
   [[nodiscard]] bool never_enters(std::string_view folder) const;

@@ -153,6 +153,7 @@ TEST(PlainLanguageTest, RewritesPhrasesToNamespacedVerbs) {
       {"write src/a.x content: one content: two",
        "fsmk:file <path>src/a.x</path> <content>one content: two</content>"},
       {"write content: x", ""},
+      {"write notes.txt hello", ""},
       {"create dir/", "fsmk:file <path>dir/</path>"},
       {"read a b.txt", "fs:cat a b.txt"},
       {"copy a to b to c", "fs:copy <src>a to b</src> <dst>c</dst>"},
