@@ -125,7 +125,6 @@ class LintTest : public testing::Test {
 };
 
 TEST_F(LintTest, NamesDamageOfTheRecordsAndTheirIndexes) {
-  const std::string one = std::to_string(offsets_[1]);
   const std::string three = std::to_string(offsets_[3]);
   const std::string end = std::to_string(end_);
   expect("buffer: partial record header at " + end,

@@ -56,7 +56,7 @@ TEST(MemoryVerbs, AddReplacesAndAddMemoAppends) {
 
 TEST(MemoryVerbs, QueriesBindMemosToFields) {
   MemoryHome home;
-  const auto registers = std::make_shared<CommandRegister>();
+  auto registers = std::make_shared<CommandRegister>();
   MemoryHome::Options options;
   options.registers = [&](std::string_view) { return registers; };
   home.set(options);

@@ -20,6 +20,7 @@ TEST(SharedMutexTest, KeepsFirstUsersApart) {
     std::atomic<int> ready{0};
     int writers = 0;  // guarded by mutex
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
       threads.emplace_back([&, i] {
         ++ready;
