@@ -139,6 +139,9 @@ class Ingest::Look final : public platform::TreeVisitor {
     }
   }
 
+  /// The watcher's first pass, before which nobody is answered, comes soon.
+  platform::FolderMemory* memory() override { return &ingest_.store_.folders_; }
+
  private:
   Ingest& ingest_;
 };
