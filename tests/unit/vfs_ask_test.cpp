@@ -22,7 +22,7 @@ class AskTest : public test::ServiceFixture {
 
   /// The paths of a query's lines, with blanks between them; any other answer as it is.
   std::string matches(const std::string& expression) {
-    const std::string answer = query(expression);
+    std::string answer = query(expression);
     if (!answer.starts_with("OK: ")) return answer;
     std::string paths;
     for (const std::string& path : registers_->entries())
@@ -159,7 +159,7 @@ TEST_F(AskTest, GrepReachesEveryVersion) {
   for (int i = 1; i <= 70; ++i) {  // more than a start reads
     const std::string number = std::to_string(i);
     run("fsmk:file <path>f</path><content>old " + number + "</content>");
-    expected += "f@v" + number + ":1:old " + number + "\n";
+    expected.append("f@v").append(number).append(":1:old ").append(number).append("\n");
   }
   run("fs:rm f");
   start();

@@ -7,7 +7,7 @@ namespace {
 
 using Kind = ByteSource::Kind;
 
-MirrorFacts Facts(std::vector<std::uint32_t> archives, bool copy, bool tombstone = false) {
+MirrorFacts Facts(const std::vector<std::uint32_t>& archives, bool copy, bool tombstone = false) {
   MirrorFacts facts;
   for (const std::uint32_t number : archives) facts.archives.push_back({number, 1000 + number});
   facts.has_copy = copy;

@@ -49,7 +49,7 @@ TEST_F(FilesTest, TimelineGoesBackPageByPage) {
       seen.push_back(change.find("kind").text() + " " + change.find("path").text());
     }
     before = page.text("before");
-    more = page.root().find("more").boolean().value();
+    more = page.root().find("more").boolean() == true;
   }
   EXPECT_EQ(seen, (std::vector<std::string>{"delete gone.md", "create gone.md", "create b.bin",
                                             "modify d/a.txt", "create d/a.txt"}));
