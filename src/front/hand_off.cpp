@@ -74,18 +74,25 @@ bool ReadSlowAnswer(Socket& socket, AnswerReader& reader) {
 }
 
 /// Prints an answer, in pieces or whole, with a line feed behind it unless it is empty or has one.
+/// A console takes whole characters only, and pieces may end within one: so it prints whole lines.
 class AnswerPrinter {
  public:
   void print(std::string_view piece) {
-    platform::WriteStdout(piece);
-    if (!piece.empty()) in_line_ = piece.back() != '\n';
+    const std::size_t lines = piece.rfind('\n') + 1;  // 0 without one
+    if (lines > 0 && !rest_.empty()) {
+      platform::WriteStdout(rest_.append(piece.substr(0, lines)));
+      rest_.clear();
+    } else if (lines > 0) {
+      platform::WriteStdout(piece.substr(0, lines));
+    }
+    rest_ += piece.substr(lines);
   }
-  void finish() const {
-    if (in_line_) platform::WriteStdout("\n");
+  void finish() {
+    if (!rest_.empty()) platform::WriteStdout(rest_ += '\n');
   }
 
  private:
-  bool in_line_ = false;
+  std::string rest_;  // behind the last line feed
 };
 
 bool PrintExec(std::int32_t port, std::string_view line) {
