@@ -13,6 +13,9 @@ import time
 
 import pytest
 
+# A script that runs this in the background ignores interrupts, and so would all that is started here.
+signal.signal(signal.SIGINT, signal.default_int_handler)
+
 DEADLINE = 30.0  # seconds; a bound for what should take milliseconds, on a machine that is busy
 
 

@@ -134,14 +134,15 @@ def test_an_older_resident_that_stays_means_a_local_run(mb):
 
 def test_a_dripping_probe_answer_is_cut_off(mb):
     def drip(_, peer):
-        for _ in range(100):
+        for _ in range(600):  # a minute of small signs of life
             peer.sendall(b"x")
             time.sleep(0.1)
+        heard_out.append(peer)
 
-    started = time.monotonic()
+    heard_out = []
     with Listener(mb.port, drip):
         mb.run("memory.striptotokens x")
-    assert time.monotonic() - started < 6  # two probes of 1.2 s, not 10 s
+    assert not heard_out
 
 
 def test_a_slow_answer_is_waited_for_and_runs_once(mb):

@@ -223,9 +223,11 @@ def test_the_client_key_by_key(terminals):
     person.sees("33 77")
     person.resize(20, 60)
     wait_until(lambda: terminals.run(session, "stty size")[0] == "20 60\r\n", "the new size")
-    person.type("sleep 100\r")
-    person.sees("sleep 100")
-    person.type("\x03echo st\x1b[Dx\r")  # Ctrl-C, then the arrow left of the "t"
+    person.type("sleep 61236\r")
+    wait_until(lambda: alive("[s]leep 61236"), "the program that is interrupted")
+    person.type("\x03")
+    person.sees(r"\^C[^$#]*[$#] ")
+    person.type("echo st\x1b[Dx\r")  # the arrow left of the "t"
     person.sees("sxt")
     person.type("\x1cd")
     person.sees(re.escape(f"[detached — {session} still running"))
