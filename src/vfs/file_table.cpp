@@ -11,6 +11,10 @@ namespace {
 
 constexpr std::size_t kFirstSlots = 64;
 
+const std::string& NameOf(const File* file) {
+  return file->name;
+}
+
 }  // namespace
 
 File* FileTable::find(std::string_view path) const {
@@ -28,12 +32,21 @@ File& FileTable::add(std::string_view path) {
 }
 
 const std::vector<File*>& FileTable::in_order() const {
-  const auto by_name = [](const File* file) -> const std::string& { return file->name; };
   const std::size_t known = order_.size();
   if (known == files_.size()) return order_;
+  order_.reserve(files_.size());
   for (std::size_t i = known; i < files_.size(); ++i) order_.push_back(files_[i].get());
-  SortTail(order_, known, by_name);
+  SortTail(order_, known, NameOf);
   return order_;
+}
+
+std::span<File* const> FileTable::below(std::string_view folder) const {
+  const std::span<File* const> all = in_order();
+  if (folder.empty()) return all;
+  const std::string first = std::string(folder) + '/';
+  const std::string behind = std::string(folder) + static_cast<char>('/' + 1);
+  const auto begin = std::ranges::lower_bound(all, first, {}, NameOf);
+  return {begin, std::ranges::lower_bound(begin, all.end(), behind, {}, NameOf)};
 }
 
 void FileTable::respell(File& file, std::string_view name) {

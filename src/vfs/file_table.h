@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,6 +29,9 @@ class FileTable {
 
   /// The same files in the order of their paths, kept from call to call.
   [[nodiscard]] const std::vector<File*>& in_order() const;
+
+  /// Those of them whose path leads through a folder; all for "". Valid until the next add().
+  [[nodiscard]] std::span<File* const> below(std::string_view folder) const;
 
   /// Gives a file another spelling of its name that find() takes for the same.
   void respell(File& file, std::string_view name);

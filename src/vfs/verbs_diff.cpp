@@ -32,10 +32,7 @@ struct Named {
 
 /// Whether a path is, or was, that of a folder.
 bool IsFolderOrWas(const VersionStore& store, const std::string& path) {
-  return store.is_folder(path) || std::ranges::any_of(store.table().files(), [&](const auto& file) {
-           return file->name.size() > path.size() && file->name[path.size()] == '/' &&
-                  file->name.starts_with(path);
-         });
+  return path.empty() || !store.table().below(path).empty();
 }
 
 std::optional<Named> Lookup(const VerbCall& call, const std::string& path) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <ranges>
 #include <set>
 
 #include "common/answer.h"
@@ -48,14 +49,8 @@ std::string Version(const VerbCall& call) {
                   (file->is_gone() ? " (tombstoned)" : ""));
 }
 
-/// The live files of a store in the order of their names.
-std::vector<const File*> LiveFiles(const VersionStore& store) {
-  std::vector<const File*> files;
-  for (const auto& file : store.table().files()) {
-    if (!file->is_gone()) files.push_back(file.get());
-  }
-  std::ranges::sort(files, {}, [](const File* file) -> const std::string& { return file->name; });
-  return files;
+bool IsLive(const File* file) {
+  return !file->is_gone();
 }
 
 /// What lies directly in a folder: its files, and the names of its folders.
@@ -65,15 +60,14 @@ struct Listing {
 };
 
 Listing ListFolder(const VersionStore& store, const std::string& folder) {
-  const std::string prefix = folder.empty() ? "" : folder + "/";
+  const std::size_t skipped = folder.empty() ? 0 : folder.size() + 1;
   Listing listing;
-  for (const File* file : LiveFiles(store)) {
-    if (!file->name.starts_with(prefix)) continue;
-    const std::size_t slash = file->name.find('/', prefix.size());
+  for (const File* file : store.table().below(folder) | std::views::filter(IsLive)) {
+    const std::size_t slash = file->name.find('/', skipped);
     if (slash == std::string::npos) {
       listing.files.push_back(file);
     } else {
-      listing.folders.insert(file->name.substr(prefix.size(), slash - prefix.size()));
+      listing.folders.insert(file->name.substr(skipped, slash - skipped));
     }
   }
   return listing;
@@ -141,7 +135,8 @@ std::string Stores(const VerbCall& call) {
       lines += "  [single files: " + std::to_string(store->followed().size()) + "]";
     } else {
       lines += "  [" + FormatPolicy(store->policy()) + "]  " +
-               std::to_string(LiveFiles(*store).size()) + " file(s)";
+               std::to_string(std::ranges::count_if(store->table().in_order(), IsLive)) +
+               " file(s)";
     }
     if (store->category() == StoreCategory::kConfiguration) lines += "  configuration";
     if (store->is_follower()) lines += "  read-only follower";
@@ -155,10 +150,13 @@ std::string Paths(const VerbCall& call) {
   const auto chosen = ChosenStore(call);
   if (!chosen) return ErrorAnswer(chosen.error().text);
   const HeldStore store(*chosen, call.caller);
-  const auto files = LiveFiles(*store);
-  std::string text = std::to_string(files.size()) + " path(s) in " + store->disk_root() + "\n";
-  for (const File* file : files) text += "  " + file->name + "\n";
-  return OkAnswer(text);
+  std::size_t count = 0;
+  std::string lines;
+  for (const File* file : store->table().in_order() | std::views::filter(IsLive)) {
+    ++count;
+    lines += "  " + file->name + "\n";
+  }
+  return OkAnswer(std::to_string(count) + " path(s) in " + store->disk_root() + "\n" + lines);
 }
 
 std::string Stats(const VerbCall& call) {

@@ -35,10 +35,7 @@ bool VersionStore::admits(std::string_view path, std::uint64_t size) const {
 
 bool VersionStore::is_folder(std::string_view path) const {
   if (path.empty()) return true;
-  return std::ranges::any_of(table_.files(), [path](const std::unique_ptr<File>& file) {
-    return !file->is_gone() && file->name.size() > path.size() && file->name[path.size()] == '/' &&
-           std::string_view(file->name).starts_with(path);
-  });
+  return std::ranges::any_of(table_.below(path), [](const File* file) { return !file->is_gone(); });
 }
 
 std::unique_ptr<Directory> VersionStore::tree() const {
@@ -56,12 +53,8 @@ std::unique_ptr<Directory> VersionStore::tree() const {
     folders.emplace(path, &added);
     return added;
   };
-  std::vector<const File*> live;
-  for (const auto& file : table_.files()) {
-    if (!file->is_gone()) live.push_back(file.get());
-  }
-  std::ranges::sort(live, {}, [](const File* file) -> const std::string& { return file->name; });
-  for (const File* file : live) {
+  for (const File* file : table_.in_order()) {
+    if (file->is_gone()) continue;
     const std::size_t slash = file->name.find_last_of('/');
     folder(slash == std::string::npos ? "" : std::string_view(file->name).substr(0, slash))
         .children.push_back(file->clone());

@@ -58,19 +58,18 @@ struct Entry {
   std::uint64_t files = 0;
 };
 
-/// What lies directly in a folder ("" or with its "/" at the end).
-std::vector<Entry> EntriesIn(const vfs::VersionStore& store, std::string_view prefix,
+/// What lies directly in a folder.
+std::vector<Entry> EntriesIn(const vfs::VersionStore& store, std::string_view folder,
                              bool deleted) {
+  const std::size_t skipped = folder.empty() ? 0 : folder.size() + 1;
   std::vector<Entry> entries;
   std::map<std::string_view, std::uint64_t> folders;
-  for (const auto& file : store.table().files()) {
-    std::string_view rest = file->name;
-    if (file->history.empty() || !rest.starts_with(prefix)) continue;
-    if (file->is_gone() && !deleted) continue;
-    rest.remove_prefix(prefix.size());
+  for (const File* file : store.table().below(folder)) {
+    if (file->history.empty() || (file->is_gone() && !deleted)) continue;
+    const std::string_view rest = std::string_view(file->name).substr(skipped);
     const std::size_t slash = rest.find('/');
     if (slash == std::string_view::npos) {
-      entries.push_back({rest, file.get()});
+      entries.push_back({rest, file});
     } else {
       ++folders[rest.substr(0, slash)];
     }
@@ -113,8 +112,7 @@ Answer AnswerFolder(Desk& desk, const Params& params) {
   if (!page) return std::unexpected(page.error());
   const std::string folder = params.text("folder");
   const vfs::VersionStore::Lock held = (*store)->lock();
-  std::vector<Entry> entries =
-      EntriesIn(**store, folder.empty() ? "" : folder + "/", params.is_set("deleted"));
+  std::vector<Entry> entries = EntriesIn(**store, folder, params.is_set("deleted"));
   JsonWriter json = BeginAnswer();
   json.field("total", entries.size()).key("entries").begin_array();
   const auto rows = PageOf(entries, *page, [](const Entry& a, const Entry& b) {

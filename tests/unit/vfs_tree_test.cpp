@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <set>
 
 #include "vfs/blob.h"
@@ -78,6 +79,30 @@ TEST(FileTableTest, FindsWhatWasAddedByTheSystemsRules) {
   ASSERT_NE(windows.find("folder/FILE7"), nullptr);
   EXPECT_EQ(&windows.add("FOLDER/file7"), windows.find("Folder/file7"));
   EXPECT_EQ(windows.files().size(), 1000U);
+}
+
+TEST(FileTableTest, KeepsThePathOrderWhileFilesCome) {
+  FileTable table(platform::PathStyle::kPosix);
+  std::set<std::string> expected;
+  std::uint32_t random = 1;
+  for (int i = 0; i < 400; ++i) {
+    random = random * 1664525 + 1013904223;
+    // Beside the folder "d": what sorts before and after its "/".
+    constexpr std::array kStarts{"d", "d-", "d/", "d/e/", "d0", "d/\xff", ""};
+    const std::string path = kStarts[random % kStarts.size()] + std::to_string(random >> 8);
+    table.add(path);
+    expected.insert(path);
+    if (random % 5 > 1) continue;  // so that one, or some, are new
+    std::vector<std::string> all;
+    std::vector<std::string> below;
+    for (const File* file : table.in_order()) all.push_back(file->name);
+    for (const File* file : table.below("d")) below.push_back(file->name);
+    EXPECT_TRUE(std::ranges::equal(all, expected));
+    std::erase_if(all, [](const std::string& name) { return !name.starts_with("d/"); });
+    EXPECT_EQ(below, all);
+  }
+  EXPECT_EQ(table.below("").size(), expected.size());
+  EXPECT_TRUE(table.below("no").empty());
 }
 
 TEST(MirrorLayoutTest, KeysNameRoots) {
