@@ -55,12 +55,11 @@ void FileTable::respell(File& file, std::string_view name) {
 }
 
 std::uint64_t FileTable::hash_of(std::string_view path) const {
-  if (style_ == platform::PathStyle::kPosix) return Fnv1a(path);
-  return Fnv1a(LowerAscii(path));
+  return ignores_case() ? Fnv1a(LowerAscii(path)) : Fnv1a(path);
 }
 
 bool FileTable::same(std::string_view a, std::string_view b) const {
-  return style_ == platform::PathStyle::kPosix ? a == b : EqualsIgnoreCase(a, b);
+  return ignores_case() ? EqualsIgnoreCase(a, b) : a == b;
 }
 
 std::size_t FileTable::slot_of(std::string_view path) const {

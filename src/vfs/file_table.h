@@ -19,6 +19,8 @@ class FileTable {
  public:
   explicit FileTable(platform::PathStyle style = platform::SystemPathStyle()) : style_(style) {}
 
+  [[nodiscard]] bool ignores_case() const { return style_ != platform::PathStyle::kPosix; }
+
   /// Null when there is none.
   [[nodiscard]] File* find(std::string_view path) const;
 

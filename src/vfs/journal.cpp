@@ -6,6 +6,7 @@
 
 #include "common/json_scan.h"
 #include "common/json_text.h"
+#include "common/literal_search.h"
 #include "common/text.h"
 #include "platform/paths.h"
 
@@ -105,6 +106,15 @@ std::optional<Change> ChangeOf(const JsonValue& object) {
                 .carried = object.find("carried").boolean().value_or(false)};
 }
 
+// JSON text is UTF-8; the name of a file need not be.
+void AppendPath(std::string& line, std::string_view path) {
+  if (IsUtf8(path)) {
+    AppendText(line, "path", path);
+  } else {
+    AppendText(line, "path_hex", HexOf(path));
+  }
+}
+
 }  // namespace
 
 std::string_view ChangeKindName(ChangeKind kind) {
@@ -116,12 +126,7 @@ std::string ChangeLine(const Change& change) {
   AppendText(line, "author", change.author);
   AppendText(line, "stamp", StampText(change.stamp));
   AppendText(line, "kind", ChangeKindName(change.kind));
-  // JSON text is UTF-8; the name of a file need not be.
-  if (IsUtf8(change.path)) {
-    AppendText(line, "path", change.path);
-  } else {
-    AppendText(line, "path_hex", HexOf(change.path));
-  }
+  AppendPath(line, change.path);
   AppendNumber(line, "size", change.size);
   if (change.archived != 0) {
     AppendNumber(line, "archived", change.archived);
@@ -182,12 +187,17 @@ Status Journal::sync() {
   return file_ ? file_->sync() : Status();
 }
 
+Result<std::string> Journal::text() const {
+  auto text = platform::ReadFile(files_, path_);
+  if (!text && text.error().kind == ErrorKind::kNotFound) return std::string();
+  return text;
+}
+
 Result<std::size_t> Journal::read(const std::function<void(Change)>& found) const {
-  const auto text = platform::ReadFile(files_, path_);
-  if (!text && text.error().kind == ErrorKind::kNotFound) return 0;
-  if (!text) return std::unexpected(text.error());
+  const auto lines = text();
+  if (!lines) return std::unexpected(lines.error());
   std::size_t damaged = 0;
-  std::string_view rest = *text;
+  std::string_view rest = *lines;
   while (!rest.empty()) {
     const std::size_t end = std::min(rest.find('\n'), rest.size());
     const std::string_view line = rest.substr(0, end);
@@ -200,6 +210,26 @@ Result<std::size_t> Journal::read(const std::function<void(Change)>& found) cons
     }
   }
   return damaged;
+}
+
+Status Journal::read_of(std::string_view path, bool any_case,
+                        const std::function<void(Change)>& found) const {
+  const auto lines = text();
+  if (!lines) return std::unexpected(lines.error());
+  const std::string_view all = *lines;
+  std::string field;
+  AppendPath(field, path);
+  const LiteralSearch search(field, any_case);
+  for (std::size_t at = search.find(all); at != std::string_view::npos; at = search.find(all, at)) {
+    const std::size_t begin = all.rfind('\n', at) + 1;  // 0 in the first line
+    const std::size_t end = std::min(all.find('\n', at), all.size());
+    at = end;
+    auto change = ParseChange(all.substr(begin, end - begin));
+    const bool fits =
+        change && (any_case ? EqualsIgnoreCase(change->path, path) : change->path == path);
+    if (fits) found(*std::move(change));
+  }
+  return {};
 }
 
 }  // namespace mrb::vfs

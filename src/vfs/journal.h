@@ -69,8 +69,14 @@ class Journal {
   /// reported one by one; a missing file holds none.
   [[nodiscard]] Result<std::size_t> read(const std::function<void(Change)>& found) const;
 
+  /// The same for the changes of one path, without a look into the others' lines: damage is not
+  /// counted. `any_case`: also those of a path that differs in the case of ASCII letters.
+  [[nodiscard]] Status read_of(std::string_view path, bool any_case,
+                               const std::function<void(Change)>& found) const;
+
  private:
   [[nodiscard]] Status open();
+  [[nodiscard]] Result<std::string> text() const;
 
   platform::FileSystem& files_;
   std::string path_;

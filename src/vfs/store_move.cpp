@@ -76,9 +76,8 @@ Result<std::vector<VersionRecord>> VersionStore::older_versions(
 Result<std::vector<VersionRecord>> VersionStore::whole_chain(const File& file) const {
   std::vector<VersionRecord> chain;
   if (!file.history.empty() && file.history.front().version > 1 && places_.mirrors(file.name)) {
-    auto changes = all_changes();
+    const auto changes = changes_of(file);
     if (!changes) return std::unexpected(changes.error());
-    std::erase_if(*changes, [&](const Change& change) { return change.path != file.name; });
     auto older = older_versions(file, *changes);
     if (!older) return older;
     chain = *std::move(older);

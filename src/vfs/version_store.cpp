@@ -121,13 +121,10 @@ Result<Blob> VersionStore::version_bytes(const File& file, std::uint32_t version
   }
   if (record != nullptr) return record->bytes;
   if (!places_.mirrors(file.name)) return Fail(ErrorKind::kNotFound, "no such version");
-  std::vector<Change> changes;
-  auto all = all_changes();
-  if (!all) return std::unexpected(all.error());
-  std::ranges::copy_if(*all, std::back_inserter(changes),
-                       [&](const Change& change) { return change.path == file.name; });
+  const auto changes = changes_of(file);
+  if (!changes) return std::unexpected(changes.error());
   const MirrorFacts facts = ScanMirrorOf(places_, file.name);
-  const std::vector<PlannedRecord> plan = PlanChain(facts, changes).records;
+  const std::vector<PlannedRecord> plan = PlanChain(facts, *changes).records;
   const auto planned = std::ranges::find(plan, version, &PlannedRecord::version);
   if (planned == plan.end() || planned->tombstone) {
     return Fail(ErrorKind::kNotFound, "no such version");
@@ -141,6 +138,19 @@ Result<std::vector<Change>> VersionStore::all_changes() const {
   if (places_.mirror == nullptr) return changes_;
   const auto read = journal_.read([&](Change change) { changes.push_back(std::move(change)); });
   if (!read) return std::unexpected(read.error());
+  return changes;
+}
+
+Result<std::vector<Change>> VersionStore::changes_of(const File& file) const {
+  const std::scoped_lock guard(mutex_);
+  std::vector<Change> changes;
+  const auto keep = [&](Change change) { changes.push_back(std::move(change)); };
+  if (places_.mirror == nullptr) {
+    std::ranges::copy_if(changes_, std::back_inserter(changes),
+                         [&](const Change& change) { return table_.find(change.path) == &file; });
+  } else if (const Status read = journal_.read_of(file.name, table_.ignores_case(), keep); !read) {
+    return std::unexpected(read.error());
+  }
   return changes;
 }
 

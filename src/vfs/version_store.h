@@ -209,6 +209,9 @@ class VersionStore {
   /// Every change ever made, oldest first; reads the journal.
   [[nodiscard]] Result<std::vector<Change>> all_changes() const;
 
+  /// Those of one file.
+  [[nodiscard]] Result<std::vector<Change>> changes_of(const File& file) const;
+
  private:
   friend class Ingest;
   class TreeLook;

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "temp_folder.h"
+#include "vfs/journal.h"
+
 namespace mrb::vfs {
 namespace {
 
@@ -115,6 +118,36 @@ TEST(ChainPlanTest, TakesAuthorsFromTheJournalAndTimesFromFilesWithoutIt) {
   EXPECT_EQ(known[0].author.text(), "");
   EXPECT_EQ(known[0].modified_ns, 1001);
   EXPECT_EQ(known[1].author.text(), "ann");
+}
+
+TEST(JournalTest, FindsTheChangesOfOnePathAmongOthers) {
+  const test::TempFolder folder;
+  Journal journal(platform::SystemFiles(), folder.path("journal"));
+  EXPECT_TRUE(journal.read_of("f", false, [](const Change&) { FAIL(); }));
+  const std::vector<std::string> paths{"f", "d/f", "F", "f\"", "f\n\\", "ключ", "\xff\xfe", "ff"};
+  std::uint32_t version = 0;
+  for (int round = 0; round < 2; ++round) {
+    for (const std::string& path : paths) {
+      Change change = Made(++version, kModify);
+      change.path = path;
+      change.author = R"("path":"f")";
+      ASSERT_TRUE(journal.append(ChangeLine(change)));
+    }
+    ASSERT_TRUE(journal.append("\"path\":\"f\" torn\n"));
+  }
+  const auto found = [&](std::string_view path, bool any_case) {
+    std::string versions;
+    const Status read = journal.read_of(path, any_case, [&](const Change& change) {
+      versions += std::to_string(change.version) + " ";
+    });
+    return read ? versions : read.error().text;
+  };
+  for (std::uint32_t i = 1; i <= paths.size(); ++i) {
+    EXPECT_EQ(found(paths[i - 1], false),
+              std::to_string(i) + " " + std::to_string(i + paths.size()) + " ");
+  }
+  EXPECT_EQ(found("f", true), "1 3 9 11 ");
+  EXPECT_EQ(found("g", false), "");
 }
 
 TEST(JournalTest, ReadsBackWhatItWroteWhateverTheName) {
