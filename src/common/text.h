@@ -51,7 +51,8 @@ void AppendPadded(std::string& text, std::uint64_t number, std::size_t width);
   return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
 }
 
-/// The longest prefix of at most `limit` bytes that does not cut a UTF-8 sequence.
+/// The longest prefix of at most `limit` bytes that does not cut a UTF-8 sequence; it is not empty
+/// when `limit` is at least 4 and the text is not.
 [[nodiscard]] std::string_view CutUtf8(std::string_view text, std::size_t limit);
 
 }  // namespace mrb

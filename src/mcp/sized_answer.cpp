@@ -9,16 +9,25 @@ namespace {
 
 constexpr std::size_t kNote = 200;  // bytes kept free for the last line
 
-std::uint64_t CountLines(std::string_view text) {
-  const auto ends = static_cast<std::uint64_t>(std::ranges::count(text, '\n'));
-  return ends + (text.empty() || text.ends_with('\n') ? 0 : 1);
+/// The next line with its end; of one longer than `width` only so much, at a whole character, so
+/// that what follows can be asked for as if it were a line.
+std::string_view NextLine(std::string_view text, std::size_t width) {
+  const std::size_t end = text.substr(0, width).find('\n');
+  if (end != std::string_view::npos) return text.substr(0, end + 1);
+  return CutUtf8(text, width);
+}
+
+std::uint64_t CountLines(std::string_view text, std::size_t width) {
+  std::uint64_t lines = 0;
+  for (; !text.empty(); ++lines) text.remove_prefix(NextLine(text, width).size());
+  return lines;
 }
 
 /// Takes `lines` off the front; how many there were, at most that.
-std::uint64_t SkipLines(std::string_view& text, std::uint64_t lines) {
+std::uint64_t SkipLines(std::string_view& text, std::uint64_t lines, std::size_t width) {
   std::uint64_t skipped = 0;
   for (; skipped < lines && !text.empty(); ++skipped) {
-    text.remove_prefix(std::min(text.find('\n'), text.size() - 1) + 1);
+    text.remove_prefix(NextLine(text, width).size());
   }
   return skipped;
 }
@@ -31,30 +40,28 @@ std::string Numbered(std::uint64_t number, std::string_view what) {
 
 std::string SizedAnswer(std::string_view answer, std::uint64_t offset, std::size_t most,
                         bool can_page) {
+  const std::size_t width = std::max(most, kLeastMaxAnswer) - kNote;
   std::string_view rest = answer;
-  const std::uint64_t skipped = SkipLines(rest, offset);
+  const std::uint64_t skipped = SkipLines(rest, offset, width);
   if (rest.empty() && skipped > 0) {
     return "[nothing from line " + std::to_string(offset) + " on: the answer has " +
            Numbered(skipped, " line(s)]");
   }
   if (rest.size() <= most) return std::string(rest);
 
-  const std::size_t room = std::max(most, kLeastMaxAnswer) - kNote;
-  const auto line_end = rest.substr(0, room).rfind('\n');
-  const bool whole_lines = line_end != std::string_view::npos;
-  const std::string_view shown = whole_lines ? rest.substr(0, line_end + 1) : CutUtf8(rest, room);
-  const std::uint64_t lines_shown = CountLines(shown);
-  std::uint64_t left = CountLines(rest) - lines_shown;
-  std::string text(shown);
-  if (!whole_lines) {
-    const auto length = std::min(rest.find('\n'), rest.size());
-    text += "\n[this line is cut: " + std::to_string(shown.size()) + " of " +
-            Numbered(length, " bytes]");
+  std::uint64_t lines_shown = 0;
+  std::size_t shown = 0;
+  for (;;) {
+    const std::size_t size = NextLine(rest.substr(shown), width).size();
+    if (shown + size > width) break;
+    shown += size;
+    ++lines_shown;
   }
-  if (left == 0) return text;
-  if (!text.ends_with('\n')) text += '\n';
-  text +=
-      "[" + Numbered(left, " more line(s), ") + Numbered(rest.size() - shown.size(), " bytes: ");
+  std::string text(rest.substr(0, shown));
+  rest.remove_prefix(shown);
+  const std::uint64_t left = CountLines(rest, width);
+  text += text.ends_with('\n') ? "[" : "\n[this line goes on; ";
+  text += Numbered(left, " more line(s), ") + Numbered(rest.size(), " bytes: ");
   text += can_page ? "call again with offset=" + std::to_string(skipped + lines_shown) + "]"
                    : "ask for less]";
   return text;

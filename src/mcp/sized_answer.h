@@ -12,7 +12,8 @@ inline constexpr std::size_t kLeastMaxAnswer = 1'000;  ///< room for the note an
 
 /// The answer from line `offset` (0: the first) on, at most `most` bytes: cut at a line end, and
 /// followed by a line that says how many lines are left and, when `can_page`, which offset gets
-/// them. A single line that is too long is cut inside, at a whole character.
+/// them. A line that is too long by itself is cut inside, at a whole character, and its pieces
+/// count as lines.
 [[nodiscard]] std::string SizedAnswer(std::string_view answer, std::uint64_t offset,
                                       std::size_t most, bool can_page);
 

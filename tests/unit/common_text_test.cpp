@@ -81,6 +81,7 @@ TEST(TextTest, CuttingKeepsSequencesWhole) {
   for (std::size_t limit = 0; limit < kept.size(); ++limit) {
     EXPECT_EQ(CutUtf8(text, limit).size(), kept[limit]) << limit;
   }
+  EXPECT_EQ(CutUtf8(std::string(9, '\x80'), 7).size(), 7U);  // no sequence that could be cut
 }
 
 TEST(JsonTextTest, EscapesOnlyWhatMustBe) {

@@ -293,31 +293,45 @@ TEST_F(McpTest, AgentsTalkWithEachOther) {
 }
 
 TEST_F(McpTest, LongAnswersComeInPieces) {
-  std::string whole;
-  for (int i = 0; i < 1000; ++i) whole += "line " + std::to_string(i) + "\n";
-  bridge_.reply = whole;
-  std::string read;
-  for (std::string offset = "0"; !offset.empty();) {
-    const std::string piece = call("fs.read", R"({"path":"x","offset":)" + offset + "}");
-    ASSERT_LE(piece.size(), 2000U);
-    constexpr std::string_view kMark = "call again with offset=";
-    const auto mark = piece.find(kMark);
-    offset = mark == std::string::npos
-                 ? ""
-                 : piece.substr(mark + kMark.size(), piece.size() - mark - kMark.size() - 1);
-    read += mark == std::string::npos ? piece : piece.substr(0, piece.rfind('[', mark));
+  std::string lines;
+  for (int i = 0; i < 1000; ++i) lines += "line " + std::to_string(i) + "\n";
+  std::string wide;
+  for (int i = 0; i < 2000; ++i) wide += "\u20ac";
+  const std::string full(1800, 'x');  // as much as one answer shows
+  for (const std::string& whole :
+       {lines, wide, lines + wide + "\n" + lines, full + "\n" + full + "x\n" + wide + full}) {
+    bridge_.reply = whole;
+    std::string read;
+    for (std::string offset = "0"; !offset.empty();) {
+      std::string piece = call("fs.read", R"({"path":"x","offset":)" + offset + "}");
+      ASSERT_LE(piece.size(), 2000U);
+      constexpr std::string_view kMark = "call again with offset=";
+      const auto mark = piece.find(kMark);
+      offset = "";
+      if (mark != std::string::npos) {
+        offset = piece.substr(mark + kMark.size(), piece.size() - mark - kMark.size() - 1);
+        const auto note = piece.rfind('[', mark);
+        const bool goes_on = piece.compare(note, 19, "[this line goes on;") == 0;
+        piece.resize(note - (goes_on ? 1 : 0));
+      }
+      read += piece;
+    }
+    EXPECT_EQ(read, whole);
   }
-  EXPECT_EQ(read, whole);
+  bridge_.reply = lines;
   EXPECT_NE(call("mrb.run", R"({"command":"x"})").find(": ask for less]"), std::string::npos);
   EXPECT_EQ(call("fs.read", R"({"path":"x","offset":5000})"),
             "[nothing from line 5000 on: the answer has 1000 line(s)]");
   EXPECT_EQ(SizedAnswer("", 0, 2000, true), "");
-  std::string long_line;
-  long_line.resize(30'000'000, 'x');
-  const std::string wide = SizedAnswer(long_line + "\nlast", 0, 2000, true);
-  EXPECT_LE(wide.size(), 2000U);
-  EXPECT_NE(wide.find("[this line is cut: 1800 of 30000000 bytes]\n[1 more line(s), "),
-            std::string::npos);
+  std::string endless;
+  endless.resize(30'000'000, 'x');
+  const std::string first = SizedAnswer(endless + "\nlast", 0, 2000, true);
+  EXPECT_TRUE(
+      first.ends_with("x\n[this line goes on; 16667 more line(s), 29998205 bytes: call "
+                      "again with offset=1]"))
+      << first.substr(1700);
+  EXPECT_EQ(SizedAnswer(std::string(5000, '\x80'), 0, 2000, true).substr(0, 1800),
+            std::string(1800, '\x80'));
 }
 
 }  // namespace
