@@ -176,4 +176,4 @@ def rows(table, mb, tree, size, home):
                          "status of each file, once a second" if many else "", 1.3)
         content = sum(name.stat().st_size for name in tree.rglob("*") if name.is_file())
         table.add(f"mb memory beyond the files' bytes, {size} files", (running.memory_bytes() - content) / size,
-                  "B", "a file, at most 500 B")
+                  "B", "a file, at most 500 B" if many else "a file, most of it the resident itself")
