@@ -293,13 +293,16 @@ TEST_F(McpTest, AgentsTalkWithEachOther) {
 }
 
 TEST_F(McpTest, LongAnswersComeInPieces) {
+  using namespace std::string_literals;
   std::string lines;
   for (int i = 0; i < 1000; ++i) lines += "line " + std::to_string(i) + "\n";
   std::string wide;
   for (int i = 0; i < 2000; ++i) wide += "\u20ac";
   const std::string full(1800, 'x');  // as much as one answer shows
-  for (const std::string& whole :
-       {lines, wide, lines + wide + "\n" + lines, full + "\n" + full + "x\n" + wide + full}) {
+  std::string mixed;
+  for (const std::string_view part : {lines, wide, "\n"s, full, "\n"s, full, "x\n"s, wide, full})
+    mixed += part;
+  for (const std::string& whole : {lines, wide, mixed}) {
     bridge_.reply = whole;
     std::string read;
     for (std::string offset = "0"; !offset.empty();) {
