@@ -17,12 +17,6 @@ std::string_view NextLine(std::string_view text, std::size_t width) {
   return CutUtf8(text, width);
 }
 
-std::uint64_t CountLines(std::string_view text, std::size_t width) {
-  std::uint64_t lines = 0;
-  for (; !text.empty(); ++lines) text.remove_prefix(NextLine(text, width).size());
-  return lines;
-}
-
 /// Takes `lines` off the front; how many there were, at most that.
 std::uint64_t SkipLines(std::string_view& text, std::uint64_t lines, std::size_t width) {
   std::uint64_t skipped = 0;
@@ -40,7 +34,8 @@ std::string Numbered(std::uint64_t number, std::string_view what) {
 
 std::string SizedAnswer(std::string_view answer, std::uint64_t offset, std::size_t most,
                         bool can_page) {
-  const std::size_t width = std::max(most, kLeastMaxAnswer) - kNote;
+  most = std::max(most, kLeastMaxAnswer);
+  const std::size_t width = most - kNote;
   std::string_view rest = answer;
   const std::uint64_t skipped = SkipLines(rest, offset, width);
   if (rest.empty() && skipped > 0) {
@@ -59,9 +54,10 @@ std::string SizedAnswer(std::string_view answer, std::uint64_t offset, std::size
   }
   std::string text(rest.substr(0, shown));
   rest.remove_prefix(shown);
-  const std::uint64_t left = CountLines(rest, width);
+  const std::size_t bytes = rest.size();
+  const std::uint64_t left = SkipLines(rest, bytes, width);
   text += text.ends_with('\n') ? "[" : "\n[this line goes on; ";
-  text += Numbered(left, " more line(s), ") + Numbered(rest.size(), " bytes: ");
+  text += Numbered(left, " more line(s), ") + Numbered(bytes, " bytes: ");
   text += can_page ? "call again with offset=" + std::to_string(skipped + lines_shown) + "]"
                    : "ask for less]";
   return text;

@@ -326,6 +326,7 @@ TEST_F(McpTest, LongAnswersComeInPieces) {
   EXPECT_EQ(call("fs.read", R"({"path":"x","offset":5000})"),
             "[nothing from line 5000 on: the answer has 1000 line(s)]");
   EXPECT_EQ(SizedAnswer("", 0, 2000, true), "");
+  EXPECT_EQ(SizedAnswer(full.substr(0, 500), 0, 10, true), full.substr(0, 500));
   std::string endless;
   endless.resize(30'000'000, 'x');
   const std::string first = SizedAnswer(endless + "\nlast", 0, 2000, true);
