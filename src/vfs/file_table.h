@@ -12,6 +12,11 @@
 
 namespace mrb::vfs {
 
+/// What of a path is behind one of the folders that it leads through; all of it behind "".
+[[nodiscard]] constexpr std::string_view PathBelow(std::string_view folder, std::string_view path) {
+  return folder.empty() ? path : path.substr(folder.size() + 1);
+}
+
 /// The files of one store by path, in the order in which they came. Files are never taken out. On a
 /// system whose names ignore letter case, so does this, for ASCII letters. Not thread-safe: not
 /// even readers may share it.

@@ -7,7 +7,11 @@ Status OlderVersions::read_journal() {
   if (is_read_) return {};
   auto all = store_.all_changes();
   if (!all) return std::unexpected(all.error());
-  for (Change& change : *all) changes_[change.path].push_back(std::move(change));
+  // By file, for one name may have been spelled in several ways.
+  const VersionStore::Lock held = store_.lock();
+  for (Change& change : *all) {
+    if (const File* file = store_.find(change.path)) changes_[file].push_back(std::move(change));
+  }
   is_read_ = true;
   return {};
 }
@@ -15,10 +19,10 @@ Status OlderVersions::read_journal() {
 Result<std::vector<VersionRecord>> OlderVersions::of(const std::string& path,
                                                      std::uint32_t version) {
   if (const Status read = read_journal(); !read) return std::unexpected(read.error());
-  const auto changes = changes_.find(path);
   const VersionStore::Lock guard = store_.lock();
   const File* file = store_.find(path);
-  if (file == nullptr || changes == changes_.end()) return std::vector<VersionRecord>();
+  const auto changes = changes_.find(file);
+  if (changes == changes_.end()) return std::vector<VersionRecord>();
   auto older = store_.older_versions(*file, changes->second);
   if (older) {
     std::erase_if(*older, [&](const VersionRecord& record) { return record.version >= version; });

@@ -26,7 +26,7 @@ class OlderVersions {
   std::mutex reading_;
   // Guarded by reading_ while the journal is read, then constant.
   bool is_read_ = false;
-  std::unordered_map<std::string, std::vector<Change>> changes_;  ///< by path
+  std::unordered_map<const File*, std::vector<Change>> changes_;
 };
 
 }  // namespace mrb::vfs

@@ -60,14 +60,14 @@ struct Listing {
 };
 
 Listing ListFolder(const VersionStore& store, const std::string& folder) {
-  const std::size_t skipped = folder.empty() ? 0 : folder.size() + 1;
   Listing listing;
   for (const File* file : store.table().below(folder) | std::views::filter(IsLive)) {
-    const std::size_t slash = file->name.find('/', skipped);
-    if (slash == std::string::npos) {
+    const std::string_view rest = PathBelow(folder, file->name);
+    const std::size_t slash = rest.find('/');
+    if (slash == std::string_view::npos) {
       listing.files.push_back(file);
     } else {
-      listing.folders.insert(file->name.substr(skipped, slash - skipped));
+      listing.folders.emplace(rest.substr(0, slash));
     }
   }
   return listing;
@@ -99,12 +99,11 @@ std::string ListOrDir(const VerbCall& call, bool details) {
     return OkAnswer("1 entry\n" + FileLine(*file, path));
   }
   const Listing listing = ListFolder(*store, at->path);
-  const std::size_t skipped = at->path.empty() ? 0 : at->path.size() + 1;
   std::string text = std::to_string(listing.folders.size()) + " folder(s), " +
                      std::to_string(listing.files.size()) + " file(s) in " + shown + "\n";
   for (const std::string& folder : listing.folders) text += "  " + folder + "/\n";
   for (const File* file : listing.files) {
-    const std::string_view name = std::string_view(file->name).substr(skipped);
+    const std::string_view name = PathBelow(at->path, file->name);
     text += details ? FileLine(*file, name) : "  " + std::string(name) + "\n";
   }
   return OkAnswer(text);

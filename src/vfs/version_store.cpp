@@ -145,12 +145,8 @@ Result<std::vector<Change>> VersionStore::changes_of(const File& file) const {
   const std::scoped_lock guard(mutex_);
   std::vector<Change> changes;
   const auto keep = [&](Change change) { changes.push_back(std::move(change)); };
-  if (places_.mirror == nullptr) {
-    std::ranges::copy_if(changes_, std::back_inserter(changes),
-                         [&](const Change& change) { return table_.find(change.path) == &file; });
-  } else if (const Status read = journal_.read_of(file.name, table_.ignores_case(), keep); !read) {
-    return std::unexpected(read.error());
-  }
+  const Status read = journal_.read_of(file.name, table_.ignores_case(), keep);
+  if (!read) return std::unexpected(read.error());
   return changes;
 }
 

@@ -209,7 +209,7 @@ class VersionStore {
   /// Every change ever made, oldest first; reads the journal.
   [[nodiscard]] Result<std::vector<Change>> all_changes() const;
 
-  /// Those of one file.
+  /// Those of one file that the mirror keeps.
   [[nodiscard]] Result<std::vector<Change>> changes_of(const File& file) const;
 
  private:

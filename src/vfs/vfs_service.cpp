@@ -237,12 +237,11 @@ std::optional<std::vector<VfsService::FolderVersion>> VfsService::versions_in(
   if (!at || at->store->category() == StoreCategory::kSingleFiles || at->store->is_cache()) {
     return std::nullopt;
   }
-  const std::size_t skipped = at->path.empty() ? 0 : at->path.size() + 1;
   std::vector<FolderVersion> versions;
   const VersionStore::Lock guard = at->store->lock();
   for (const File* file : at->store->table().below(at->path)) {
     if (file->is_gone()) continue;
-    const std::string name = file->name.substr(skipped);
+    const std::string name(PathBelow(at->path, file->name));
     if (name.find('/') != std::string::npos) continue;
     for (const VersionRecord& record : file->history) {
       if (!record.tombstone) versions.push_back({name, record.version, record.stamp, record.bytes});

@@ -61,12 +61,11 @@ struct Entry {
 /// What lies directly in a folder.
 std::vector<Entry> EntriesIn(const vfs::VersionStore& store, std::string_view folder,
                              bool deleted) {
-  const std::size_t skipped = folder.empty() ? 0 : folder.size() + 1;
   std::vector<Entry> entries;
   std::map<std::string_view, std::uint64_t> folders;
   for (const File* file : store.table().below(folder)) {
     if (file->history.empty() || (file->is_gone() && !deleted)) continue;
-    const std::string_view rest = std::string_view(file->name).substr(skipped);
+    const std::string_view rest = vfs::PathBelow(folder, file->name);
     const std::size_t slash = rest.find('/');
     if (slash == std::string_view::npos) {
       entries.push_back({rest, file});
