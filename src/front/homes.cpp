@@ -1,9 +1,14 @@
 #include "front/homes.h"
 
 #include <array>
+#include <string_view>
+#include <utility>
 
+#include "common/text.h"
+#include "platform/console.h"
 #include "platform/folders.h"
 #include "platform/paths.h"
+#include "platform/private_folder.h"
 #include "platform/process.h"
 
 namespace mrb::front {
@@ -22,6 +27,49 @@ std::string DataHome(const std::string& override_text, const std::string& execut
   if (!override_text.empty()) return platform::AbsolutePath(override_text);
   std::string home = platform::DefaultDataHome();
   return home.empty() ? JoinPath(executable_folder, kDotFolder) : home;
+}
+
+std::string Indented(const std::string& commands) {
+  std::string lines;
+  for (const std::string_view line : Split(commands, '\n')) lines.append("\n    ").append(line);
+  return lines;
+}
+
+/// `name` says which home it is, `elsewhere` how to have another one.
+Status CheckHome(const std::string& home, std::string name, const std::string& elsewhere) {
+  using enum platform::FolderState;
+  const auto state = platform::ExamineFolder(home);
+  if (!state) return Fail(state.error().kind, state.error().text + "\n" + elsewhere);
+  name += " " + home;
+  std::string text;
+  switch (*state) {
+    case kMissing:
+    case kOwn:
+      return {};
+    case kNoFolder:
+      text = name + " is no folder\n" + elsewhere + ", or move away what is there";
+      break;
+    case kForeign: {
+      const std::string owner = platform::FolderOwner(home);
+      text = name + " belongs to " + (owner.empty() ? "another user" : "'" + owner + "'") +
+             ", not to you\n" + elsewhere +
+             "; or, if it should be yours and you trust what is in it, have an administrator run" +
+             Indented(platform::TakingCommand(home));
+      break;
+    }
+    case kOpen:
+      text = "others may write into " + name + "\n" + elsewhere +
+             "; or, if you trust what is in it, run" + Indented(platform::ClosingCommands(home));
+  }
+  return Fail(ErrorKind::kInvalidArgument, std::move(text));
+}
+
+Status CheckHomes(const Homes& homes) {
+  Status fine = CheckHome(homes.data_home, "the data home", "Name another one with --conf DIR");
+  if (!fine || homes.install_home == homes.data_home) return fine;
+  return CheckHome(homes.install_home, "the install home",
+                   "Use a copy of the executable in a folder of yours (--conf moves only the data "
+                   "home)");
 }
 
 }  // namespace
@@ -52,12 +100,27 @@ Homes ResolveHomes(const std::string& override_text) {
   homes.executable_folder = ExecutableFolder();
   homes.data_home = DataHome(override_text, homes.executable_folder);
   homes.install_home = JoinPath(homes.executable_folder, kDotFolder);
-  // A packaged install lies where its users may not write; their own files then go to the data
-  // home.
-  if (!platform::CanInstallInto(homes.executable_folder)) {
+  // A packaged install lies where its users may not write, and one that several use belongs to one
+  // of them; the files of the others then go to their data home.
+  if (!platform::CanInstallInto(homes.executable_folder, homes.install_home)) {
     homes.install_home = homes.data_home;
   }
   return homes;
+}
+
+Status ClaimHomes(const Homes& homes) {
+  if (Status fine = CheckHomes(homes); !fine) return fine;
+  for (const std::string& home : {homes.data_home, homes.install_home}) {
+    static_cast<void>(platform::MakeDirectories(platform::SystemFiles(), home));
+  }
+  // Again: where a home was missing, somebody else may have been quicker.
+  return CheckHomes(homes);
+}
+
+bool ClaimHomesOrSay(const Homes& homes) {
+  const Status claimed = ClaimHomes(homes);
+  if (!claimed) platform::WriteStderr("Mirebolt: " + claimed.error().text + "\n");
+  return claimed.has_value();
 }
 
 bool HasConfiguration(const Homes& homes, platform::FileSystem& files) {

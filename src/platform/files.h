@@ -92,8 +92,8 @@ class FileSystem {
   /// below it meanwhile is no error.
   [[nodiscard]] virtual Status walk(const std::string& root, TreeVisitor& visitor) = 0;
 
-  /// Makes one folder, readable by its owner alone where the system knows that. kAlreadyExists when
-  /// there is something of that name.
+  /// Makes one folder for its owner alone, and on Windows for the administrators and the system,
+  /// whatever the folder above allows. kAlreadyExists when there is something of that name.
   [[nodiscard]] virtual Status make_directory(const std::string& path) = 0;
 
   /// The same, with the permissions that other programs give a new folder.

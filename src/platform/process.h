@@ -28,8 +28,9 @@ namespace mrb::platform {
 /// impossible.
 [[nodiscard]] std::string RuntimeFolder();
 
-/// The data home when nothing else names one: the machine's shared data folder on Windows, the
-/// user's on Linux; empty when the environment names none.
+/// The data home when nothing else names one: in the machine's shared data folder on Windows, in
+/// the user's on Linux; empty when the environment names none. Where another user of the Windows
+/// machine has the usual one, its name goes on with this user's SID.
 [[nodiscard]] std::string DefaultDataHome();
 
 /// Starts `arguments` (the program's path first) with no console window, none of this process's

@@ -37,6 +37,9 @@ class Socket {
 
   [[nodiscard]] bool is_open() const { return handle_ != kNone; }
 
+  /// The system's own handle; stays owned by the socket.
+  [[nodiscard]] std::uintptr_t native_handle() const { return handle_; }
+
   [[nodiscard]] Status set_receive_timeout(Milliseconds timeout);
   [[nodiscard]] Status set_send_timeout(Milliseconds timeout);
   [[nodiscard]] Status set_no_delay();
@@ -51,11 +54,16 @@ class Socket {
   /// Sends a part of `bytes`; how much is answered.
   [[nodiscard]] Result<std::size_t> send(std::string_view bytes);
 
-  /// Sends until every byte is written.
+  /// Sends until every byte is written. kTimedOut once the peer has taken nothing for the send
+  /// time-out, however long the whole takes.
   [[nodiscard]] Status send_all(std::string_view bytes);
 
   /// Ends the sending side; the peer reads end of file after what was sent.
   void shutdown_send();
+
+  /// Makes the close drop what the peer has not taken yet, and reset the connection: otherwise the
+  /// system would go on offering it.
+  void reset_on_close();
 
   /// Ends both sides: a thread blocked in receive() returns. The handle stays until destruction.
   void shutdown_both();
@@ -97,6 +105,10 @@ class Listener {
 
   [[nodiscard]] std::uint16_t port() const { return port_; }
 
+  /// Whether no other program can listen at [::1] and the port, which a browser may try first for
+  /// "localhost". Nobody listens there: the port is only taken, so that such a try is refused.
+  [[nodiscard]] bool holds_localhost() const { return holds_localhost_; }
+
   /// Waits for the next connection. kClosed after stop().
   [[nodiscard]] Result<Accepted> accept();
 
@@ -107,7 +119,9 @@ class Listener {
   struct Waiters;  // who waits in accept(), on a system where stop() has to wake them one by one
 
   Socket::Native handle_ = Socket::kNone;
+  Socket localhost_;  // bound to [::1]
   std::uint16_t port_ = 0;
+  bool holds_localhost_ = false;
   std::unique_ptr<Waiters> waiters_;
 };
 

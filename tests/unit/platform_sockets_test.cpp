@@ -144,6 +144,12 @@ TEST_F(SocketsTest, APortHasOneListenerAndAFreePortRefuses) {
   EXPECT_TRUE(Listener::listen(port, true));  // at once, whatever lingers of the first
 }
 
+TEST_F(SocketsTest, ANameThatMayLeadElsewhereIsTakenToo) {
+  EXPECT_TRUE(listener_.holds_localhost());
+  auto moved = std::move(listener_);
+  EXPECT_TRUE(moved.holds_localhost());
+}
+
 TEST_F(SocketsTest, ManyThreadsAcceptEachConnectionOnceAndAllStop) {
   constexpr int kThreads = 8;
   constexpr int kConnections = 400;

@@ -69,6 +69,30 @@ bool IsShortage(int code) {
   return code == EMFILE || code == ENFILE || code == ENOBUFS || code == ENOMEM;
 }
 
+/// Takes the port of [::1]; -1 with errno.
+int BindLocalhost(std::uint16_t port) {
+  const int fd = ::socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (fd < 0) return fd;
+  const int on = 1;
+  sockaddr_in6 address{};
+  address.sin6_family = AF_INET6;
+  address.sin6_addr = IN6ADDR_LOOPBACK_INIT;
+  address.sin6_port = htons(port);
+  if (::setsockopt(fd, IPPROTO_IPV6, IPV6_V6ONLY, &on, sizeof on) == 0 &&
+      ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+    return fd;
+  }
+  const int code = errno;
+  ::close(fd);
+  errno = code;
+  return -1;
+}
+
+/// Whether a failure says that this machine has no [::1], for anybody.
+bool HasNoLocalhost(int code) {
+  return code == EAFNOSUPPORT || code == EADDRNOTAVAIL;
+}
+
 }  // namespace
 
 struct Listener::Waiters {};  // the system knows them
@@ -76,13 +100,18 @@ struct Listener::Waiters {};  // the system knows them
 Listener::Listener() = default;
 
 Listener::Listener(Listener&& other) noexcept
-    : handle_(std::exchange(other.handle_, Socket::kNone)), port_(std::exchange(other.port_, 0)) {}
+    : handle_(std::exchange(other.handle_, Socket::kNone)),
+      localhost_(std::move(other.localhost_)),
+      port_(std::exchange(other.port_, 0)),
+      holds_localhost_(other.holds_localhost_) {}
 
 Listener& Listener::operator=(Listener&& other) noexcept {
   if (this != &other) {
     if (handle_ != Socket::kNone) ::close(static_cast<int>(handle_));
     handle_ = std::exchange(other.handle_, Socket::kNone);
+    localhost_ = std::move(other.localhost_);
     port_ = std::exchange(other.port_, 0);
+    holds_localhost_ = other.holds_localhost_;
   }
   return *this;
 }
@@ -106,6 +135,9 @@ Result<Listener> Listener::listen(std::uint16_t port, bool loopback_only) {
   }
   if (::listen(fd, SOMAXCONN) != 0) return FailStep(ErrorKind::kIo, "listen on", port);
   listener.port_ = BoundPort(fd);
+  const int localhost = BindLocalhost(listener.port_);
+  listener.holds_localhost_ = localhost >= 0 || HasNoLocalhost(errno);
+  if (localhost >= 0) listener.localhost_ = Socket(static_cast<Socket::Native>(localhost));
   return listener;
 }
 

@@ -1,11 +1,16 @@
 #include "platform/sockets.h"
 
+#include <linux/sockios.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <string>
 #include <utility>
 
@@ -32,6 +37,41 @@ sockaddr_in AddressOf(std::uint32_t ipv4, std::uint16_t port) {
 std::unexpected<Error> FailTransfer(std::string_view attempt) {
   const int code = errno == EAGAIN ? ETIMEDOUT : errno;
   return std::unexpected<Error>(SystemError(code, attempt, "a connection"));
+}
+
+/// Bytes that the peer's system has not taken yet.
+int Unsent(int fd) {
+  int bytes = 0;
+  return ::ioctl(fd, SIOCOUTQ, &bytes) == 0 ? bytes : 0;
+}
+
+/// The send time-out; -1 for none.
+int SendTimeoutMs(int fd) {
+  timeval value{};
+  socklen_t length = sizeof value;
+  ::getsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &value, &length);
+  const auto milliseconds = value.tv_sec * 1000 + value.tv_usec / 1000;
+  return milliseconds == 0 ? -1 : static_cast<int>(milliseconds);
+}
+
+/// Waits until there is room for more; false when the peer has taken nothing for the time-out. Room
+/// alone does not tell: the system announces it only when there is a good deal of it.
+bool AwaitRoom(int fd) {
+  using Clock = std::chrono::steady_clock;
+  constexpr int kLookMs = 500;
+  const int timeout = SendTimeoutMs(fd);
+  pollfd wait{fd, POLLOUT, 0};
+  if (timeout < 0) return Uninterrupted([&] { return ::poll(&wait, 1, -1); }) > 0;
+  int unsent = Unsent(fd);
+  auto last_taken = Clock::now();
+  for (;;) {
+    const int ready = Uninterrupted([&] { return ::poll(&wait, 1, std::min(timeout, kLookMs)); });
+    if (ready != 0) return ready > 0;
+    const int left = Unsent(fd);
+    if (left < unsent) last_taken = Clock::now();
+    unsent = left;
+    if (Clock::now() - last_taken >= Milliseconds(timeout)) return false;
+  }
 }
 
 }  // namespace
@@ -119,6 +159,27 @@ Result<std::size_t> Socket::send(std::string_view bytes) {
       [&] { return ::send(static_cast<int>(handle_), bytes.data(), bytes.size(), MSG_NOSIGNAL); });
   if (put < 0) return FailTransfer("send to");
   return static_cast<std::size_t>(put);
+}
+
+Status Socket::send_all(std::string_view bytes) {
+  const int fd = static_cast<int>(handle_);
+  while (!bytes.empty()) {
+    const auto put = Uninterrupted(
+        [&] { return ::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT); });
+    if (put >= 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(put));
+    } else if (errno != EAGAIN) {
+      return FailTransfer("send to");
+    } else if (!AwaitRoom(fd)) {
+      return std::unexpected(SystemError(ETIMEDOUT, "send to", "a connection"));
+    }
+  }
+  return {};
+}
+
+void Socket::reset_on_close() {
+  const linger drop{.l_onoff = 1, .l_linger = 0};
+  ::setsockopt(static_cast<int>(handle_), SOL_SOCKET, SO_LINGER, &drop, sizeof drop);
 }
 
 void Socket::shutdown_send() {

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "platform/windows/access_list.h"
 #include "platform/windows/file_status.h"
 #include "platform/windows/open_file.h"
 #include "platform/windows/rename.h"
@@ -72,6 +73,12 @@ struct CloseSearch {
   void operator()(HANDLE search) const { ::FindClose(search); }
 };
 
+/// `security` null: what the folder above hands down.
+Status MakeFolder(const std::string& path, SECURITY_ATTRIBUTES* security) {
+  if (::CreateDirectoryW(WidePath(path).c_str(), security)) return {};
+  return FailLastError("make folder", path);
+}
+
 class WindowsFiles final : public FileSystem {
  public:
   Result<std::unique_ptr<OpenFile>> open(const std::string& path, OpenMode mode) override {
@@ -121,14 +128,15 @@ class WindowsFiles final : public FileSystem {
   }
 
   Status make_directory(const std::string& path) override {
-    if (!::CreateDirectoryW(WidePath(path).c_str(), nullptr)) {
-      return FailLastError("make folder", path);
-    }
-    return {};
+    SECURITY_ATTRIBUTES* const security = PrivateFolderSecurity();
+    if (security == nullptr) return FailLastError("make folder", path);
+    return MakeFolder(path, security);
   }
 
   // Permissions come from the folder above here, for every program alike.
-  Status make_shared_directory(const std::string& path) override { return make_directory(path); }
+  Status make_shared_directory(const std::string& path) override {
+    return MakeFolder(path, nullptr);
+  }
   Status copy_permissions(const std::string&, const std::string&) override { return {}; }
 
   Status remove_file(const std::string& path) override { return Remove(path); }

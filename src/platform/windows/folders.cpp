@@ -1,5 +1,6 @@
 #include "platform/folders.h"
 
+#include "platform/private_folder.h"
 #include "platform/windows/wide.h"
 
 namespace mrb::platform {
@@ -9,8 +10,8 @@ std::string AbsolutePath(const std::string& path) {
   return full.empty() ? path : Narrow(full);
 }
 
-bool CanInstallInto(const std::string& /*folder*/) {
-  return true;
+bool CanInstallInto(const std::string& /*folder*/, const std::string& home) {
+  return ExamineFolder(home) != FolderState::kForeign;
 }
 
 }  // namespace mrb::platform

@@ -1,4 +1,6 @@
 #include <winsock2.h>
+//
+#include <ws2tcpip.h>
 
 #include <atomic>
 #include <string>
@@ -71,6 +73,30 @@ bool IsShortage(int error) {
   return error == WSAEMFILE || error == WSAENOBUFS || error == WSA_NOT_ENOUGH_MEMORY;
 }
 
+/// Takes the port of [::1]; INVALID_SOCKET with the last error set.
+SOCKET BindLocalhost(std::uint16_t port) {
+  const SOCKET socket = ::WSASocketW(AF_INET6, SOCK_STREAM, IPPROTO_TCP, nullptr, 0,
+                                     WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT);
+  if (socket == INVALID_SOCKET) return socket;
+  sockaddr_in6 address{};
+  address.sin6_family = AF_INET6;
+  address.sin6_addr.s6_addr[15] = 1;
+  address.sin6_port = ::htons(port);
+  if (SetExclusive(socket) &&
+      ::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+    return socket;
+  }
+  const int error = ::WSAGetLastError();
+  ::closesocket(socket);
+  ::WSASetLastError(error);
+  return INVALID_SOCKET;
+}
+
+/// Whether a failure says that this machine has no [::1], for anybody.
+bool HasNoLocalhost(int error) {
+  return error == WSAEAFNOSUPPORT || error == WSAEADDRNOTAVAIL;
+}
+
 std::unexpected<Error> Stopped() {
   return Fail(ErrorKind::kClosed, "the listener was stopped");
 }
@@ -81,14 +107,18 @@ Listener::Listener() = default;
 
 Listener::Listener(Listener&& other) noexcept
     : handle_(std::exchange(other.handle_, Socket::kNone)),
+      localhost_(std::move(other.localhost_)),
       port_(std::exchange(other.port_, 0)),
+      holds_localhost_(other.holds_localhost_),
       waiters_(std::move(other.waiters_)) {}
 
 Listener& Listener::operator=(Listener&& other) noexcept {
   if (this != &other) {
     if (handle_ != Socket::kNone) ::closesocket(handle_);
     handle_ = std::exchange(other.handle_, Socket::kNone);
+    localhost_ = std::move(other.localhost_);
     port_ = std::exchange(other.port_, 0);
+    holds_localhost_ = other.holds_localhost_;
     waiters_ = std::move(other.waiters_);
   }
   return *this;
@@ -110,6 +140,9 @@ Result<Listener> Listener::listen(std::uint16_t port, bool loopback_only) {
   }
   if (::listen(socket, SOMAXCONN) != 0) return FailStep(ErrorKind::kIo, "listen on", port);
   listener.port_ = BoundPort(socket);
+  const SOCKET localhost = BindLocalhost(listener.port_);
+  listener.holds_localhost_ = localhost != INVALID_SOCKET || HasNoLocalhost(::WSAGetLastError());
+  if (localhost != INVALID_SOCKET) listener.localhost_ = Socket(localhost);
   listener.waiters_ = std::make_unique<Waiters>();
   return listener;
 }

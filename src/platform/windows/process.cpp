@@ -8,6 +8,8 @@
 
 #include "platform/files.h"
 #include "platform/paths.h"
+#include "platform/private_folder.h"
+#include "platform/windows/access_list.h"
 #include "platform/windows/wide.h"
 
 namespace mrb::platform {
@@ -68,7 +70,10 @@ std::string RuntimeFolder() {
 
 std::string DefaultDataHome() {
   const std::string shared = EnvironmentVariable("ProgramData").value_or("");
-  return shared.empty() ? shared : shared + "\\Mirebolt";
+  if (shared.empty()) return shared;
+  const std::string usual = shared + "\\Mirebolt";
+  const bool taken = ExamineFolder(usual) == FolderState::kForeign;
+  return taken ? usual + "-" + Narrow(OwnSid()) : usual;
 }
 
 }  // namespace mrb::platform

@@ -189,6 +189,23 @@ Result<std::size_t> Socket::send(std::string_view bytes) {
   return static_cast<std::size_t>(put);
 }
 
+// The time-out is for one call, and a call is done once the system holds all of its bytes: so it
+// gets no more than a peer that reads at all takes within the time-out.
+Status Socket::send_all(std::string_view bytes) {
+  constexpr std::size_t kPiece = 65536;
+  while (!bytes.empty()) {
+    const auto sent = send(bytes.substr(0, kPiece));
+    if (!sent) return std::unexpected(sent.error());
+    bytes.remove_prefix(*sent);
+  }
+  return {};
+}
+
+void Socket::reset_on_close() {
+  const linger drop{.l_onoff = 1, .l_linger = 0};
+  ::setsockopt(handle_, SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&drop), sizeof drop);
+}
+
 void Socket::shutdown_send() {
   ::shutdown(handle_, SD_SEND);
 }
