@@ -4,6 +4,8 @@
     bench/http.py --server build/bench/bin/mb
     bench/http.py --server build/bench/bin/health_server      the server alone
     bench/http.py --server 'some other command {port}'
+    bench/http.py --server build/bench/bin/mb --path /channels     a route for the user's own programs: each
+                                                       connection is asked whose it is
 
 Needs nginx and wrk. The two servers run at the same time and are measured in turns, so that whatever
 else the machine does meets both. Prints each run, the medians and their ratio.
@@ -86,7 +88,7 @@ def command_of(text, port, folder):
 
 def requests_per_second(port, options):
     command = ["wrk", f"-t{options.threads}", f"-c{options.clients}", f"-d{options.seconds}s",
-               "-H", "Connection: close", f"http://127.0.0.1:{port}/health"]
+               "-H", "Connection: close", f"http://127.0.0.1:{port}{options.path}"]
     output = subprocess.run(command, check=True, capture_output=True, text=True).stdout
     # wrk counts the close that was asked for as no error, so any it tells of is a real one.
     for line in output.splitlines():
@@ -99,6 +101,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n", 1)[0])
     parser.add_argument("--server", required=True,
                         help="mb, or a command that takes {port}, or the port at its end")
+    parser.add_argument("--path", default="/health")
     parser.add_argument("--runs", type=int, default=3)
     parser.add_argument("--seconds", type=int, default=5)
     parser.add_argument("--threads", type=int, default=2)

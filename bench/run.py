@@ -35,6 +35,9 @@ def main():
     failed |= section("terminals, beside tmux", [sys.executable, "bench/terminals.py", "--mb", BIN / "mb"])
     failed |= section("agents", [sys.executable, "bench/agents.py", "--mb", BIN / "mb", "--stores", STORES])
     failed |= section("http", [sys.executable, "bench/http.py", "--server", BIN / "mb"])
+    failed |= section("http, for the user's own programs only",
+                      [sys.executable, "bench/http.py", "--server", BIN / "mb", "--path", "/channels"])
+    failed |= section("http, while the network drips", [sys.executable, "bench/drip.py", "--server", BIN / "mb"])
     failed |= section("what drives the browser", ["npm", "ci", "--prefix", "tests/pages", "--ignore-scripts", "--no-audit", "--no-fund",
                                 "--loglevel=error"])
     failed |= section("pages, in a browser", ["node", "bench/pages.mjs", BIN / "mb"])

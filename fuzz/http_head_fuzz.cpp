@@ -8,7 +8,6 @@
 #include "server/page_path.h"
 #include "server/request_reader.h"
 #include "server/session_gate.h"
-#include "server/trust.h"
 
 // The first byte chooses the pieces in which the rest arrives. However they are cut, the same
 // request must come out, every view must lie in the head, and no path may leave its folder.
@@ -33,11 +32,6 @@ void CheckHead(std::string_view head) {
     FUZZ_CHECK(!header->value.starts_with(' ') && !header->value.contains('\n'));
   }
   FUZZ_CHECK(mrb::server::QueryParam(line.query, "bot").size() <= line.query.size());
-  FUZZ_CHECK(!mrb::server::IsTrusted(head, false, 9999));
-  if (mrb::server::IsTrusted(head, true, 9999)) {
-    FUZZ_CHECK(!mrb::server::HeaderValue(head, "origin").contains('@'));
-    FUZZ_CHECK(mrb::server::HeaderValue(head, "sec-fetch-site") != "cross-site");
-  }
   FUZZ_CHECK(Inside(
       mrb::server::CookieValue(mrb::server::HeaderValue(head, "cookie"), "mrb_gui_sess"), head));
   if (const auto file = mrb::server::UiFile(line.path)) {

@@ -50,6 +50,7 @@ int Unavailable(std::string_view verb) {
 
 bool BringUp(const Settings& settings) {
   if (EnsureResident(settings.port, settings.data_home_override)) return true;
+  if (!ClaimHomesOrSay(ResolveHomes(settings.data_home_override))) return false;
   WriteStderr("Mirebolt: couldn't bring up the engine on port " + std::to_string(settings.port) +
               "\n");
   return false;
@@ -77,7 +78,7 @@ int RunTerminal(const Settings& settings) {
 
 /// `mterm` and what follows it.
 int RunMterm(const Settings& settings) {
-  const ProbeResult probe = ProbeResident(settings.port);
+  const ProbeResult probe = ProbeResident(settings.port).result;
   if (probe == ProbeResult::NoListener || probe == ProbeResult::Foreign) {
     WriteStderr("mterm: no Mirebolt resident on port " + std::to_string(settings.port) +
                 " (start one: mb gui)\n");
@@ -88,7 +89,7 @@ int RunMterm(const Settings& settings) {
 }
 
 bool TakeOver(const Settings& settings, std::string_view line, StdinLines& lines) {
-  return ShutdownResident(settings.port) &&
+  return ClaimHomes(ResolveHomes(settings.data_home_override)) && ShutdownResident(settings.port) &&
          EnsureResident(settings.port, settings.data_home_override) &&
          ExecViaResident(settings.port, line, lines);
 }
@@ -96,24 +97,21 @@ bool TakeOver(const Settings& settings, std::string_view line, StdinLines& lines
 /// Offers the line to whatever listens on the port. True when a resident took it.
 bool HandOff(const Settings& settings, std::string_view line, StdinLines& lines) {
   const std::string port = std::to_string(settings.port);
-  std::string version;
-  const ProbeResult probe = ProbeResident(settings.port, &version);
-  if (probe == ProbeResult::Current) return ExecViaResident(settings.port, line, lines);
-  if (probe == ProbeResult::NoListener) {
+  const Probe probe = ProbeResident(settings.port);
+  if (probe.result == ProbeResult::Current) return ExecViaResident(settings.port, line, lines);
+  if (probe.result == ProbeResult::NoListener) {
     return EnsureResident(settings.port, settings.data_home_override) &&
            ExecViaResident(settings.port, line, lines);
   }
-  const bool stale = probe == ProbeResult::OtherVersion && !version.empty() &&
-                     CompareVersions(kVersion, version) > 0;
+  const bool stale = probe.result == ProbeResult::OtherVersion && !probe.version.empty() &&
+                     CompareVersions(kVersion, probe.version) > 0;
   if (!stale) {
-    WriteStderr("Mirebolt: port " + port + " is held by " +
-                (probe == ProbeResult::Foreign ? "a non-Mirebolt process"
-                                               : "a different Mirebolt version") +
+    WriteStderr("Mirebolt: port " + port + " is held by " + probe.holder +
                 " — running this command locally\n");
     return false;
   }
-  WriteStderr("Mirebolt: evicting stale resident " + version + " on port " + port + ", starting " +
-              std::string(kVersion) + "\n");
+  WriteStderr("Mirebolt: evicting stale resident " + probe.version + " on port " + port +
+              ", starting " + std::string(kVersion) + "\n");
   if (TakeOver(settings, line, lines)) return true;
   WriteStderr("Mirebolt: could not take over port " + port + " — running this command locally\n");
   return false;
@@ -121,7 +119,7 @@ bool HandOff(const Settings& settings, std::string_view line, StdinLines& lines)
 
 /// A resident may have come up since the hand-off failed. Whoever is not it never gets the command.
 bool LastHandOff(const Settings& settings, std::string_view line, StdinLines& lines) {
-  return ProbeResident(settings.port) == ProbeResult::Current &&
+  return ProbeResident(settings.port).result == ProbeResult::Current &&
          ExecViaResident(settings.port, line, lines);
 }
 
@@ -131,8 +129,9 @@ int RunHere(const Settings& settings, std::string_view line, StdinLines& lines) 
     return 0;
   }
   if (LastHandOff(settings, line, lines)) return 0;
-  const Interpreter interpreter(ResolveHomes(settings.data_home_override), &platform::WriteStderr,
-                                false);
+  const Homes homes = ResolveHomes(settings.data_home_override);
+  if (!ClaimHomesOrSay(homes)) return 1;
+  const Interpreter interpreter(homes, &platform::WriteStderr, false);
   const Engine engine = interpreter.engine_for("cli");
   return line.empty() ? RunStdinHere(engine, lines) : RunLineHere(engine, line);
 }
@@ -141,7 +140,8 @@ int RunMcp(const Settings& settings) {
   if (EnsureResident(settings.port, settings.data_home_override)) {
     return McpBridge(settings.port, settings.data_home_override);
   }
-  return McpHere(ResolveHomes(settings.data_home_override));
+  const Homes homes = ResolveHomes(settings.data_home_override);
+  return ClaimHomesOrSay(homes) ? McpHere(homes) : 1;
 }
 
 int RunRole(const Settings& settings, const std::string& line) {

@@ -10,10 +10,12 @@
 #include "common/text.h"
 #include "common/version.h"
 #include "front/answer_reader.h"
+#include "front/homes.h"
 #include "platform/console.h"
 #include "platform/paths.h"
 #include "platform/process.h"
 #include "platform/sockets.h"
+#include "server/loopback_request.h"
 
 namespace mrb::front {
 namespace {
@@ -32,11 +34,29 @@ constexpr std::size_t kLongestFolder = 260;
 // A probe answer is some 60 bytes; whatever sends more than this is not our resident.
 constexpr std::size_t kLongestProbeAnswer = 65536;
 
-std::optional<Socket> Open(std::int32_t port, Milliseconds timeout) {
+std::optional<server::ResidentConnection> Connect(std::int32_t port, Milliseconds timeout) {
   if (!platform::StartSockets()) return std::nullopt;
-  auto socket = Socket::connect_loopback(static_cast<std::uint16_t>(port), timeout);
-  if (!socket) return std::nullopt;
-  return std::move(*socket);
+  auto connection = server::ConnectToPort(port, timeout);
+  if (!connection) return std::nullopt;
+  return std::move(*connection);
+}
+
+/// A connection to a listener that may be told what the user says.
+std::optional<Socket> Open(std::int32_t port, Milliseconds timeout) {
+  auto connection = Connect(port, timeout);
+  if (!connection || !server::IsOwnListener(connection->server)) return std::nullopt;
+  return std::move(connection->socket);
+}
+
+/// What holds a port, for a notice.
+std::string HolderOf(ProbeResult told, const platform::ServerIdentity& server) {
+  const bool is_mirebolt = told == ProbeResult::Current || told == ProbeResult::OtherVersion;
+  if (server::IsOwnListener(server)) {
+    return is_mirebolt ? "a different Mirebolt version" : "a non-Mirebolt process";
+  }
+  const std::string& user = server.owner.user;
+  return (is_mirebolt ? "the Mirebolt resident of " : "a non-Mirebolt process of ") +
+         (user.empty() ? "another user" : user);
 }
 
 /// Reads until the peer closes, an error, or the deadline, which a dripping peer cannot push back.
@@ -106,7 +126,7 @@ bool PrintExec(std::int32_t port, std::string_view line) {
 
 bool WaitFor(std::int32_t port, ProbeResult wanted, int probes) {
   for (int i = 0; i < probes; ++i) {
-    if (ProbeResident(port) == wanted) return true;
+    if (ProbeResident(port).result == wanted) return true;
     std::this_thread::sleep_for(kPollInterval);
   }
   return false;
@@ -114,7 +134,8 @@ bool WaitFor(std::int32_t port, ProbeResult wanted, int probes) {
 
 bool SpawnResident(std::int32_t port, const std::string& data_home_override) {
   const std::string path = platform::ExecutablePath();
-  if (path.empty()) return false;
+  // It would end for the same reason, and nobody would hear why: the caller says it.
+  if (path.empty() || !ClaimHomes(ResolveHomes(data_home_override))) return false;
   std::vector<std::string> arguments{path, "boot", "--port", std::to_string(port)};
   if (!data_home_override.empty()) {
     arguments.insert(arguments.end(), {"--conf", data_home_override});
@@ -124,22 +145,25 @@ bool SpawnResident(std::int32_t port, const std::string& data_home_override) {
 
 }  // namespace
 
-ProbeResult ProbeResident(std::int32_t port, std::string* version) {
+Probe ProbeResident(std::int32_t port) {
   const auto deadline = Clock::now() + kProbeTimeout;
-  auto socket = Open(port, kProbeTimeout);
-  if (!socket) return ProbeResult::NoListener;
-  if (!socket->send_all("GET /health HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n")) {
-    return ProbeResult::NoListener;
+  Probe probe;
+  auto connection = Connect(port, kProbeTimeout);
+  if (!connection) return probe;
+  auto& [socket, server] = *connection;
+  if (!socket.send_all("GET /health HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n")) {
+    return probe;
   }
-  std::string reported;
-  const std::string answer = ReadAnswerUntil(*socket, deadline);
-  const ProbeResult result = ClassifyHealth(AnswerBody(answer), reported);
-  if (version != nullptr) *version = std::move(reported);
-  return result;
+  const std::string answer = ReadAnswerUntil(socket, deadline);
+  const ProbeResult told = ClassifyHealth(AnswerBody(answer), probe.version);
+  probe.result = server::IsOwnListener(server) ? told : ProbeResult::Foreign;
+  probe.holder = HolderOf(told, server);
+  probe.listener = server.listener;
+  return probe;
 }
 
 bool EnsureResident(std::int32_t port, const std::string& data_home_override) {
-  switch (ProbeResident(port)) {
+  switch (ProbeResident(port).result) {
     case ProbeResult::Current:
       return true;
     case ProbeResult::NoListener:

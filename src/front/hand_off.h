@@ -14,11 +14,21 @@ namespace mrb::front {
 /// 127.0.0.1 and having it run command lines. Each request is one HTTP/1.1 exchange on a connection
 /// of its own. Failures are answered as false and told by the caller. Main thread only.
 
-/// Tells what listens on the port within 1.2 s. `version`, when given, receives what it reports.
-[[nodiscard]] ProbeResult ProbeResident(std::int32_t port, std::string* version = nullptr);
+/// What a probe found.
+struct Probe {
+  ProbeResult result = ProbeResult::NoListener;
+  std::string version;         ///< what a Mirebolt reports; may be empty
+  std::string holder;          ///< what holds the port, for a notice, when that is not Current
+  std::uint64_t listener = 0;  ///< the number of the listener that was asked; 0: not known
+};
+
+/// Tells what listens on the port within 1.2 s. A resident of another user is Foreign: it is told
+/// nothing but that somebody asks.
+[[nodiscard]] Probe ProbeResident(std::int32_t port);
 
 /// True when a Current resident answers on the port. Where nothing listens one is started (with
-/// `data_home_override`, unless that is empty) and waited for, some 8 s at most.
+/// `data_home_override`, unless that is empty) and waited for, some 8 s at most; none is started
+/// where ClaimHomes() fails.
 [[nodiscard]] bool EnsureResident(std::int32_t port, const std::string& data_home_override);
 
 /// Asks the resident to end; true once the port has gone quiet (some 6 s at most).

@@ -1,8 +1,11 @@
 #include "front/mcp_bridge.h"
 
+#include <algorithm>
 #include <mutex>
 #include <string_view>
+#include <utility>
 
+#include "common/json_scan.h"
 #include "front/hand_off.h"
 #include "front/mcp_lines.h"
 #include "mcp/messages.h"
@@ -13,6 +16,27 @@
 namespace mrb::front {
 namespace {
 
+/// A message whose answer did not come, or is none: an error under its own id, or nothing when
+/// nobody waits for one.
+std::string Failure(std::string_view message, const std::string& reason) {
+  const auto document = JsonDocument::scan(message);
+  const JsonValue root = document ? document->root() : JsonValue();
+  const JsonValue id = root.find("id");
+  const bool is_notification = root.is(JsonValue::Kind::kObject) && !id.exists();
+  if (is_notification) return {};
+  const bool has_id = id.is(JsonValue::Kind::kNumber) || id.is(JsonValue::Kind::kString);
+  return mcp::ErrorMessage(has_id ? id.raw() : "null", {mcp::kInternalError, reason});
+}
+
+/// The text of {"error":"…"} or {"error":{"message":"…"}}, which says why a request was refused;
+/// empty when there is none.
+std::string RefusalText(std::string_view body) {
+  const auto document = JsonDocument::scan(body);
+  if (!document) return {};
+  const JsonValue error = document->root().find("error");
+  return error.is(JsonValue::Kind::kString) ? error.text() : error.find("message").text();
+}
+
 class Relay {
  public:
   Relay(std::int32_t port, const std::string& data_home_override)
@@ -22,16 +46,51 @@ class Relay {
                  "\r\n" + FolderHeader()) {}
 
   std::string answer(std::string_view message) {
-    auto body = ask(message);
-    if (!body && body.error().kind != ErrorKind::kCorrupt && bring_up()) body = ask(message);
-    if (body) return std::move(*body);
-    return mcp::ErrorMessage("null", {mcp::kInternalError, "the resident does not answer"});
+    auto answer = ask(message);
+    if (!answer && answer.error().kind != ErrorKind::kCorrupt && bring_up()) answer = ask(message);
+    if (!answer) return Failure(message, "the resident does not answer");
+    if (answer->status == kOk || answer->status == kAccepted) {
+      if (answer->body.empty()) return {};
+      if (JsonDocument::scan(answer->body)) return OneLine(std::move(answer->body));
+    }
+    const std::string refusal = RefusalText(answer->body);
+    return Failure(message, refusal.empty() ? "the resident's answer is no message (status " +
+                                                  std::to_string(answer->status) + ")"
+                                            : "the resident refused: " + refusal);
   }
 
  private:
-  Result<std::string> ask(std::string_view message) {
-    return server::AskResident(
-        port_, {.method_and_target = "POST /mcp", .headers = headers_, .body = message});
+  static constexpr int kOk = 200;
+  static constexpr int kAccepted = 202;
+
+  /// Line ends stand between the values of a JSON text, never within; here they would end a
+  /// message.
+  static std::string OneLine(std::string body) {
+    std::ranges::replace(body, '\n', ' ');
+    std::ranges::replace(body, '\r', ' ');
+    return body;
+  }
+
+  Result<server::LoopbackAnswer> ask(std::string_view message) {
+    auto connection = server::ConnectToPort(port_, platform::Milliseconds{0});
+    if (!connection) return std::unexpected(std::move(connection.error()));
+    if (!is_resident(connection->server)) {
+      return Fail(ErrorKind::kUnavailable, "the port is held by somebody else");
+    }
+    return server::Exchange(
+        connection->socket,
+        {.method_and_target = "POST /mcp", .headers = headers_, .body = message});
+  }
+
+  /// Whether a listener is the resident and the user's own: one that was not seen before is asked.
+  bool is_resident(const platform::ServerIdentity& server) {
+    if (!server::IsOwnListener(server)) return false;
+    const std::scoped_lock lock(mutex_);
+    if (server.listener != 0 && server.listener == resident_) return true;
+    const Probe probe = ProbeResident(port_);
+    if (probe.result != ProbeResult::Current || probe.listener != server.listener) return false;
+    resident_ = probe.listener;
+    return true;
   }
 
   /// One at a time: those who come second find the resident up.
@@ -44,6 +103,7 @@ class Relay {
   const std::string data_home_override_;
   const std::string headers_;
   std::mutex mutex_;
+  std::uint64_t resident_ = 0;  // guarded by mutex_; the listener that was seen to be the resident
 };
 
 }  // namespace

@@ -19,6 +19,7 @@
 #include "server/chat_sockets.h"
 #include "server/server.h"
 #include "server/terminals.h"
+#include "vfs/settings_value.h"
 #include "workstation/workstation.h"
 
 namespace mrb::front {
@@ -41,10 +42,30 @@ std::uint64_t UnixMilliseconds() {
   return static_cast<std::uint64_t>(std::chrono::duration_cast<milliseconds>(now).count());
 }
 
+/// The setting `listen`: whether to bind 127.0.0.1 alone. Fails on any other word than the two, and
+/// when the settings cannot be read: an open port is not what somebody meant who wrote that line.
+Result<bool> ListensOnLoopbackOnly(const Homes& homes) {
+  platform::FileSystem& files = platform::SystemFiles();
+  for (const std::string& path : homes.settings_files()) {
+    const auto text = platform::ReadFile(files, path);
+    if (!text && text.error().kind != ErrorKind::kNotFound) return std::unexpected(text.error());
+  }
+  const auto value = vfs::ReadSetting(files, homes.settings_files(), "listen");
+  if (!value || *value == "all") return false;
+  if (*value == "loopback") return true;
+  return Fail(ErrorKind::kInvalidArgument,
+              "the setting listen is '" + *value + "', and may be all or loopback");
+}
+
 /// The server on a thread of its own, with the commands it serves. Ends with the object.
 class RunningServer {
  public:
-  RunningServer(const Settings& settings, const Homes& homes, bool open_page)
+  struct Options {
+    bool loopback_only = false;
+    bool open_page = false;
+  };
+
+  RunningServer(const Settings& settings, const Homes& homes, const Options& chosen)
       : activity_(UnixMilliseconds() / 1000),
         interpreter_(homes, &WriteStdout, platform::StdoutIsConsole(), observers()),
         hub_(hub_options(homes)),
@@ -60,7 +81,7 @@ class RunningServer {
                       .activity = activity_,
                       .author = [this] { return interpreter_.author_of("cli"); },
                       .port = settings.port}),
-        server_(options(settings, homes, open_page)) {
+        server_(options(settings, homes, chosen)) {
     interpreter_.start();
     thread_ = std::thread([this] {
       failed_ = server_.serve() != 0;
@@ -89,7 +110,8 @@ class RunningServer {
   [[nodiscard]] bool failed() const { return failed_; }
 
  private:
-  server::ServerOptions options(const Settings& settings, const Homes& homes, bool open_page) {
+  server::ServerOptions options(const Settings& settings, const Homes& homes,
+                                const Options& wanted) {
     server::ServerOptions chosen;
     chosen.port = settings.port;
     chosen.executable_folder = homes.executable_folder;
@@ -99,7 +121,8 @@ class RunningServer {
     chosen.versioned_stores = [this] { return interpreter_.files().stores_json(); };
     chosen.log = [](std::string_view line) { WriteStderr(line); };
     chosen.request_close = &platform::RequestClose;
-    chosen.open_browser = open_page;
+    chosen.open_browser = wanted.open_page;
+    chosen.loopback_only = wanted.loopback_only;
     chosen.terminals = &terminals_;
     chosen.hub = &hub_;
     chosen.chat = &sockets_;
@@ -155,6 +178,11 @@ class RunningServer {
   std::thread thread_;
 };
 
+int Complain(const Error& error) {
+  WriteStderr("Mirebolt: " + error.text + "\n");
+  return 1;
+}
+
 platform::TrayMenu TrayOf(std::int32_t port) {
   return {.title = "Mirebolt", .open_page = [port] { ShowPage(port, "/ui/"); }};
 }
@@ -162,15 +190,19 @@ platform::TrayMenu TrayOf(std::int32_t port) {
 bool BecomesHealthy(std::int32_t port, const RunningServer& server) {
   server.wait_until_listening();
   for (int i = 0; i < kHealthProbes && !server.ended(); ++i) {
-    if (ProbeResident(port) == ProbeResult::Current) return true;
+    if (ProbeResident(port).result == ProbeResult::Current) return true;
     std::this_thread::sleep_for(kHealthInterval);
   }
   return false;
 }
 
-void GreetTheUser(const Settings& settings, const Homes& homes) {
-  std::string text = "Mirebolt orchestration server up — " + Address(settings.port, "/") +
-                     "\n  data: " + homes.data_home + "\n  next, in another terminal:\n";
+void GreetTheUser(const Settings& settings, const Homes& homes, bool loopback_only) {
+  std::string text =
+      "Mirebolt orchestration server up — " + Address(settings.port, "/") +
+      "\n  data: " + homes.data_home + "\n  listens: " +
+      (loopback_only ? "loopback (127.0.0.1 alone)"
+                     : "all interfaces; 'listen = loopback' in mirebolt.cfg closes the rest") +
+      "\n  next, in another terminal:\n";
   const std::string mb =
       settings.port == kDefaultPort ? "mb" : "mb --port " + std::to_string(settings.port);
   text += "    " + mb + " memory.add me, notes, build, , the build needs VS 17.9\n";
@@ -187,6 +219,7 @@ void ShowPage(std::int32_t port, std::string_view path) {
 }
 
 int RunBoot(const Settings& settings, const Homes& homes, bool open_page) {
+  if (!ClaimHomesOrSay(homes)) return 1;  // while there is a console to say it on
   const std::string log = homes.log_path(settings.port);
   Status detached = platform::MakeDirectories(platform::SystemFiles(), platform::ParentPath(log));
   if (detached) detached = platform::DetachConsole(log);
@@ -194,8 +227,10 @@ int RunBoot(const Settings& settings, const Homes& homes, bool open_page) {
   if (!detached) WriteStderr("warning: no log: " + detached.error().text + "\n");
   const auto instance = platform::SingleInstance::acquire(settings.port);
   if (!instance.held()) return 0;
+  const auto loopback_only = ListensOnLoopbackOnly(homes);
+  if (!loopback_only) return Complain(loopback_only.error());
   platform::PrepareUntilClosed();
-  const RunningServer server(settings, homes, false);
+  const RunningServer server(settings, homes, {.loopback_only = *loopback_only});
   if (!BecomesHealthy(settings.port, server)) {
     WriteStderr(
         "Mirebolt: boot could not bind port " + std::to_string(settings.port) +
@@ -217,12 +252,16 @@ int RunInteractive(const Settings& settings, const Homes& homes, Role role, std:
     }
     return 0;
   }
+  if (!ClaimHomesOrSay(homes)) return 1;
+  const auto loopback_only = ListensOnLoopbackOnly(homes);
+  if (!loopback_only) return Complain(loopback_only.error());
   platform::PrepareUntilClosed();
   // `serve` is for a terminal or a service; the other words are for a person who wants the page.
   const bool open_page = role == Role::kInteractive && word != "serve";
-  const RunningServer server(settings, homes, open_page);
+  const RunningServer server(settings, homes,
+                             {.loopback_only = *loopback_only, .open_page = open_page});
   server.wait_until_listening();
-  if (!server.ended()) GreetTheUser(settings, homes);
+  if (!server.ended()) GreetTheUser(settings, homes, *loopback_only);
   if (!HasConfiguration(homes, platform::SystemFiles())) {
     platform::ShowBalloon("Mirebolt", "No configuration found — set it up in the tray.");
   }

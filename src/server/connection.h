@@ -1,13 +1,19 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <functional>
+#include <span>
 #include <string>
+#include <string_view>
 
+#include "platform/peer_identity.h"
 #include "platform/sockets.h"
 #include "server/request_reader.h"
 #include "server/route_table.h"
 #include "server/session_gate.h"
+#include "server/trust.h"
 #include "server/websocket_clients.h"
 
 namespace mrb::server {
@@ -23,7 +29,10 @@ struct ConnectionServices {
   Services routes;
   SessionGate& gate;
   WebSocketClients& clients;
-  std::uint16_t port = 0;  ///< the one the server listens on
+  platform::PeerIdentity& identity;
+  OwnAddress address;
+  /// Takes why the system does not tell whose program a peer is. Any thread.
+  std::function<void(std::string_view)> identity_missing;
 };
 
 /// The time-outs that a connection begins with: the server's listener hands them to each.
@@ -43,10 +52,18 @@ class Connection {
   [[nodiscard]] bool serve();
 
  private:
+  using Deadline = std::chrono::steady_clock::time_point;
+
   bool read_head();
-  void read_body(std::uint64_t length);
-  bool receive_piece();
+  bool read_and_answer(const Request& request, std::uint64_t body_length);
+  bool invite_body(std::uint64_t length);
+  bool read_body(std::uint64_t length);
+  bool skip_body(std::uint64_t length);
+  bool receive_piece(Deadline deadline);
+  [[nodiscard]] std::string_view receive(std::span<char> room, Deadline deadline);
   bool sign_in(std::uint64_t body_length);
+  void judge(Request& request);
+  [[nodiscard]] bool is_own_program(Request& request) const;
   bool upgrade(const Request& request);
   bool send_answer(const Response& response);
   bool answer(const Response& response);

@@ -47,9 +47,15 @@ void ConnectionThreads::work(bool permanent) {
       continue;
     }
     platform::Socket& socket = accepted->socket;
-    if (!begin(socket)) break;
-    const bool answered = hooks_.serve(socket, accepted->peer_ipv4, buffers);
-    forget(socket);
+    const bool outside = hooks_.is_outside(socket, accepted->peer_ipv4, is_crowded());
+    const Entry entry = begin(socket, outside);
+    if (entry == Entry::kStopped) break;
+    if (entry == Entry::kTurnAway) {
+      socket.reset_on_close();
+      continue;
+    }
+    const bool answered = hooks_.serve(socket, outside, buffers);
+    forget(socket, outside);
     if (answered) leaving_.add(std::move(socket));
     if (!finish(permanent)) return;
   }
@@ -60,19 +66,25 @@ void ConnectionThreads::work(bool permanent) {
   ended_.notify_all();
 }
 
-/// False when the server has been stopped meanwhile.
-bool ConnectionThreads::begin(platform::Socket& socket) {
+bool ConnectionThreads::is_crowded() {
+  const std::scoped_lock lock(mutex_);
+  return open_.size() >= limits_.connections / 2;
+}
+
+ConnectionThreads::Entry ConnectionThreads::begin(platform::Socket& socket, bool outside) {
   {
     const std::scoped_lock lock(mutex_);
-    if (stopping_) return false;
+    if (stopping_) return Entry::kStopped;
+    if (outside && outside_ >= limits_.outside) return Entry::kTurnAway;
+    if (outside) ++outside_;
     open_.push_back(&socket);
     --idle_;
-    if (idle_ > 0 || threads_ >= limits_.connections) return true;
+    if (idle_ > 0 || threads_ >= limits_.connections) return Entry::kServe;
     ++threads_;
     ++idle_;
   }
   start_another();
-  return true;
+  return Entry::kServe;
 }
 
 void ConnectionThreads::start_another() {
@@ -88,8 +100,9 @@ void ConnectionThreads::start_another() {
   hooks_.start_failed(last);
 }
 
-void ConnectionThreads::forget(platform::Socket& socket) {
+void ConnectionThreads::forget(platform::Socket& socket, bool outside) {
   const std::scoped_lock lock(mutex_);
+  if (outside) --outside_;
   std::erase(open_, &socket);
 }
 

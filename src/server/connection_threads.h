@@ -17,15 +17,20 @@ namespace mrb::server {
 /// wait in accept() themselves, and the one that accepts serves. Before it does, it sees to it that
 /// another waits; when it is done it goes back to waiting, or ends when enough others do. At the
 /// bound on open connections nobody is left to accept, so further ones wait in the system's queue.
+/// Peers from outside have a bound of their own, far below: the user's own always find a place.
 class ConnectionThreads {
  public:
   struct Limits {
     std::size_t connections = 512;  ///< open at once, so that a flood cannot exhaust threads
+    std::size_t outside = 32;       ///< of these, from outside; further ones are closed at once
     std::size_t idle = 16;  ///< threads kept waiting: fewer, and eight busy clients churn them
   };
   struct Hooks {
+    /// Whether the peer counts as one from outside. `crowded`: places are scarce, so that it is
+    /// worth a look whose program a peer on this machine is.
+    std::function<bool(const platform::Socket&, std::uint32_t peer_ipv4, bool crowded)> is_outside;
     /// True when the connection ended with an answer, its sending side shut down.
-    std::function<bool(platform::Socket&, std::uint32_t peer_ipv4, ConnectionBuffers&)> serve;
+    std::function<bool(platform::Socket&, bool outside, ConnectionBuffers&)> serve;
     /// Runs the function on a new detached thread; false when the system has none to give.
     std::function<bool(std::function<void()>)> start_thread;
     /// A thread could not be started. `last`: while this one serves, nobody accepts or ever will.
@@ -45,8 +50,11 @@ class ConnectionThreads {
 
  private:
   void work(bool permanent);
-  bool begin(platform::Socket& socket);
-  void forget(platform::Socket& socket);
+  enum class Entry { kServe, kTurnAway, kStopped };
+
+  bool is_crowded();
+  Entry begin(platform::Socket& socket, bool outside);
+  void forget(platform::Socket& socket, bool outside);
   bool finish(bool permanent);
   void start_another();
 
@@ -60,6 +68,7 @@ class ConnectionThreads {
   bool stopping_ = false;
   std::size_t threads_ = 0;  ///< run()'s own and those being started included
   std::size_t idle_ = 0;     ///< of these, the ones that wait in accept() or are on the way there
+  std::size_t outside_ = 0;  ///< of the open connections
   std::vector<platform::Socket*> open_;
 };
 

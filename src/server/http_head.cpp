@@ -85,6 +85,21 @@ std::uint64_t ContentLength(std::string_view head) {
   return ParseDecimal(digits).value_or(std::numeric_limits<std::uint64_t>::max());
 }
 
+bool HasTransferCoding(std::string_view head) {
+  HeaderLines lines(head);
+  while (const auto line = lines.next()) {
+    if (EqualsIgnoreCase(Trim(line->name), "transfer-encoding") &&
+        !EqualsIgnoreCase(Trim(line->value), "identity")) {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool ExpectsContinue(std::string_view head) {
+  return EqualsIgnoreCase(Trim(HeaderValue(head, "expect")), "100-continue");
+}
+
 bool IsWebSocketUpgrade(std::string_view head) {
   return EqualsIgnoreCase(HeaderValue(head, "upgrade"), "websocket");
 }

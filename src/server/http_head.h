@@ -51,6 +51,13 @@ class HeaderLines {
 /// there are more digits than fit.
 [[nodiscard]] std::uint64_t ContentLength(std::string_view head);
 
+/// Whether the body comes in another form than its bytes, the length of which is declared:
+/// "chunked" and all else that a Transfer-Encoding can name but identity (RFC 9112, section 6.1).
+[[nodiscard]] bool HasTransferCoding(std::string_view head);
+
+/// Whether the client waits with the body until it is told to go on (RFC 9110, section 10.1.1).
+[[nodiscard]] bool ExpectsContinue(std::string_view head);
+
 /// Whether the client asks to go on as a WebSocket.
 [[nodiscard]] bool IsWebSocketUpgrade(std::string_view head);
 

@@ -12,8 +12,10 @@ struct Request {
   std::string_view head;
   RequestLine line;
   std::string_view body;
-  bool loopback = false;  ///< the peer is this machine
-  bool trusted = false;   ///< may run commands: the user here, or a full browser session
+  bool loopback = false;       ///< the peer is this machine
+  bool trusted = false;        ///< may run commands: the user here, or a full browser session
+  bool page_load = false;      ///< see IsPageLoad()
+  std::string_view objection;  ///< why it is not trusted, when that is not the usual reason
 
   [[nodiscard]] std::string param(std::string_view key) const {
     return QueryParam(line.query, key);
@@ -29,6 +31,7 @@ inline constexpr std::string_view kUnauthorized = "401 Unauthorized";
 inline constexpr std::string_view kForbidden = "403 Forbidden";
 inline constexpr std::string_view kNotFound = "404 Not Found";
 inline constexpr std::string_view kMethodNotAllowed = "405 Method Not Allowed";
+inline constexpr std::string_view kLengthRequired = "411 Length Required";
 inline constexpr std::string_view kPayloadTooLarge = "413 Payload Too Large";
 inline constexpr std::string_view kServerError = "500 Internal Server Error";
 inline constexpr std::string_view kUnavailable = "503 Service Unavailable";

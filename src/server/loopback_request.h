@@ -5,19 +5,46 @@
 #include <string_view>
 
 #include "common/error.h"
+#include "platform/peer_identity.h"
+#include "platform/sockets.h"
 
 namespace mrb::server {
 
-/// One request to the resident of a port on this machine, as its clients make them.
+/// The client's side of talking with the resident of a port on this machine. Nothing is said to a
+/// listener of another user: what a client hands over are its user's commands and folders. Call
+/// platform::StartSockets() before any of it.
+
+/// A connection, and who listens at its other end.
+struct ResidentConnection {
+  platform::Socket socket;
+  platform::ServerIdentity server;
+};
+[[nodiscard]] Result<ResidentConnection> ConnectToPort(std::int32_t port,
+                                                       platform::Milliseconds timeout);
+
+/// Whether a listener may be told what the user says: its program is the user's own.
+[[nodiscard]] bool IsOwnListener(const platform::ServerIdentity& server);
+
+/// One request, as the resident's clients make them.
 struct LoopbackRequest {
   std::string_view method_and_target;  ///< "GET /health", the query encoded
   std::string_view headers;            ///< whole lines with their line ends; may be empty
   std::string_view body;
 };
 
-/// The answer's body, whatever its status; waits for it however long it takes. kClosed when the
-/// connection ended without one, kCorrupt before the whole of it: the request did run then. Call
-/// platform::StartSockets() before.
+struct LoopbackAnswer {
+  int status = 0;  ///< 0 when the head tells none
+  std::string body;
+};
+
+/// Makes the request on a fresh connection and waits for the answer, however long it takes. kClosed
+/// when the connection ended without one, kCorrupt before the whole of it: the request did run
+/// then.
+[[nodiscard]] Result<LoopbackAnswer> Exchange(platform::Socket& socket,
+                                              const LoopbackRequest& request);
+
+/// The answer's body, whatever its status. As Exchange(), and kUnavailable when the listener is not
+/// the user's own.
 [[nodiscard]] Result<std::string> AskResident(std::int32_t port, const LoopbackRequest& request);
 
 }  // namespace mrb::server

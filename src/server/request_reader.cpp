@@ -29,9 +29,11 @@ RequestReader::State RequestReader::append(std::string_view bytes) {
 }
 
 std::uint64_t BodyLength(std::string_view head) {
-  const RequestLine line = ParseRequestLine(head);
-  if (line.method == "POST") return line.path == "/vid/upload" ? 0 : ContentLength(head);
-  return line.method == "PUT" || line.method == "DELETE" ? ContentLength(head) : 0;
+  return ParseRequestLine(head).path == "/vid/upload" ? 0 : ContentLength(head);
+}
+
+bool HasBody(const RequestLine& line) {
+  return line.method == "POST" || line.method == "PUT" || line.method == "DELETE";
 }
 
 }  // namespace mrb::server

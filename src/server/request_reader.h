@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "server/http_head.h"
+
 namespace mrb::server {
 
 inline constexpr std::size_t kMaxHead = 65536;       ///< bytes without a blank line
@@ -39,8 +41,12 @@ class RequestReader {
   State state_ = State::kHead;
 };
 
-/// The bytes of body a request has: its Content-Length for POST, PUT and DELETE, none otherwise.
-/// "/vid/upload" has none here, because that body is read by the upload itself.
+/// The bytes of body that a request declares. "/vid/upload" has none here, because that body is
+/// read by the upload itself.
 [[nodiscard]] std::uint64_t BodyLength(std::string_view head);
+
+/// Whether a request's body is handed to its route: with POST, PUT and DELETE. With other methods
+/// it is read all the same, so that a request is known to be whole, and dropped.
+[[nodiscard]] bool HasBody(const RequestLine& line);
 
 }  // namespace mrb::server

@@ -19,80 +19,84 @@ constexpr bool kPrefix = true;
 constexpr std::string_view kTerminals = "/term/";
 
 constexpr Route kRoutes[] = {
-    {kGet, "/health", kExact, Access::kAny, AnswerHealth},
-    {kPost, "/shutdown", kExact, Access::kTrusted, AnswerShutdown},
-    {kPost, "/console/exec", kExact, Access::kTrusted, AnswerConsoleExec,
+    {kGet, "/health", kExact, Access::kAny, Effect::kReads, AnswerHealth},
+    {kPost, "/shutdown", kExact, Access::kTrusted, Effect::kChanges, AnswerShutdown},
+    {kPost, "/console/exec", kExact, Access::kTrusted, Effect::kChanges, AnswerConsoleExec,
      "/console/exec is loopback-only"},
-    {kGet, "/console/tail", kExact, Access::kTrusted, AnswerConsoleTail,
+    {kGet, "/console/tail", kExact, Access::kTrusted, Effect::kReads, AnswerConsoleTail,
      "/console/tail is loopback-only"},
-    {kGet | kPost, "/interp", kExact, Access::kTrusted, AnswerInterp, "interp is loopback-only",
-     true},
+    {kGet | kPost, "/interp", kExact, Access::kTrusted, Effect::kChanges, AnswerInterp,
+     "interp is loopback-only", true},
 
-    {kPost, "/", kExact, Access::kNoForeignPage, AnswerJsonRpc},
-    {kPost, "/rpc", kExact, Access::kNoForeignPage, AnswerJsonRpc},
-    {kPost, "/mcp", kExact, Access::kNoForeignPage, AnswerJsonRpc},
-    {kPost, "/a2a", kExact, Access::kNoForeignPage, AnswerJsonRpc},
-    {kGet, "/mcp", kExact, Access::kAny, AnswerMcpBanner},
-    {kEveryMethod, "/mcp", kExact, Access::kNoForeignPage, AnswerMcpOther},
-    {kGet, "/a2a", kExact, Access::kAny, AnswerAgentBanner},
+    {kPost, "/", kExact, Access::kNoForeignPage, Effect::kChanges, AnswerJsonRpc},
+    {kPost, "/rpc", kExact, Access::kNoForeignPage, Effect::kChanges, AnswerJsonRpc},
+    {kPost, "/mcp", kExact, Access::kNoForeignPage, Effect::kChanges, AnswerJsonRpc},
+    {kPost, "/a2a", kExact, Access::kNoForeignPage, Effect::kChanges, AnswerJsonRpc},
+    {kGet, "/mcp", kExact, Access::kAny, Effect::kReads, AnswerMcpBanner},
+    {kEveryMethod, "/mcp", kExact, Access::kNoForeignPage, Effect::kReads, AnswerMcpOther},
+    {kGet, "/a2a", kExact, Access::kAny, Effect::kReads, AnswerAgentBanner},
 
-    {kGet, "/", kExact, Access::kAny, AnswerIndex},
-    {kGet, "/index.html", kExact, Access::kAny, AnswerIndex},
-    {kEveryMethod, "/ui/api/", kPrefix, Access::kTrusted, AnswerWorkstation},
-    {kGet, "/ui", kExact, Access::kAny, AnswerUi},
-    {kGet, "/ui/", kPrefix, Access::kAny, AnswerUi},
-    {kGet, "/backgrounds/", kPrefix, Access::kAny, AnswerBackground},
-    {kGet, "/screensaver-", kPrefix, Access::kAny, AnswerScreensaver},
-    {kGet, "/g-walk", kExact, Access::kAny, AnswerGlyphwalkers},
-    {kGet, "/glyphwalkers", kExact, Access::kAny, AnswerGlyphwalkers},
-    {kGet, "/panel", kExact, Access::kAny, AnswerPanel},
-    {kGet, "/mirebolt_panel.html", kExact, Access::kAny, AnswerPanel},
-    {kGet, "/orchestration", kExact, Access::kAny, AnswerOrchestration},
-    {kGet, "/orch", kExact, Access::kAny, AnswerOrchestration},
-    {kGet, "/tasksync", kExact, Access::kAny, AnswerTaskSync},
-    {kGet, "/onboard", kExact, Access::kAny, AnswerConfigure},
-    {kGet, "/config_collector.html", kExact, Access::kAny, AnswerConfigure},
-    {kGet, "/configure", kExact, Access::kAny, AnswerConfigure},
+    {kGet, "/", kExact, Access::kAny, Effect::kReads, AnswerIndex},
+    {kGet, "/index.html", kExact, Access::kAny, Effect::kReads, AnswerIndex},
+    {kGet, "/ui/api/", kPrefix, Access::kTrusted, Effect::kReads, AnswerWorkstation},
+    {kEveryMethod, "/ui/api/", kPrefix, Access::kTrusted, Effect::kChanges, AnswerWorkstation},
+    {kGet, "/ui", kExact, Access::kAny, Effect::kReads, AnswerUi},
+    {kGet, "/ui/", kPrefix, Access::kAny, Effect::kReads, AnswerUi},
+    {kGet, "/backgrounds/", kPrefix, Access::kAny, Effect::kReads, AnswerBackground},
+    {kGet, "/screensaver-", kPrefix, Access::kAny, Effect::kReads, AnswerScreensaver},
+    {kGet, "/g-walk", kExact, Access::kAny, Effect::kReads, AnswerGlyphwalkers},
+    {kGet, "/glyphwalkers", kExact, Access::kAny, Effect::kReads, AnswerGlyphwalkers},
+    {kGet, "/panel", kExact, Access::kAny, Effect::kReads, AnswerPanel},
+    {kGet, "/mirebolt_panel.html", kExact, Access::kAny, Effect::kReads, AnswerPanel},
+    {kGet, "/orchestration", kExact, Access::kAny, Effect::kReads, AnswerOrchestration},
+    {kGet, "/orch", kExact, Access::kAny, Effect::kReads, AnswerOrchestration},
+    {kGet, "/tasksync", kExact, Access::kAny, Effect::kReads, AnswerTaskSync},
+    {kGet, "/onboard", kExact, Access::kAny, Effect::kReads, AnswerConfigure},
+    {kGet, "/config_collector.html", kExact, Access::kAny, Effect::kReads, AnswerConfigure},
+    {kGet, "/configure", kExact, Access::kAny, Effect::kReads, AnswerConfigure},
 
-    {kGet | kPost, "/term/open", kExact, Access::kTrusted, AnswerTermOpen},
-    {kGet, "/term/read", kExact, Access::kTrusted, AnswerTermRead},
-    {kGet | kPost, "/term/send", kExact, Access::kTrusted, AnswerTermSend},
-    {kGet | kPost, "/term/resize", kExact, Access::kTrusted, AnswerTermResize},
-    {kGet | kPost, "/term/exec", kExact, Access::kTrusted, AnswerTermExec},
-    {kGet | kPost, "/term/close", kExact, Access::kTrusted, AnswerTermClose},
-    {kGet | kPost, "/term/list", kExact, Access::kTrusted, AnswerTermList},
-    {kGet | kPost, "/term/name", kExact, Access::kTrusted, AnswerTermName},
-    {kGet | kPost, "/term/share", kExact, Access::kTrusted, AnswerTermShare},
-    {kGet | kPost, "/term/focus", kExact, Access::kTrusted, AnswerTermFocus},
-    {kGet | kPost, "/term/host/save", kExact, Access::kTrusted, AnswerHostSave},
-    {kGet | kPost, "/term/host/list", kExact, Access::kTrusted, AnswerHostList},
-    {kGet | kPost, "/term/host/remove", kExact, Access::kTrusted, AnswerHostRemove},
-    {kEveryMethod, kTerminals, kPrefix, Access::kTrusted, AnswerNotFound},
+    {kGet | kPost, "/term/open", kExact, Access::kTrusted, Effect::kChanges, AnswerTermOpen},
+    {kGet, "/term/read", kExact, Access::kTrusted, Effect::kReads, AnswerTermRead},
+    {kGet | kPost, "/term/send", kExact, Access::kTrusted, Effect::kChanges, AnswerTermSend},
+    {kGet | kPost, "/term/resize", kExact, Access::kTrusted, Effect::kChanges, AnswerTermResize},
+    {kGet | kPost, "/term/exec", kExact, Access::kTrusted, Effect::kChanges, AnswerTermExec},
+    {kGet | kPost, "/term/close", kExact, Access::kTrusted, Effect::kChanges, AnswerTermClose},
+    {kGet | kPost, "/term/list", kExact, Access::kTrusted, Effect::kReads, AnswerTermList},
+    {kGet | kPost, "/term/name", kExact, Access::kTrusted, Effect::kChanges, AnswerTermName},
+    {kGet | kPost, "/term/share", kExact, Access::kTrusted, Effect::kChanges, AnswerTermShare},
+    {kGet | kPost, "/term/focus", kExact, Access::kTrusted, Effect::kChanges, AnswerTermFocus},
+    {kGet | kPost, "/term/host/save", kExact, Access::kTrusted, Effect::kChanges, AnswerHostSave},
+    {kGet | kPost, "/term/host/list", kExact, Access::kTrusted, Effect::kReads, AnswerHostList},
+    {kGet | kPost, "/term/host/remove", kExact, Access::kTrusted, Effect::kChanges,
+     AnswerHostRemove},
+    {kEveryMethod, kTerminals, kPrefix, Access::kTrusted, Effect::kReads, AnswerNotFound},
 
-    {kGet | kPost, "/chat/say", kExact, Access::kNoForeignPage, AnswerChatSay},
-    {kGet, "/chat/next", kExact, Access::kNoForeignPage, AnswerChatNext},
-    {kGet, "/roster", kExact, Access::kNoForeignPage, AnswerRoster},
-    {kGet, "/channels", kExact, Access::kNoForeignPage, AnswerChannels},
-    {kGet, "/chatlog", kExact, Access::kNoForeignPage, AnswerChatLog},
-    {kPost, "/dm/thread", kExact, Access::kTrusted, AnswerDmSay},
-    {kGet, "/dm/thread", kExact, Access::kTrusted, AnswerDmThread},
+    {kGet | kPost, "/chat/say", kExact, Access::kNoForeignPage, Effect::kChanges, AnswerChatSay},
+    {kGet, "/chat/next", kExact, Access::kNoForeignPage, Effect::kChanges, AnswerChatNext},
+    {kGet, "/roster", kExact, Access::kNoForeignPage, Effect::kReads, AnswerRoster},
+    {kGet, "/channels", kExact, Access::kNoForeignPage, Effect::kReads, AnswerChannels},
+    {kGet, "/chatlog", kExact, Access::kNoForeignPage, Effect::kReads, AnswerChatLog},
+    {kPost, "/dm/thread", kExact, Access::kTrusted, Effect::kChanges, AnswerDmSay},
+    {kGet, "/dm/thread", kExact, Access::kTrusted, Effect::kChanges, AnswerDmThread},
 
-    {kGet | kPost, "/vc/dirs", kExact, Access::kTrusted, AnswerVcDirs, "/vc/dirs is loopback-only"},
-    {kGet | kPost, "/vc/list", kExact, Access::kNoForeignPage, AnswerVcList},
-    {kGet | kPost, "/vc/add", kExact, Access::kTrusted, AnswerVcAdd, "/vc/add is loopback-only"},
-    {kGet | kPost, "/vc/unenroll", kExact, Access::kTrusted, AnswerVcUnenroll},
+    {kGet | kPost, "/vc/dirs", kExact, Access::kTrusted, Effect::kReads, AnswerVcDirs,
+     "/vc/dirs is loopback-only"},
+    {kGet | kPost, "/vc/list", kExact, Access::kNoForeignPage, Effect::kReads, AnswerVcList},
+    {kGet | kPost, "/vc/add", kExact, Access::kTrusted, Effect::kChanges, AnswerVcAdd,
+     "/vc/add is loopback-only"},
+    {kGet | kPost, "/vc/unenroll", kExact, Access::kTrusted, Effect::kChanges, AnswerVcUnenroll},
 
     // Parts that this build leaves out. Their rows say who is turned away, and what exists.
-    {kEveryMethod, "/mirenode/", kPrefix, Access::kAny, AnswerNodeDisabled},
-    {kEveryMethod, "/attendant/focus", kExact, Access::kTrusted, AnswerNotFound,
+    {kEveryMethod, "/mirenode/", kPrefix, Access::kAny, Effect::kReads, AnswerNodeDisabled},
+    {kEveryMethod, "/attendant/focus", kExact, Access::kTrusted, Effect::kReads, AnswerNotFound,
      "attendant focus is loopback-only"},
-    {kEveryMethod, "/tick/run", kExact, Access::kTrusted, AnswerNotFound,
+    {kEveryMethod, "/tick/run", kExact, Access::kTrusted, Effect::kReads, AnswerNotFound,
      "tick run is loopback-only"},
-    {kEveryMethod, "/jobs/tick", kExact, Access::kTrusted, AnswerNotFound,
+    {kEveryMethod, "/jobs/tick", kExact, Access::kTrusted, Effect::kReads, AnswerNotFound,
      "job tick is loopback-only"},
-    {kEveryMethod, "/jobs", kExact, Access::kTrusted, AnswerNotFound,
+    {kEveryMethod, "/jobs", kExact, Access::kTrusted, Effect::kReads, AnswerNotFound,
      "job control is loopback-only"},
-    {kEveryMethod, "/work", kExact, Access::kTrusted, AnswerNotFound,
+    {kEveryMethod, "/work", kExact, Access::kTrusted, Effect::kReads, AnswerNotFound,
      "work control is loopback-only"},
 };
 
@@ -102,21 +106,12 @@ unsigned MethodBit(std::string_view method) {
   return method == "GET" ? kGet : method == "POST" ? kPost : kOther;
 }
 
-const Route* FindRoute(const RequestLine& line) {
-  const unsigned method = MethodBit(line.method);
-  for (const Route& route : kRoutes) {
-    if ((route.methods & method) == 0) continue;
-    if (route.prefix ? line.path.starts_with(route.path) : line.path == route.path) return &route;
-  }
-  return nullptr;
-}
-
-Response Refuse(const Route& route) {
-  if (!route.plain_refusal) return JsonFailure(kForbidden, route.refusal);
+Response Refusal(const Route& route, std::string_view message) {
+  if (!route.plain_refusal) return JsonFailure(kForbidden, message);
   Response response;
   response.status = kForbidden;
   response.type = kPlain;
-  response.body = route.refusal;
+  response.body = message;
   return response;
 }
 
@@ -138,6 +133,15 @@ std::span<const Route> Routes() {
   return kRoutes;
 }
 
+const Route* FindRoute(const RequestLine& line) {
+  const unsigned method = MethodBit(line.method);
+  for (const Route& route : kRoutes) {
+    if ((route.methods & method) == 0) continue;
+    if (route.prefix ? line.path.starts_with(route.path) : line.path == route.path) return &route;
+  }
+  return nullptr;
+}
+
 bool MayEnter(const Request& request, Access access) {
   switch (access) {
     case Access::kAny:
@@ -150,11 +154,21 @@ bool MayEnter(const Request& request, Access access) {
   return false;
 }
 
+std::optional<Response> RefuseRequest(const Request& request, const Route* route) {
+  if (route == nullptr) return std::nullopt;  // 404 for everybody
+  const bool may_enter = MayEnter(request, route->access);
+  const bool only_looks = route->effect == Effect::kReads || route->access == Access::kAny;
+  if (may_enter && (only_looks || !request.page_load)) return std::nullopt;
+  const bool has_reason = !may_enter && !request.objection.empty();
+  return Refusal(*route, has_reason ? request.objection : route->refusal);
+}
+
 Response AnswerRequest(const Request& request, const Services& services) {
   const Route* route = FindRoute(request.line);
-  if (route == nullptr) return AnswerNotFound(request, services);
-  if (!MayEnter(request, route->access)) return Refuse(*route);
-  if (!IsServed(*route, services.options)) return AnswerNotFound(request, services);
+  if (auto refusal = RefuseRequest(request, route)) return *std::move(refusal);
+  if (route == nullptr || !IsServed(*route, services.options)) {
+    return AnswerNotFound(request, services);
+  }
   try {
     return route->handler(request, services);
   } catch (const std::bad_alloc&) {

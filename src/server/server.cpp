@@ -23,8 +23,8 @@
 namespace mrb::server {
 namespace {
 
-Result<platform::Listener> Listen(std::uint16_t port) {
-  auto listener = platform::Listener::listen(port, false);
+Result<platform::Listener> Listen(std::uint16_t port, bool loopback_only) {
+  auto listener = platform::Listener::listen(port, loopback_only);
   if (!listener) return listener;
   if (Status set = listener->expect_requests(kReceiveTimeout, kSendTimeout); !set) {
     return Fail(ErrorKind::kIo, set.error().text);
@@ -81,14 +81,19 @@ class Server::Impl {
     if (options_.open_browser && !platform::OpenPage(address() + "ui/")) {
       log("no browser to open " + address() + "ui/ in\n");
     }
-    accept_on(*listener, {{options_, files, pages}, gate(), clients_, listener->port()});
+    accept_on(*listener, {{options_, files, pages},
+                          gate(),
+                          clients_,
+                          identity(),
+                          own_address(*listener),
+                          [this](std::string_view reason) { identity_missing(reason); }});
     return 0;
   }
 
   [[nodiscard]] std::optional<platform::Listener> open_listener() {
     const auto port = static_cast<std::uint16_t>(options_.port);
     return OpenListener(options_.port,
-                        {[port] { return Listen(port); },
+                        {[this, port] { return Listen(port, options_.loopback_only); },
                          [this](std::chrono::milliseconds time) { return pause(time); },
                          [this](std::string_view line) { log(line); }});
   }
@@ -96,8 +101,11 @@ class Server::Impl {
   void accept_on(platform::Listener& listener, const ConnectionServices& services) {
     ConnectionThreads threads(
         listener, {},
-        {[&services](platform::Socket& socket, std::uint32_t peer, ConnectionBuffers& buffers) {
-           return Connection(socket, IsLoopback(peer), services, buffers).serve();
+        {[&services](const platform::Socket& socket, std::uint32_t peer, bool crowded) {
+           return !IsLoopback(peer) || (crowded && !IsUsers(services.identity.client_of(socket)));
+         },
+         [&services](platform::Socket& socket, bool outside, ConnectionBuffers& buffers) {
+           return Connection(socket, !outside, services, buffers).serve();
          },
          StartDetachedThread, [this](bool last) { thread_missing(last); }});
     {
@@ -108,6 +116,12 @@ class Server::Impl {
     threads.run();
     const std::scoped_lock lock(mutex_);
     threads_ = nullptr;
+  }
+
+  void identity_missing(std::string_view reason) {
+    if (identity_warning_.test_and_set()) return;
+    log("chat: cannot tell whose program a connection is (" + std::string(reason) +
+        "): such are not trusted\n");
   }
 
   /// A resident that cannot accept any more is worse than none: clients would wait for it.
@@ -128,6 +142,18 @@ class Server::Impl {
     return stopping_;
   }
 
+  [[nodiscard]] OwnAddress own_address(const platform::Listener& listener) const {
+    if (!listener.holds_localhost()) {
+      log("chat: another program holds port " + std::to_string(listener.port()) +
+          " of [::1], where localhost may lead: pages are trusted at 127.0.0.1 alone\n");
+    }
+    return {listener.port(), !options_.loopback_only, listener.holds_localhost()};
+  }
+
+  platform::PeerIdentity& identity() {
+    return options_.identity != nullptr ? *options_.identity : platform::SystemPeerIdentity();
+  }
+
   SessionGate& gate() { return options_.sessions != nullptr ? *options_.sessions : closed_gate_; }
 
   [[nodiscard]] std::string address() const {
@@ -142,7 +168,9 @@ class Server::Impl {
   ClosedGate closed_gate_;
   WebSocketClients clients_;
   std::atomic<std::uint16_t> port_ = 0;
-  std::atomic_flag thread_warning_;  ///< given once; under load it would fill the log
+  std::atomic_flag
+      thread_warning_;  ///< given once, as the next: under load they would fill the log
+  std::atomic_flag identity_warning_;
 
   std::mutex mutex_;
   std::condition_variable changed_;

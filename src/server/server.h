@@ -12,6 +12,10 @@ namespace mrb::chat {
 class Hub;
 }
 
+namespace mrb::platform {
+class PeerIdentity;
+}
+
 namespace mrb::server {
 
 class ChatLayer;
@@ -38,6 +42,9 @@ struct ServerOptions {
   std::function<std::string()> versioned_stores;
   /// Answers /ui/api/, what the pages ask of the resident, for trusted callers only; empty: 503.
   std::function<Response(const Request&)> workstation;
+  /// Whose programs the peers on this machine are; null: the system's answer. Outlives the server.
+  platform::PeerIdentity* identity = nullptr;
+  bool loopback_only = false;       ///< bind 127.0.0.1 alone instead of all interfaces
   SessionGate* sessions = nullptr;  ///< null: nobody from outside comes in. Outlives the server
   Terminals* terminals = nullptr;   ///< null: its routes answer 404. Outlives the server
 };

@@ -45,6 +45,13 @@ std::string AttachNotice(std::string_view id) {
   return text;
 }
 
+/// The system's failures name what could not be started, which is what the user typed: that is for
+/// the user alone.
+std::string ReasonForLog(const Error& error) {
+  if (error.system == 0) return error.text;
+  return "a terminal could not be opened: system error " + std::to_string(error.system);
+}
+
 }  // namespace
 
 Terminals::Terminals(TerminalOptions options)
@@ -101,7 +108,7 @@ Result<Terminals::SessionRef> Terminals::open(std::string_view command_line,
                                              : std::unexpected(std::move(console.error()));
   if (const Status entered = enter(*number, session); !entered) {
     if (session) (*session)->end();
-    if (options_.log) options_.log("[term] " + entered.error().text + "\n");
+    if (options_.log) options_.log("[term] " + ReasonForLog(entered.error()) + "\n");
     return std::unexpected(entered.error());
   }
   tell("opened", **session);

@@ -1,66 +1,13 @@
 """The client against listeners that are not a healthy resident of its own version."""
 import concurrent.futures
-import socket
-import threading
 import time
 
 import pytest
 
-from conftest import listens, wait_until
+from conftest import Listener, listens, wait_until
 
 HEALTH = b'{"ok":true,"app":"Mirebolt","version":"%s"}'
 HEAD = b"HTTP/1.1 200 OK\r\n\r\n"
-
-
-class Listener:
-    """A scripted peer: answers each request by `reply`, bytes or a function of (request, socket)."""
-
-    def __init__(self, port, reply):
-        self.server = socket.create_server(("127.0.0.1", port))
-        self.reply = reply
-        self.requests = []
-
-    def __enter__(self):
-        threading.Thread(target=self._serve, daemon=True).start()
-        return self
-
-    def __exit__(self, *_):
-        # Closing alone would leave the thread waiting in accept() with the port still taken.
-        try:
-            self.server.shutdown(socket.SHUT_RDWR)
-        except OSError:
-            pass  # ended before
-        self.server.close()
-
-    def _serve(self):
-        while True:
-            try:
-                peer, _ = self.server.accept()
-            except OSError:
-                return
-            threading.Thread(target=self._answer, args=(peer,), daemon=True).start()
-
-    def _answer(self, peer):
-        with peer:
-            request = b""
-            while b"\r\n\r\n" not in request:
-                piece = peer.recv(4096)
-                if not piece:
-                    break
-                request += piece
-            head, _, body = request.partition(b"\r\n\r\n")
-            for line in head.split(b"\r\n"):
-                if line.startswith(b"Content-Length: "):
-                    while len(body) < int(line[16:]):
-                        body += peer.recv(4096)
-            self.requests.append(head + b"\r\n\r\n" + body)
-            try:
-                if callable(self.reply):
-                    self.reply(request, peer)
-                else:
-                    peer.sendall(self.reply)
-            except OSError:
-                pass
 
 
 def current(request, peer):

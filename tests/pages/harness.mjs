@@ -14,7 +14,8 @@ import { chromium } from 'playwright-core';
 const here = fileURLToPath(new URL('.', import.meta.url));
 const builtMb = process.env.MB ?? join(here, '../../build/release/bin/mb');
 const browserArguments = ['--headless', '--no-sandbox', '--disable-gpu', '--no-first-run', '--disable-background-networking',
-  '--disable-component-update', '--disable-sync', '--disable-default-apps', '--force-color-profile=srgb'];
+  '--disable-component-update', '--disable-sync', '--disable-default-apps', '--force-color-profile=srgb',
+  '--host-resolver-rules=MAP *.example 127.0.0.1'];
 /// A session may end while a page asks for something of it; the browser itself logs the 404.
 const endedMeanwhile = /\/term\/(read|resize|send)\?/;
 const axe = readFileSync(join(here, 'node_modules/axe-core/axe.min.js'), 'utf8');

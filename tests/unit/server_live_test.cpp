@@ -11,6 +11,7 @@
 #include "server/connection_threads.h"
 #include "server/interpreter_bridge.h"
 #include "server/leaving_sockets.h"
+#include "server/route_table.h"
 #include "server/server.h"
 #include "server/websocket_frame.h"
 #include "temp_folder.h"
@@ -46,6 +47,11 @@ class Client {
     return all;
   }
 
+  std::string status() {
+    const std::string answer = receive();
+    return answer.substr(0, answer.find('\r'));
+  }
+
   std::string body() {
     const std::string answer = receive();
     const auto end = answer.find("\r\n\r\n");
@@ -67,6 +73,10 @@ class Signal {
     ++count_;
     changed_.notify_all();
   }
+  bool reached_already(int count) {
+    const std::scoped_lock lock(mutex_);
+    return count_ >= count;
+  }
   bool reached(int count) {
     std::unique_lock lock(mutex_);
     return changed_.wait_for(lock, kPatience, [&] { return count_ >= count; });
@@ -87,9 +97,22 @@ class LengthBridge final : public InterpreterBridge {
       go.reached(1);
     }
     answer = std::to_string(command.size());
+    ++executed;
   }
+  std::atomic<int> executed = 0;
   Signal started;
   Signal go;
+};
+
+/// Says what the test wants of every peer.
+class FakeIdentity final : public platform::PeerIdentity {
+ public:
+  platform::PeerOwner client_of(const platform::Socket& /*accepted*/) override {
+    return {kind.load(), {}, reason};
+  }
+  platform::ServerIdentity server_of(const platform::Socket& /*connected*/) override { return {}; }
+  std::atomic<platform::PeerOwner::Kind> kind = platform::PeerOwner::Kind::kOwnUser;
+  std::string reason;
 };
 
 /// Sends every message back and tells of departures.
@@ -111,8 +134,12 @@ class LiveServerTest : public testing::Test {
     options.executable_folder = options.install_home = folder_.path();
     options.bridge = &bridge_;
     options.chat = &chat_;
+    options.identity = &identity_;
     options.log = [this](std::string_view line) {
       if (line.starts_with("orchestration server listening on ")) up_.add();
+      if (line.starts_with("chat: cannot tell whose program a connection is (no table)")) {
+        ++complaints_;
+      }
     };
     options.request_close = [this] { close_requested_.add(); };
     server_ = std::make_unique<Server>(std::move(options));
@@ -150,6 +177,8 @@ class LiveServerTest : public testing::Test {
   test::TempFolder folder_;
   LengthBridge bridge_;
   EchoChat chat_;
+  FakeIdentity identity_;
+  std::atomic<int> complaints_ = 0;
   Signal up_;
   Signal close_requested_;
   std::unique_ptr<Server> server_;
@@ -182,14 +211,79 @@ TEST_F(LiveServerTest, ReadsBodiesOfAnySizeAllowed) {
   const std::string head = "POST /interp HTTP/1.1\r\nContent-Length: ";
   EXPECT_EQ(client().send(head + "33554432\r\n\r\n").send(largest).body(), "33554432");
   EXPECT_EQ(client().send(head + "3\r\n\r\nabcdef").body(), "3");
-  Client cut = client();
-  cut.send(head + "100\r\n\r\nabcdef").end_sending();
-  EXPECT_EQ(cut.body(), "6");
+}
+
+TEST_F(LiveServerTest, DoesNothingForARequestThatIsNotWhole) {
+  for (const Route& route : Routes()) {
+    for (const char* method : {"GET", "POST", "PUT", "DELETE"}) {
+      const std::string line = std::string(method) + " " + std::string(route.path) +
+                               "?cmd=x&bot=b HTTP/1.1\r\nX-Mrb-Control: shutdown\r\n";
+      Client cut = client();
+      cut.send(line + "Content-Length: 30\r\n\r\nabcdef").end_sending();
+      EXPECT_EQ(cut.status(), "HTTP/1.1 400 Bad Request") << line;
+      EXPECT_EQ(
+          client().send(line + "Transfer-Encoding: chunked\r\n\r\n1\r\na\r\n0\r\n\r\n").status(),
+          "HTTP/1.1 411 Length Required")
+          << line;
+    }
+  }
+  EXPECT_EQ(bridge_.executed, 0);
+  EXPECT_FALSE(close_requested_.reached_already(1));
+  Client waiting = client();
+  waiting.send("POST /interp HTTP/1.1\r\nExpect: 100-continue\r\nContent-Length: 2\r\n\r\n");
+  constexpr std::string_view kGoOn = "HTTP/1.1 100 Continue\r\n\r\n";
+  EXPECT_EQ(waiting.receive(kGoOn.size()), kGoOn);
+  EXPECT_EQ(waiting.send("ab").body(), "2");
+}
+
+TEST_F(LiveServerTest, ServesTheUsersOwnProgramsOnly) {
+  using Kind = platform::PeerOwner::Kind;
+  constexpr std::string_view kLoopbackOnly = R"({"ok":false,"error":"loopback only"})";
+  const auto ask = [this](const std::string& line) {
+    return client().send(line + " HTTP/1.1\r\nContent-Length: 1\r\n\r\nx").body();
+  };
+  for (const Kind kind : {Kind::kUnknown, Kind::kOtherUser, Kind::kLessPrivileged}) {
+    identity_.kind = kind;
+    const bool elevated = kind == Kind::kLessPrivileged;
+    EXPECT_EQ(exec("x").contains("elevated programs only"), elevated);
+    EXPECT_EQ(ask("POST /interp").contains("elevated programs only"), elevated);
+    EXPECT_EQ(chatter().body().contains("elevated programs only"), elevated);
+    for (const char* line : {"POST /", "POST /rpc", "POST /mcp", "GET /ui/api/status",
+                             "POST /shutdown", "GET /roster", "GET /vc/list", "POST /chat/say"}) {
+      EXPECT_EQ(ask(line) == kLoopbackOnly, !elevated) << line;
+    }
+    EXPECT_EQ(ask("GET /health"), kHealthy);
+    EXPECT_TRUE(ask("GET /").contains("<title>"));
+  }
+  EXPECT_EQ(bridge_.executed, 0);
+  EXPECT_EQ(complaints_, 0);
+  identity_.kind = Kind::kUnknown;
+  identity_.reason = "no table";
+  for (int i = 0; i < 3; ++i) exec("x");
+  EXPECT_EQ(complaints_, 1);
+  identity_.kind = Kind::kAdministrator;
+  EXPECT_EQ(exec("x"), R"({"ok":true,"bot":"cli","out":"1"})");
+}
+
+TEST_F(LiveServerTest, ChangesNothingForAPageThatABrowserLoads) {
+  const std::string own = "Sec-Fetch-Site: same-origin\r\n";
+  const std::string load =
+      "?cmd=x&bot=b HTTP/1.1\r\n" + own + "Sec-Fetch-Mode: navigate\r\nContent-Length: 0\r\n\r\n";
+  for (const Route& route : Routes()) {
+    const std::string_view word = (route.methods & kPost) != 0 ? "POST" : "GET";
+    if (FindRoute({.method = word, .path = route.path, .query = {}}) != &route) continue;
+    const bool reads = route.effect == Effect::kReads || route.access == Access::kAny;
+    const std::string method = std::string(word) + " ";
+    const std::string status = client().send(method + std::string(route.path) + load).status();
+    EXPECT_EQ(status == "HTTP/1.1 403 Forbidden", !reads) << method << route.path;
+  }
+  EXPECT_EQ(bridge_.executed, 0);
+  EXPECT_EQ(exec("x", own + "Sec-Fetch-Mode: cors\r\n"), R"({"ok":true,"bot":"cli","out":"1"})");
 }
 
 TEST_F(LiveServerTest, RefusesWebPagesOfStrangers) {
   for (const char* header : {"Origin: http://evil.example\r\n", "Host: evil.example\r\n",
-                             "Sec-Fetch-Site: cross-site\r\n"}) {
+                             "Sec-Fetch-Site: cross-site\r\n", "Sec-Fetch-Site: none\r\n"}) {
     EXPECT_EQ(exec("x", header), R"({"ok":false,"error":"/console/exec is loopback-only"})");
     EXPECT_EQ(chatter(header).body(), R"({"ok":false,"error":"loopback only"})");
   }
@@ -295,7 +389,8 @@ class ConnectionThreadsTest : public testing::Test {
     threads_ = std::make_unique<ConnectionThreads>(
         listener_, limits,
         ConnectionThreads::Hooks{
-            [this](platform::Socket& socket, std::uint32_t, ConnectionBuffers&) {
+            [this](const platform::Socket&, std::uint32_t, bool) { return outside_.load(); },
+            [this](platform::Socket& socket, bool, ConnectionBuffers&) {
               const int now = ++open_;
               for (int peak = peak_; now > peak && !peak_.compare_exchange_weak(peak, now);) {
               }
@@ -323,6 +418,7 @@ class ConnectionThreadsTest : public testing::Test {
   Signal served_;
   std::atomic<int> open_ = 0, peak_ = 0, started_ = 0;
   std::atomic<bool> last_missing_ = false;
+  std::atomic<bool> outside_ = false;
 };
 
 TEST_F(ConnectionThreadsTest, LeavesTheRestWaitingAtTheBound) {
@@ -337,6 +433,23 @@ TEST_F(ConnectionThreadsTest, LeavesTheRestWaitingAtTheBound) {
     clients[static_cast<std::size_t>(i)].close();
   }
   EXPECT_EQ(peak_, 4);
+}
+
+TEST_F(ConnectionThreadsTest, KeepsPlacesFromThoseOutside) {
+  outside_ = true;
+  start({.connections = 8, .outside = 3, .idle = 2});
+  std::vector<Client> dripping;
+  dripping.reserve(20);
+  for (int i = 0; i < 20; ++i) dripping.emplace_back(listener_.port()).send("x");
+  EXPECT_TRUE(served_.reached(3));
+  for (std::size_t i = 3; i < 20; ++i) EXPECT_EQ(dripping[i].receive(1), "") << i;
+  EXPECT_EQ(peak_, 3);
+  outside_ = false;
+  EXPECT_EQ(Client(listener_.port()).send("y").receive(1), "y");
+  dripping.clear();
+  while (open_ > 0) std::this_thread::yield();  // their places are free
+  outside_ = true;
+  EXPECT_EQ(Client(listener_.port()).send("z").receive(1), "z");
 }
 
 TEST_F(ConnectionThreadsTest, ServesOnWithTheOneThreadItHas) {
