@@ -32,6 +32,17 @@ PeerOwner Unknown(const Error& error) {
 
 }  // namespace
 
+/// As the system finds it. An end that is just being closed may have lost its user, which leaves
+/// root's number, and not yet what says that nobody holds it: what looks like root's is looked at
+/// again.
+Result<SocketEntry> UidIdentity::find(const SocketPair& pair) const {
+  auto found = system_.find(pair);
+  if (!found || found->uid != 0 || !IsHeld(*found)) return found;
+  auto again = system_.find(pair);
+  if (again && again->inode != found->inode) return Fail(ErrorKind::kNotFound, "it is closed");
+  return again;
+}
+
 PeerOwner UidIdentity::owner_of(const SocketEntry& entry) const {
   using Kind = PeerOwner::Kind;
   if (entry.uid == system_.own_uid) return {Kind::kOwnUser, {}, {}};
@@ -47,7 +58,7 @@ PeerOwner UidIdentity::named_owner_of(const SocketEntry& entry) const {
 PeerOwner UidIdentity::client_of(const Socket& accepted) {
   const auto pair = system_.other_end(accepted);
   if (!pair) return {};
-  const auto client = system_.find(*pair);
+  const auto client = find(*pair);
   if (!client) return Unknown(client.error());
   return IsHeld(*client) ? owner_of(*client) : PeerOwner{};
 }
@@ -59,7 +70,7 @@ ServerIdentity UidIdentity::server_of(const Socket& connected) {
   const auto pair = system_.other_end(connected);
   if (!pair) return {};
   const auto listener = system_.find({pair->local, {}});
-  const auto server = system_.find(*pair);
+  const auto server = find(*pair);
   const std::uint64_t number = listener ? listener->inode : 0;
   if (!server) return {Unknown(server.error()), number};
   if (IsHeld(*server)) return {named_owner_of(*server), number};

@@ -29,6 +29,7 @@ class UidIdentity final : public PeerIdentity {
   ServerIdentity server_of(const Socket& connected) override;
 
  private:
+  [[nodiscard]] Result<SocketEntry> find(const SocketPair& pair) const;
   [[nodiscard]] PeerOwner owner_of(const SocketEntry& entry) const;
   [[nodiscard]] PeerOwner named_owner_of(const SocketEntry& entry) const;
 

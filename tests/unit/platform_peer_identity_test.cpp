@@ -4,8 +4,10 @@
 
 #include <ostream>
 #include <utility>
+#include <vector>
 
 #include "platform/socket_list.h"
+#include "platform/uid_identity.h"
 
 namespace mrb::platform {
 
@@ -72,6 +74,30 @@ TEST_F(PeerIdentityTest, AConnectionNeedsItsListenerUntilItIsAccepted) {
   EXPECT_EQ(identity_.server_of(waiting).owner.kind, Kind::kUnknown);
   EXPECT_EQ(identity_.server_of(Socket()).owner.kind, Kind::kUnknown);
   EXPECT_EQ(identity_.client_of(Socket()).kind, Kind::kUnknown);
+}
+
+TEST(UidIdentityTest, BelievesRootsNumberOnlyTwice) {
+  const auto client = [](std::vector<SocketEntry> shown) {
+    std::size_t next = 0;
+    UidIdentity identity({.other_end = [](const Socket&) { return SocketPair{}; },
+                          .find = [&](const SocketPair&) -> Result<SocketEntry> {
+                            if (next < shown.size()) return shown[next++];
+                            return Fail(ErrorKind::kNotFound, "");
+                          },
+                          .user_name = {},
+                          .own_uid = 1000});
+    return identity.client_of(Socket()).kind;
+  };
+  const SocketEntry root{.pair = {}, .state = kFinWait2, .uid = 0, .inode = 7};
+  const SocketEntry closed{.pair = {}, .state = kFinWait2, .uid = 0, .inode = 0};
+  const SocketEntry next{.pair = {}, .state = kEstablished, .uid = 0, .inode = 8};
+  const SocketEntry own{.pair = {}, .state = kEstablished, .uid = 1000, .inode = 7};
+  EXPECT_EQ(client({root, root}), Kind::kAdministrator);
+  EXPECT_EQ(client({root, closed}), Kind::kUnknown);
+  EXPECT_EQ(client({root, next}), Kind::kUnknown);
+  EXPECT_EQ(client({root}), Kind::kUnknown);
+  EXPECT_EQ(client({closed, closed}), Kind::kUnknown);
+  EXPECT_EQ(client({own}), Kind::kOwnUser);
 }
 
 TEST(SocketListTest, FindsASocketByBothEnds) {

@@ -388,23 +388,26 @@ class ConnectionThreadsTest : public testing::Test {
     listener_ = std::move(*listener);
     threads_ = std::make_unique<ConnectionThreads>(
         listener_, limits,
-        ConnectionThreads::Hooks{
-            [this](const platform::Socket&, std::uint32_t, bool) { return outside_.load(); },
-            [this](platform::Socket& socket, bool, ConnectionBuffers&) {
-              const int now = ++open_;
-              for (int peak = peak_; now > peak && !peak_.compare_exchange_weak(peak, now);) {
-              }
-              served_.add();
-              char byte = 0;
-              while (socket.receive(&byte, 1).value_or(0) > 0) (void)socket.send_all({&byte, 1});
-              --open_;
-              return false;
-            },
-            [this, can_start](std::function<void()> body) {
-              ++started_;
-              return can_start && StartDetachedThread(std::move(body));
-            },
-            [this](bool last) { last_missing_ = last; }});
+        ConnectionThreads::Hooks{[this](const platform::Socket&, std::uint32_t, bool crowded) {
+                                   return outside_ || (crowded && strangers_);
+                                 },
+                                 [this](platform::Socket& socket, bool, ConnectionBuffers&) {
+                                   const int now = ++open_;
+                                   for (int peak = peak_;
+                                        now > peak && !peak_.compare_exchange_weak(peak, now);) {
+                                   }
+                                   served_.add();
+                                   char byte = 0;
+                                   while (socket.receive(&byte, 1).value_or(0) > 0)
+                                     (void)socket.send_all({&byte, 1});
+                                   --open_;
+                                   return false;
+                                 },
+                                 [this, can_start](std::function<void()> body) {
+                                   ++started_;
+                                   return can_start && StartDetachedThread(std::move(body));
+                                 },
+                                 [this](bool last) { last_missing_ = last; }});
     runner_ = std::thread([this] { threads_->run(); });
   }
   ~ConnectionThreadsTest() override {
@@ -419,6 +422,7 @@ class ConnectionThreadsTest : public testing::Test {
   std::atomic<int> open_ = 0, peak_ = 0, started_ = 0;
   std::atomic<bool> last_missing_ = false;
   std::atomic<bool> outside_ = false;
+  std::atomic<bool> strangers_ = false;  // whom a look in a crowd counts as outside
 };
 
 TEST_F(ConnectionThreadsTest, LeavesTheRestWaitingAtTheBound) {
@@ -450,6 +454,18 @@ TEST_F(ConnectionThreadsTest, KeepsPlacesFromThoseOutside) {
   while (open_ > 0) std::this_thread::yield();  // their places are free
   outside_ = true;
   EXPECT_EQ(Client(listener_.port()).send("z").receive(1), "z");
+}
+
+TEST_F(ConnectionThreadsTest, LooksAtWhoComesOncePlacesAreScarce) {
+  strangers_ = true;
+  start({.connections = 8, .outside = 2, .idle = 2});
+  std::vector<Client> dripping;
+  dripping.reserve(10);
+  for (int i = 0; i < 10; ++i) dripping.emplace_back(listener_.port()).send("x");
+  EXPECT_TRUE(served_.reached(6));  // half of the places, and two of those outside
+  for (std::size_t i = 6; i < 10; ++i) EXPECT_EQ(dripping[i].receive(1), "") << i;
+  strangers_ = false;
+  EXPECT_EQ(Client(listener_.port()).send("y").receive(1), "y");
 }
 
 TEST_F(ConnectionThreadsTest, ServesOnWithTheOneThreadItHas) {
