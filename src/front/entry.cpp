@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -144,6 +146,17 @@ int RunMcp(const Settings& settings) {
   return ClaimHomesOrSay(homes) ? McpHere(homes) : 1;
 }
 
+/// What the client answers itself, without a resident; nothing for a word that is none of these.
+std::optional<std::string> OwnAnswer(const Settings& settings) {
+  const auto has = [&](const auto& words) {
+    return settings.arguments.size() == 2 &&
+           std::ranges::find(words, settings.arguments[1]) != words.end();
+  };
+  if (has(kUsageWords)) return std::string(kUsage);
+  if (has(kVersionWords)) return "Mirebolt " + std::string(kVersion) + "\n";
+  return std::nullopt;
+}
+
 int RunRole(const Settings& settings, const std::string& line) {
   StdinLines lines;
   switch (const Role role = RoleOf(line)) {
@@ -177,6 +190,10 @@ int Run(std::vector<std::string> arguments) {
   }
   if (!settings->data_home_override.empty()) {
     settings->data_home_override = ResolveHomes(settings->data_home_override).data_home;
+  }
+  if (const auto answer = OwnAnswer(*settings)) {
+    WriteStdout(*answer);
+    return 0;
   }
   const std::string first = settings->arguments.size() > 1 ? settings->arguments[1] : "";
   if (first == "mterm") return RunMterm(*settings);

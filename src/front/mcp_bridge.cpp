@@ -42,8 +42,7 @@ class Relay {
   Relay(std::int32_t port, const std::string& data_home_override)
       : port_(port),
         data_home_override_(data_home_override),
-        headers_("Content-Type: application/json\r\nMcp-Session-Id: " + mcp::Sessions::new_id() +
-                 "\r\n" + FolderHeader()) {}
+        headers_(FolderHeader() + "Mcp-Session-Id: " + mcp::Sessions::new_id() + "\r\n") {}
 
   std::string answer(std::string_view message) {
     auto answer = ask(message);
@@ -77,9 +76,10 @@ class Relay {
     if (!is_resident(connection->server)) {
       return Fail(ErrorKind::kUnavailable, "the port is held by somebody else");
     }
-    return server::Exchange(
-        connection->socket,
-        {.method_and_target = "POST /mcp", .headers = headers_, .body = message});
+    return server::Exchange(connection->socket, {.method_and_target = "POST /mcp",
+                                                 .type = "application/json",
+                                                 .headers = headers_,
+                                                 .body = message});
   }
 
   /// Whether a listener is the resident and the user's own: one that was not seen before is asked.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <string_view>
 
 namespace mrb::front {
@@ -18,5 +19,9 @@ inline constexpr std::string_view kUsage =
     "  mb fssys:help           the full command manual\n"
     "\n"
     "Claude Code drives all of this automatically over MCP (mb mcp).\n";
+
+/// The words that ask for it and for the version, each alone on the command line.
+inline constexpr std::array<std::string_view, 2> kUsageWords{"--help", "-h"};
+inline constexpr std::array<std::string_view, 2> kVersionWords{"--version", "-V"};
 
 }  // namespace mrb::front

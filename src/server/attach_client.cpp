@@ -85,7 +85,7 @@ class Client {
  private:
   [[nodiscard]] Result<std::string> ask(const std::string& method_and_target,
                                         std::string_view body = {}) const {
-    return AskResident(options_.port, {method_and_target, options_.headers, body});
+    return AskResident(options_.port, {method_and_target, {}, options_.headers, body});
   }
 
   static int complain(const std::string& text) {

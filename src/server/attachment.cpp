@@ -24,7 +24,7 @@ constexpr milliseconds kInputWait{100};
 
 Result<std::string> Attachment::ask(const std::string& method_and_target,
                                     std::string_view body) const {
-  return AskResident(options_.port, {method_and_target, options_.headers, body});
+  return AskResident(options_.port, {method_and_target, {}, options_.headers, body});
 }
 
 std::string Attachment::target(std::string_view route, std::string_view more) const {

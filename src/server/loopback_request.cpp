@@ -46,9 +46,10 @@ bool IsOwnListener(const platform::ServerIdentity& server) {
 Result<LoopbackAnswer> Exchange(platform::Socket& socket, const LoopbackRequest& request) {
   std::string bytes(request.method_and_target);
   bytes += " HTTP/1.1\r\nHost: 127.0.0.1\r\n";
+  if (!request.type.empty()) bytes.append("Content-Type: ").append(request.type).append("\r\n");
+  bytes += "Content-Length: " + std::to_string(request.body.size()) + "\r\n";
   bytes += request.headers;
-  bytes +=
-      "Content-Length: " + std::to_string(request.body.size()) + "\r\nConnection: close\r\n\r\n";
+  bytes += "Connection: close\r\n\r\n";
   bytes += request.body;
   if (Status sent = socket.send_all(bytes); !sent) return std::unexpected(std::move(sent.error()));
   socket.shutdown_send();

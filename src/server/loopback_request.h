@@ -28,7 +28,8 @@ struct ResidentConnection {
 /// One request, as the resident's clients make them.
 struct LoopbackRequest {
   std::string_view method_and_target;  ///< "GET /health", the query encoded
-  std::string_view headers;            ///< whole lines with their line ends; may be empty
+  std::string_view type;               ///< of the body; may be empty
+  std::string_view headers;            ///< further ones: whole lines with their ends; may be empty
   std::string_view body;
 };
 

@@ -5,7 +5,7 @@ import subprocess
 
 import pytest
 
-from conftest import http
+from conftest import http, listens
 
 
 @pytest.mark.smoke
@@ -128,3 +128,12 @@ def test_resident_log_holds_no_command_text(mb):
     log = mb.home / "logs" / f"resident-{mb.port}.log"
     assert f"orchestration server listening on http://127.0.0.1:{mb.port}/\n" in log.read_text()
     assert "a-secret-text" not in log.read_text()
+
+
+@pytest.mark.smoke
+@pytest.mark.parametrize("word,begins", [
+    ("--help", "Mirebolt (mb) — persistent memory"), ("-h", "Mirebolt (mb) — persistent memory"),
+    ("--version", "Mirebolt 2.0.0"), ("-V", "Mirebolt 2.0.0")])
+def test_the_front_door_needs_no_resident(mb, word, begins):
+    assert mb.out(word).startswith(begins)
+    assert not listens(mb.port) and not mb.home.exists()

@@ -152,8 +152,11 @@ def test_only_messages_are_passed_on(mb, head, body, told):
 
     messages = ('{"jsonrpc":"2.0","method":"notifications/initialized"}\n'
                 '{"jsonrpc":"2.0","id":7,"method":"ping"}\n')
-    with Listener(mb.port, reply):
+    with Listener(mb.port, reply) as peer:
         lines = mb.run("mcp", stdin=messages).stdout.splitlines()
+    message = next(request for request in peer.requests if request.startswith(b"POST /mcp"))
+    names = [line.split(b":")[0] for line in message.partition(b"\r\n\r\n")[0].split(b"\r\n")[1:]]
+    assert names == [b"Host", b"Content-Type", b"Content-Length", b"X-Mrb-Cwd", b"Mcp-Session-Id", b"Connection"]
     if told is None:
         assert lines == []
     elif isinstance(told, dict):  # a server that answers a notification is its client's business
