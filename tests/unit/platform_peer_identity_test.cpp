@@ -114,7 +114,7 @@ TEST(SocketListTest, FindsASocketByBothEnds) {
   constexpr SocketEnd kServer{0x0100007F, 9999};
   const auto inode = [&](const SocketPair& pair) {
     const auto found = FindInSocketList(kList, pair);
-    return found ? found->uid * 100 + found->inode : 0;
+    return found ? std::uint64_t{100} * found->uid + found->inode : 0;
   };
   EXPECT_EQ(inode({kServer, {}}), 100011U);
   EXPECT_EQ(inode({{0x0100007F, 40000}, kServer}), 100112U);

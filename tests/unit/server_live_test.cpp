@@ -273,9 +273,10 @@ TEST_F(LiveServerTest, ChangesNothingForAPageThatABrowserLoads) {
     const std::string_view word = (route.methods & kPost) != 0 ? "POST" : "GET";
     if (FindRoute({.method = word, .path = route.path, .query = {}}) != &route) continue;
     const bool reads = route.effect == Effect::kReads || route.access == Access::kAny;
-    const std::string method = std::string(word) + " ";
-    const std::string status = client().send(method + std::string(route.path) + load).status();
-    EXPECT_EQ(status == "HTTP/1.1 403 Forbidden", !reads) << method << route.path;
+    std::string request(word);
+    request.append(" ").append(route.path).append(load);
+    const std::string status = client().send(request).status();
+    EXPECT_EQ(status == "HTTP/1.1 403 Forbidden", !reads) << request;
   }
   EXPECT_EQ(bridge_.executed, 0);
   EXPECT_EQ(exec("x", own + "Sec-Fetch-Mode: cors\r\n"), R"({"ok":true,"bot":"cli","out":"1"})");
