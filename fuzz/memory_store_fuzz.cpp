@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "check.h"
+#include "memory/context_index.h"
 #include "memory/index_builder.h"
 #include "memory/store_format.h"
 #include "memory/store_loader.h"
@@ -79,11 +80,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   CheckRecords(store);
   LoadedStore again = Load(std::string(kMagic).append(store.heap.bytes()));
   FUZZ_CHECK(again.heap.bytes() == store.heap.bytes() && again.dropped == 0);
-  const auto one = IndexBuilder::build(store.heap, std::move(store.rows), 1);
-  CheckIndex(*one);
-  CheckSame(*one, *IndexBuilder::build(again.heap, std::move(again.rows), 2));
+  const ContextIndex one(store.heap, IndexBuilder::build(store.heap, std::move(store.rows), 1));
+  CheckIndex(one);
+  CheckSame(one,
+            ContextIndex(again.heap, IndexBuilder::build(again.heap, std::move(again.rows), 2)));
   ContextIndex added(again.heap);
-  for (const MemoRow& row : one->memos().span()) FUZZ_CHECK(added.add(row.offset));
-  CheckSame(*one, added);
+  for (const MemoRow& row : one.memos().span()) FUZZ_CHECK(added.add(row.offset));
+  CheckSame(one, added);
   return 0;
 }

@@ -7,7 +7,7 @@
 #include "common/answer.h"
 #include "common/text.h"
 #include "front/command_text.h"
-#include "front/file_verbs.h"
+#include "front/engine.h"
 #include "front/fssys.h"
 #include "front/plain_language.h"
 #include "memory/memory_service.h"
@@ -142,6 +142,15 @@ std::string Route(const Engine& engine, const CommandText& command) {
 
 void Dispatch(const Engine& engine, std::string& answer, std::string_view line) {
   answer = Route(engine, SplitCommand(line));
+}
+
+std::string RunPlainLanguage(const Engine& engine, std::string_view text) {
+  const TraceSpan span(engine, "Mirebolt.nl(total)");
+  PlainCommand said = ReadPlainLanguage(text);
+  if (!said.refusal.empty()) return std::move(said.refusal);
+  std::string answer;
+  Dispatch(engine, answer, said.command);
+  return answer;
 }
 
 bool HasRoute(std::string_view line) {

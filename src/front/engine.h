@@ -7,13 +7,10 @@
 #include <string_view>
 
 #include "front/register_book.h"
+#include "vfs/vfs_service.h"
 
 namespace mrb::memory {
 class MemoryService;
-}
-
-namespace mrb::vfs {
-class VfsService;
 }
 
 namespace mrb::front {
@@ -66,6 +63,13 @@ class TraceSpan {
   const Engine& engine_;
   std::string name_;
 };
+
+/// Who calls, and from where, as versioned files want to know it.
+[[nodiscard]] vfs::VfsCall CallOf(const Engine& engine);
+
+/// Runs a verb of one of the namespaces of versioned files for the caller of the present thread.
+[[nodiscard]] std::string RunFiles(const Engine& engine, std::string_view name_space,
+                                   std::string_view verb, std::string_view arguments);
 
 /// The answer of a verb whose subsystem this executable does not hold.
 [[nodiscard]] std::string NotInThisBuild(std::string_view verb);

@@ -9,10 +9,11 @@
 
 #include "common/version.h"
 #include "front/command_line.h"
+#include "front/console_io.h"
 #include "front/hand_off.h"
 #include "front/homes.h"
 #include "front/interpreter.h"
-#include "front/line_driver.h"
+#include "front/local_run.h"
 #include "front/mcp_bridge.h"
 #include "front/mcp_here.h"
 #include "front/resident.h"
@@ -50,8 +51,14 @@ int Unavailable(std::string_view verb) {
   return 1;
 }
 
+ResidentStart StartOf(const Settings& settings) {
+  return {.data_home_override = settings.data_home_override, .claim_homes = [&settings] {
+            return ClaimHomes(ResolveHomes(settings.data_home_override)).has_value();
+          }};
+}
+
 bool BringUp(const Settings& settings) {
-  if (EnsureResident(settings.port, settings.data_home_override)) return true;
+  if (EnsureResident(settings.port, StartOf(settings))) return true;
   if (!ClaimHomesOrSay(ResolveHomes(settings.data_home_override))) return false;
   WriteStderr("Mirebolt: couldn't bring up the engine on port " + std::to_string(settings.port) +
               "\n");
@@ -92,7 +99,7 @@ int RunMterm(const Settings& settings) {
 
 bool TakeOver(const Settings& settings, std::string_view line, StdinLines& lines) {
   return ClaimHomes(ResolveHomes(settings.data_home_override)) && ShutdownResident(settings.port) &&
-         EnsureResident(settings.port, settings.data_home_override) &&
+         EnsureResident(settings.port, StartOf(settings)) &&
          ExecViaResident(settings.port, line, lines);
 }
 
@@ -102,7 +109,7 @@ bool HandOff(const Settings& settings, std::string_view line, StdinLines& lines)
   const Probe probe = ProbeResident(settings.port);
   if (probe.result == ProbeResult::Current) return ExecViaResident(settings.port, line, lines);
   if (probe.result == ProbeResult::NoListener) {
-    return EnsureResident(settings.port, settings.data_home_override) &&
+    return EnsureResident(settings.port, StartOf(settings)) &&
            ExecViaResident(settings.port, line, lines);
   }
   const bool stale = probe.result == ProbeResult::OtherVersion && !probe.version.empty() &&
@@ -139,8 +146,8 @@ int RunHere(const Settings& settings, std::string_view line, StdinLines& lines) 
 }
 
 int RunMcp(const Settings& settings) {
-  if (EnsureResident(settings.port, settings.data_home_override)) {
-    return McpBridge(settings.port, settings.data_home_override);
+  if (EnsureResident(settings.port, StartOf(settings))) {
+    return McpBridge(settings.port, StartOf(settings));
   }
   const Homes homes = ResolveHomes(settings.data_home_override);
   return ClaimHomesOrSay(homes) ? McpHere(homes) : 1;

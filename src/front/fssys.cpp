@@ -6,7 +6,6 @@
 #include "common/answer.h"
 #include "common/text.h"
 #include "front/capability_registry.h"
-#include "front/file_verbs.h"
 
 namespace mrb::front {
 namespace {

@@ -10,7 +10,6 @@
 #include "common/text.h"
 #include "common/version.h"
 #include "front/answer_reader.h"
-#include "front/homes.h"
 #include "platform/console.h"
 #include "platform/paths.h"
 #include "platform/process.h"
@@ -93,28 +92,6 @@ bool ReadSlowAnswer(Socket& socket, AnswerReader& reader) {
   }
 }
 
-/// Prints an answer, in pieces or whole, with a line feed behind it unless it is empty or has one.
-/// A console takes whole characters only, and pieces may end within one: so it prints whole lines.
-class AnswerPrinter {
- public:
-  void print(std::string_view piece) {
-    const std::size_t lines = piece.rfind('\n') + 1;  // 0 without one
-    if (lines > 0 && !rest_.empty()) {
-      platform::WriteStdout(rest_.append(piece.substr(0, lines)));
-      rest_.clear();
-    } else if (lines > 0) {
-      platform::WriteStdout(piece.substr(0, lines));
-    }
-    rest_ += piece.substr(lines);
-  }
-  void finish() {
-    if (!rest_.empty()) platform::WriteStdout(rest_ += '\n');
-  }
-
- private:
-  std::string rest_;  // behind the last line feed
-};
-
 bool PrintExec(std::int32_t port, std::string_view line) {
   AnswerPrinter printer;
   if (!PostConsoleExec(port, line, [&](std::string_view piece) { printer.print(piece); })) {
@@ -132,13 +109,13 @@ bool WaitFor(std::int32_t port, ProbeResult wanted, int probes) {
   return false;
 }
 
-bool SpawnResident(std::int32_t port, const std::string& data_home_override) {
+bool SpawnResident(std::int32_t port, const ResidentStart& start) {
   const std::string path = platform::ExecutablePath();
   // It would end for the same reason, and nobody would hear why: the caller says it.
-  if (path.empty() || !ClaimHomes(ResolveHomes(data_home_override))) return false;
+  if (path.empty() || !start.claim_homes()) return false;
   std::vector<std::string> arguments{path, "boot", "--port", std::to_string(port)};
-  if (!data_home_override.empty()) {
-    arguments.insert(arguments.end(), {"--conf", data_home_override});
+  if (!start.data_home_override.empty()) {
+    arguments.insert(arguments.end(), {"--conf", start.data_home_override});
   }
   return platform::SpawnDetached(arguments, platform::ParentPath(path)).has_value();
 }
@@ -162,7 +139,7 @@ Probe ProbeResident(std::int32_t port) {
   return probe;
 }
 
-bool EnsureResident(std::int32_t port, const std::string& data_home_override) {
+bool EnsureResident(std::int32_t port, const ResidentStart& start) {
   switch (ProbeResident(port).result) {
     case ProbeResult::Current:
       return true;
@@ -171,8 +148,7 @@ bool EnsureResident(std::int32_t port, const std::string& data_home_override) {
     default:
       return false;
   }
-  return SpawnResident(port, data_home_override) &&
-         WaitFor(port, ProbeResult::Current, kStartProbes);
+  return SpawnResident(port, start) && WaitFor(port, ProbeResult::Current, kStartProbes);
 }
 
 bool ShutdownResident(std::int32_t port) {
@@ -213,15 +189,6 @@ std::string FolderHeader() {
   return "X-Mrb-Cwd: " + folder + "\r\n";
 }
 
-std::optional<std::string> StdinLines::next() {
-  if (put_back_) return std::exchange(put_back_, std::nullopt);
-  while (auto line = platform::ReadStdinLine()) {
-    const std::string_view text = TrimLineEnd(*line);
-    if (!text.empty()) return std::string(text);
-  }
-  return std::nullopt;
-}
-
 bool ExecViaResident(std::int32_t port, std::string_view command_line, StdinLines& lines) {
   if (!command_line.empty()) return PrintExec(port, command_line);
   bool delivered_any = false;
@@ -237,12 +204,6 @@ bool ExecViaResident(std::int32_t port, std::string_view command_line, StdinLine
     delivered_any = true;
   }
   return true;
-}
-
-void PrintAnswer(std::string_view answer) {
-  AnswerPrinter printer;
-  printer.print(answer);
-  printer.finish();
 }
 
 }  // namespace mrb::front

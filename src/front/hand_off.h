@@ -2,10 +2,10 @@
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string>
 #include <string_view>
 
+#include "front/console_io.h"
 #include "front/health_text.h"
 
 namespace mrb::front {
@@ -26,10 +26,15 @@ struct Probe {
 /// nothing but that somebody asks.
 [[nodiscard]] Probe ProbeResident(std::int32_t port);
 
-/// True when a Current resident answers on the port. Where nothing listens one is started (with
-/// `data_home_override`, unless that is empty) and waited for, some 8 s at most; none is started
-/// where ClaimHomes() fails.
-[[nodiscard]] bool EnsureResident(std::int32_t port, const std::string& data_home_override);
+/// How a resident is started where there is none.
+struct ResidentStart {
+  std::string data_home_override;     ///< handed to it, unless it is empty
+  std::function<bool()> claim_homes;  ///< false: it would refuse its homes, so none is started
+};
+
+/// True when a Current resident answers on the port. Where nothing listens one is started and
+/// waited for, some 8 s at most.
+[[nodiscard]] bool EnsureResident(std::int32_t port, const ResidentStart& start);
 
 /// Asks the resident to end; true once the port has gone quiet (some 6 s at most).
 [[nodiscard]] bool ShutdownResident(std::int32_t port);
@@ -45,24 +50,10 @@ struct Probe {
 /// directory.
 [[nodiscard]] std::string FolderHeader();
 
-/// Lines of standard input, one of which can be put back for whoever reads on.
-class StdinLines {
- public:
-  /// The next line that is not empty, without its line end; nothing at the end of input.
-  [[nodiscard]] std::optional<std::string> next();
-  void put_back(std::string line) { put_back_ = std::move(line); }
-
- private:
-  std::optional<std::string> put_back_;
-};
-
 /// Delivers a command line, or every line of standard input when it is empty, and prints the
 /// answers. False when nothing was delivered; a line of standard input that was not is put back
 /// into `lines`.
 [[nodiscard]] bool ExecViaResident(std::int32_t port, std::string_view command_line,
                                    StdinLines& lines);
-
-/// Prints an answer on standard output, with a line feed behind it unless it is empty or has one.
-void PrintAnswer(std::string_view answer);
 
 }  // namespace mrb::front

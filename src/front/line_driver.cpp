@@ -4,10 +4,9 @@
 #include "common/text.h"
 #include "front/command_text.h"
 #include "front/dispatcher.h"
-#include "front/file_verbs.h"
+#include "front/engine.h"
 #include "front/plain_language.h"
 #include "front/shell_runner.h"
-#include "platform/console.h"
 #include "query/query_text.h"
 #include "server/interpreter_bridge.h"
 
@@ -49,24 +48,6 @@ LineOutcome RunLine(const Engine& engine, std::string_view line) {
     Dispatch(engine, outcome.answer, command.line);
   }
   return outcome;
-}
-
-int RunLineHere(const Engine& engine, std::string_view line) {
-  const LineOutcome outcome = RunLine(engine, line);
-  PrintAnswer(outcome.answer);
-  if (!outcome.understood) {
-    platform::WriteStderr("fs parse error: unknown word '" + std::string(SplitCommand(line).head) +
-                          "' — line not understood; plain English works (try: Mirebolt help)\n");
-  }
-  return !outcome.understood || IsErrorAnswer(outcome.answer) ? 1 : 0;
-}
-
-int RunStdinHere(const Engine& engine, StdinLines& lines) {
-  int status = 0;
-  while (const auto line = lines.next()) {
-    if (RunLineHere(engine, *line) != 0) status = 1;
-  }
-  return status;
 }
 
 }  // namespace mrb::front

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "common/json_scan.h"
-#include "front/hand_off.h"
 #include "front/mcp_lines.h"
 #include "mcp/messages.h"
 #include "mcp/sessions.h"
@@ -39,9 +38,9 @@ std::string RefusalText(std::string_view body) {
 
 class Relay {
  public:
-  Relay(std::int32_t port, const std::string& data_home_override)
+  Relay(std::int32_t port, const ResidentStart& start)
       : port_(port),
-        data_home_override_(data_home_override),
+        start_(start),
         headers_(FolderHeader() + "Mcp-Session-Id: " + mcp::Sessions::new_id() + "\r\n") {}
 
   std::string answer(std::string_view message) {
@@ -96,11 +95,11 @@ class Relay {
   /// One at a time: those who come second find the resident up.
   bool bring_up() {
     const std::scoped_lock lock(mutex_);
-    return EnsureResident(port_, data_home_override_);
+    return EnsureResident(port_, start_);
   }
 
   const std::int32_t port_;
-  const std::string data_home_override_;
+  const ResidentStart& start_;
   const std::string headers_;
   std::mutex mutex_;
   std::uint64_t resident_ = 0;  // guarded by mutex_; the listener that was seen to be the resident
@@ -108,9 +107,9 @@ class Relay {
 
 }  // namespace
 
-int McpBridge(std::int32_t port, const std::string& data_home_override) {
+int McpBridge(std::int32_t port, const ResidentStart& start) {
   if (!platform::StartSockets()) return 1;
-  Relay relay(port, data_home_override);
+  Relay relay(port, start);
   McpLines([&relay](const std::string& message) { return relay.answer(message); }).serve();
   return 0;
 }

@@ -4,9 +4,9 @@
 #include <memory>
 #include <utility>
 
+#include "common/detached_thread.h"
 #include "front/hand_off.h"
 #include "platform/console.h"
-#include "server/connection_threads.h"
 
 namespace mrb::front {
 namespace {
@@ -30,7 +30,7 @@ void McpLines::begin(std::string message) {
   lock.unlock();
   // Shared, so that it is still here when no thread can be had.
   const auto kept = std::make_shared<const std::string>(std::move(message));
-  if (!server::StartDetachedThread([this, kept] { work(*kept); })) work(*kept);
+  if (!StartDetachedThread([this, kept] { work(*kept); })) work(*kept);
   lock.lock();
   changed_.wait_for(lock, kMoment, [&] { return done_ > done_before; });
 }

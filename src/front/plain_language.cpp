@@ -3,7 +3,7 @@
 #include "common/answer.h"
 #include "common/text.h"
 #include "front/command_text.h"
-#include "front/dispatcher.h"
+#include "front/engine.h"
 
 namespace mrb::front {
 namespace {
@@ -74,20 +74,18 @@ bool IsPlainLanguage(std::string_view text) {
   return FindCapability(SplitCommand(text).head) != nullptr;
 }
 
-std::string RunPlainLanguage(const Engine& engine, std::string_view text) {
-  const TraceSpan span(engine, "Mirebolt.nl(total)");
+PlainCommand ReadPlainLanguage(std::string_view text) {
   const CommandText said = SplitCommand(text);
   const Capability* row = FindCapability(said.head);
   if (row == nullptr) {
-    return ErrorAnswer("'" + std::string(said.head) +
-                       "' is not something I know — Mirebolt help lists what you can say");
+    return {.refusal =
+                ErrorAnswer("'" + std::string(said.head) +
+                            "' is not something I know — Mirebolt help lists what you can say")};
   }
-  if (!row->available) return NotInThisBuild(row->name);
-  const std::string command = RewritePhrase(*row, WithoutSecondWord(said.head, said.arguments));
-  if (command.empty()) return ErrorAnswer("usage  " + std::string(row->usage));
-  std::string answer;
-  Dispatch(engine, answer, command);
-  return answer;
+  if (!row->available) return {.refusal = NotInThisBuild(row->name)};
+  PlainCommand out{.command = RewritePhrase(*row, WithoutSecondWord(said.head, said.arguments))};
+  if (out.command.empty()) out.refusal = ErrorAnswer("usage  " + std::string(row->usage));
+  return out;
 }
 
 }  // namespace mrb::front

@@ -4,13 +4,18 @@
 #include <string_view>
 
 #include "front/capability_registry.h"
-#include "front/engine.h"
 
 namespace mrb::front {
 
-/// Runs free text whose first word is a verb of the capability registry; other text is answered
+/// What free text stands for: a namespaced command, or the answer that refuses it.
+struct PlainCommand {
+  std::string command = {};
+  std::string refusal = {};  ///< empty: run the command
+};
+
+/// Reads free text whose first word is a verb of the capability registry; other text is refused
 /// with what can be said.
-[[nodiscard]] std::string RunPlainLanguage(const Engine& engine, std::string_view text);
+[[nodiscard]] PlainCommand ReadPlainLanguage(std::string_view text);
 
 /// Whether the text's first word is a verb or alias of the registry, any letter case.
 [[nodiscard]] bool IsPlainLanguage(std::string_view text);

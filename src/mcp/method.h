@@ -4,9 +4,10 @@
 #include <string_view>
 
 #include "common/json_scan.h"
+#include "mcp/mcp_options.h"
 #include "mcp/messages.h"
-#include "mcp/service.h"
 #include "mcp/sessions.h"
+#include "server/json_rpc_entry.h"
 
 namespace mrb::mcp {
 

@@ -1,31 +1,11 @@
 #pragma once
 
-#include <chrono>
-#include <cstddef>
 #include <memory>
 
-#include "mcp/sized_answer.h"
+#include "mcp/mcp_options.h"
 #include "server/json_rpc_entry.h"
 
-namespace mrb::chat {
-class Hub;
-}
-
-namespace mrb::server {
-class InterpreterBridge;
-class Terminals;
-}  // namespace mrb::server
-
 namespace mrb::mcp {
-
-/// What the tools run on; all of it outlives the service.
-struct McpOptions {
-  server::InterpreterBridge* bridge = nullptr;  ///< must be set
-  server::Terminals* terminals = nullptr;       ///< null: the terminal tools say so
-  chat::Hub* hub = nullptr;                     ///< null: the chat tools say so
-  std::size_t max_answer = kUsualMaxAnswer;     ///< bytes of a tool's answer text
-  std::chrono::milliseconds chat_wait{25'000};  ///< of chat.read, while nothing is said
-};
 
 /// The Model Context Protocol over JSON-RPC 2.0: revisions 2024-11-05, 2025-03-26 and 2025-06-18.
 /// Thread-safe; calls run on their callers' threads, several at once.

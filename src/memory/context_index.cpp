@@ -2,51 +2,37 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 
 #include "memory/index_builder.h"
 
 namespace mrb::memory {
 
-void MemoTotals::count(std::uint64_t written, bool vector) {
-  vectors += vector ? 1 : 0;
-  if (written == 0) {
-    ++untimed;
-    return;
-  }
-  oldest = oldest == 0 ? written : std::min(oldest, written);
-  newest = std::max(newest, written);
+ContextIndex::ContextIndex(const RecordHeap& heap, IndexTables tables)
+    : heap_(&heap), tables_(std::move(tables)) {
+  topic_counts_.resize(tables_.keywords.size());
+  recency_.assign(TopicsByLastUse(tables_));
 }
-
-void MemoTotals::merge(const MemoTotals& other) {
-  untimed += other.untimed;
-  vectors += other.vectors;
-  if (other.oldest != 0) {
-    oldest = oldest == 0 ? other.oldest : std::min(oldest, other.oldest);
-  }
-  newest = std::max(newest, other.newest);
-}
-
-ContextIndex::ContextIndex(const RecordHeap& heap) : heap_(&heap), topics_(heap), keywords_(heap) {}
 
 bool ContextIndex::add(std::uint64_t offset) {
   const auto record = ReadRecord(heap_->bytes(), offset);
-  if (!record || memos_.size() >= kMaxMemos) {
+  if (!record || tables_.memos.size() >= kMaxMemos) {
     return false;
   }
-  const std::uint32_t row = memos_.size();
-  const std::uint32_t topic = topics_.intern(record->topic);
-  const auto ordinal = static_cast<std::uint32_t>(topics_.rows(topic).size());
-  topics_.push(topic, row);
+  const std::uint32_t row = tables_.memos.size();
+  const std::uint32_t topic = tables_.topics.intern(record->topic);
+  const auto ordinal = static_cast<std::uint32_t>(tables_.topics.rows(topic).size());
+  tables_.topics.push(topic, row);
   if (ordinal == 0) {
     recency_.add();
   } else {
     recency_.touch(topic);
   }
   const std::vector<std::uint32_t> posted = post(row, *record);
-  memos_.rows().push_back({offset, record->written, record->props, topic, ordinal,
-                           static_cast<std::uint32_t>(posted.size())});
-  totals_.count(record->written, record->has_vector());
-  topic_counts_.resize(keywords_.size());
+  tables_.memos.rows().push_back({offset, record->written, record->props, topic, ordinal,
+                                  static_cast<std::uint32_t>(posted.size())});
+  tables_.totals.count(record->written, record->has_vector());
+  topic_counts_.resize(tables_.keywords.size());
   if (webs_) {
     webs_->add(row, *record);
   }
@@ -54,9 +40,9 @@ bool ContextIndex::add(std::uint64_t offset) {
     vectors_->add(row, VectorOf(record->vector_bytes));
   }
   for (const std::uint32_t keyword : posted) {
-    const std::size_t memos = keywords_.rows(keyword).size();
+    const std::size_t memos = tables_.keywords.rows(keyword).size();
     if (memos >= kFirstPick && std::has_single_bit(memos)) {
-      links_.set_picks(keywords_, keyword, find_picks(keyword));
+      tables_.links.set_picks(tables_.keywords, keyword, find_picks(keyword));
     }
   }
   return true;
@@ -66,14 +52,14 @@ std::vector<std::uint32_t> ContextIndex::post(std::uint32_t row, const RecordVie
   std::vector<std::uint32_t> posted;
   std::string_view keyword;
   for (KeywordCursor cursor = record.keywords(); cursor.next(keyword);) {
-    const std::uint32_t known = keywords_.size();
-    const std::uint32_t id = keywords_.intern(keyword);
+    const std::uint32_t known = tables_.keywords.size();
+    const std::uint32_t id = tables_.keywords.intern(keyword);
     if (id == known) {
-      links_.add_keyword(keywords_, id);
+      tables_.links.add_keyword(tables_.keywords, id);
     }
-    const auto rows = keywords_.rows(id);
+    const auto rows = tables_.keywords.rows(id);
     if (rows.empty() || rows.back() != row) {  // a record may name a keyword twice
-      keywords_.push(id, row);
+      tables_.keywords.push(id, row);
       posted.push_back(id);
     }
   }
@@ -87,25 +73,26 @@ ThematicPicks ContextIndex::find_picks(std::uint32_t keyword) {
     std::string_view name;
     for (KeywordCursor cursor = record(row).keywords();
          ids.size() < kMaxSampleWords && cursor.next(name);) {
-      const std::uint32_t id = keywords_.find(name);
+      const std::uint32_t id = tables_.keywords.find(name);
       if (std::ranges::find(ids, id) == ids.end()) {
         ids.push_back(id);
       }
     }
     return std::span<const std::uint32_t>(ids);
   };
-  return FindPicks(keywords_, keyword, SampleRows(keywords_, keyword), counter_, ids_of);
+  return FindPicks(tables_.keywords, keyword, SampleRows(tables_.keywords, keyword), counter_,
+                   ids_of);
 }
 
 std::span<const std::uint32_t> ContextIndex::topic_rows(std::string_view topic) const {
-  const std::uint32_t id = topics_.find(topic);
-  return id == kNoId ? std::span<const std::uint32_t>() : topics_.rows(id);
+  const std::uint32_t id = tables_.topics.find(topic);
+  return id == kNoId ? std::span<const std::uint32_t>() : tables_.topics.rows(id);
 }
 
 const Webs& ContextIndex::webs() const {
   const std::lock_guard lock(derived_mutex_);
   if (!webs_) {
-    webs_ = Webs::build(*this, IndexThreads(heap_->used()));
+    webs_ = Webs::build(*heap_, tables_.memos, IndexThreads(heap_->used()));
   }
   return *webs_;
 }
@@ -113,26 +100,16 @@ const Webs& ContextIndex::webs() const {
 const VectorIndex& ContextIndex::vectors() const {
   const std::lock_guard lock(derived_mutex_);
   if (!vectors_) {
-    vectors_ = std::make_unique<VectorIndex>(*this);
+    vectors_ = std::make_unique<VectorIndex>(*heap_, tables_.memos);
   }
   return *vectors_;
 }
 
 const KeywordPrefixes& ContextIndex::prefixes() const {
   const std::lock_guard lock(derived_mutex_);
-  prefixes_.follow(keywords_);  // nothing, once it has been done: keywords need a writer to change
+  prefixes_.follow(
+      tables_.keywords);  // nothing, once it has been done: keywords need a writer to change
   return prefixes_;
-}
-
-std::string_view ContextIndex::vector_bytes(std::uint32_t row) const {
-  const auto record = ReadRecord(heap_->bytes(), memos_[row].offset);
-  return record ? record->vector_bytes : std::string_view();
-}
-
-RecordView ContextIndex::record(std::uint32_t row) const {
-  const std::uint64_t start = memos_[row].offset;
-  const std::uint64_t end = row + 1 < memos_.size() ? memos_[row + 1].offset : heap_->used();
-  return ReadWholeRecord(heap_->bytes().substr(start, end - start));
 }
 
 }  // namespace mrb::memory

@@ -7,13 +7,10 @@
 #include <string_view>
 #include <vector>
 
-#include "memory/keyword_links.h"
+#include "memory/index_tables.h"
 #include "memory/keyword_prefixes.h"
-#include "memory/memo_table.h"
-#include "memory/named_lists.h"
 #include "memory/recency_list.h"
 #include "memory/record.h"
-#include "memory/record_heap.h"
 #include "memory/topic_counts.h"
 #include "memory/vector_index.h"
 #include "memory/webs.h"
@@ -21,36 +18,27 @@
 
 namespace mrb::memory {
 
-/// Counts over all memos of a context.
-struct MemoTotals {
-  std::uint64_t untimed = 0;
-  std::uint64_t vectors = 0;
-  std::uint64_t oldest = 0;  ///< of the timed memos; 0 without any
-  std::uint64_t newest = 0;
-
-  void count(std::uint64_t written, bool vector);
-  void merge(const MemoTotals& other);
-  bool operator==(const MemoTotals&) const = default;
-};
-
 /// Everything derived from the records of one heap: the memo table, the topics with their memo
 /// lists, the keywords with their postings and links, the counts. However it came about (record by
 /// record, or all at once on any number of threads), the same records make the same index.
 ///
-/// Readers share it; add() and the filling of its parts by BuildIndex() need it alone.
+/// Readers share it; add() needs it alone.
 class ContextIndex {
  public:
-  explicit ContextIndex(const RecordHeap& heap);
+  explicit ContextIndex(const RecordHeap& heap) : ContextIndex(heap, IndexTables(heap)) {}
+
+  /// `tables`: of that heap, whole.
+  ContextIndex(const RecordHeap& heap, IndexTables tables);
 
   /// Indexes the record at `offset`, which lies behind all those indexed before. False, and nothing
   /// done, when no whole record starts there or there are kMaxMemos already.
   bool add(std::uint64_t offset);
 
-  [[nodiscard]] const MemoTable& memos() const { return memos_; }
-  [[nodiscard]] const TopicTable& topics() const { return topics_; }
-  [[nodiscard]] const KeywordIndex& keywords() const { return keywords_; }
-  [[nodiscard]] const KeywordLinks& links() const { return links_; }
-  [[nodiscard]] const MemoTotals& totals() const { return totals_; }
+  [[nodiscard]] const MemoTable& memos() const { return tables_.memos; }
+  [[nodiscard]] const TopicTable& topics() const { return tables_.topics; }
+  [[nodiscard]] const KeywordIndex& keywords() const { return tables_.keywords; }
+  [[nodiscard]] const KeywordLinks& links() const { return tables_.links; }
+  [[nodiscard]] const MemoTotals& totals() const { return tables_.totals; }
 
   /// Which topics were used last. Any reader may touch it.
   [[nodiscard]] RecencyList& recency() const { return recency_; }
@@ -60,15 +48,17 @@ class ContextIndex {
 
   /// The rows of the `count` most recently written memos; see NewestRows(). Any reader may ask.
   [[nodiscard]] std::vector<std::uint32_t> newest(std::size_t count) const {
-    return NewestRows(memos_, written_bounds_, count);
+    return NewestRows(tables_.memos, written_bounds_, count);
   }
 
   /// The record of a row, without its vector (see ReadWholeRecord).
-  [[nodiscard]] RecordView record(std::uint32_t row) const;
+  [[nodiscard]] RecordView record(std::uint32_t row) const {
+    return RecordOf(*heap_, tables_.memos, row);
+  }
 
   /// Where a row's record begins, for a prefetch.
   [[nodiscard]] const char* record_bytes(std::uint32_t row) const {
-    return heap_->bytes().data() + memos_[row].offset;
+    return heap_->bytes().data() + tables_.memos[row].offset;
   }
 
   /// The webs, derived when first asked for. Any reader may ask; throws std::bad_alloc.
@@ -81,15 +71,16 @@ class ContextIndex {
   [[nodiscard]] const KeywordPrefixes& prefixes() const;
 
   /// The floats of a row's record as they lie there; empty without a vector.
-  [[nodiscard]] std::string_view vector_bytes(std::uint32_t row) const;
+  [[nodiscard]] std::string_view vector_bytes(std::uint32_t row) const {
+    return VectorBytesOf(*heap_, tables_.memos, row);
+  }
 
   /// In how many topics a keyword occurs. Any reader may ask.
   [[nodiscard]] std::uint32_t topics_of(std::uint32_t keyword) const {
-    return topic_counts_.count(memos_, topics_, keywords_, keyword);
+    return topic_counts_.count(tables_.memos, tables_.topics, tables_.keywords, keyword);
   }
 
  private:
-  friend class IndexBuilder;
   friend class IndexSpoiler;  // tests that want to see damage found
 
   /// Posts the memo under its keywords, linking new ones; returns their numbers, each once.
@@ -97,12 +88,8 @@ class ContextIndex {
   [[nodiscard]] ThematicPicks find_picks(std::uint32_t keyword);
 
   const RecordHeap* heap_;
-  MemoTable memos_;
-  TopicTable topics_;
-  KeywordIndex keywords_;
-  KeywordLinks links_;
+  IndexTables tables_;
   SmallCounter counter_;  // scratch of find_picks()
-  MemoTotals totals_;
   mutable RecencyList recency_;
   mutable TopicCounts topic_counts_;
   mutable WrittenBounds written_bounds_;

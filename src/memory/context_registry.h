@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "memory/context.h"
-#include "memory/memory_service.h"
+#include "memory/memory_change.h"
 
 namespace mrb::memory {
 

@@ -62,8 +62,9 @@ Result<std::uint64_t> ContextStore::load(std::size_t threads) {
   vector_missing_ = loaded->vector_missing;
   file_->loaded(loaded->file_size, current ? kMagic.size() + heap_.used() : 0);
   index_.reset();
-  index_ = IndexBuilder::build(heap_, std::move(loaded->rows),
-                               threads != 0 ? threads : IndexThreads(heap_.used()));
+  index_ = std::make_unique<ContextIndex>(
+      heap_, IndexBuilder::build(heap_, std::move(loaded->rows),
+                                 threads != 0 ? threads : IndexThreads(heap_.used())));
   if (const Status read = overlays_.load(heap_, index_->memos()); !read) {
     return std::unexpected(read.error());
   }
@@ -208,7 +209,8 @@ void ContextStore::rebuild() {
     PagedArray<MemoRow> rows;
     RecordWalk walk(rows);
     walk.advance(heap_.bytes(), true);
-    index_ = IndexBuilder::build(heap_, std::move(rows), IndexThreads(heap_.used()));
+    index_ = std::make_unique<ContextIndex>(
+        heap_, IndexBuilder::build(heap_, std::move(rows), IndexThreads(heap_.used())));
   } catch (const std::bad_alloc&) {
     index_ = std::make_unique<ContextIndex>(heap_);
     stale_ = true;

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "memory/context_index.h"
-#include "memory/memory_service.h"
+#include "memory/memory_change.h"
 #include "memory/overlay_set.h"
 #include "memory/record_batch.h"
 #include "memory/record_heap.h"

@@ -118,21 +118,20 @@ std::size_t IndexThreads(std::uint64_t bytes) {
 }
 
 IndexBuilder::IndexBuilder(const RecordHeap& heap, PagedArray<MemoRow> rows, std::size_t threads)
-    : heap_(heap), index_(std::make_unique<ContextIndex>(heap)), rows_(index_->memos_.rows()) {
+    : heap_(heap), tables_(heap), rows_(tables_.memos.rows()) {
   rows_ = std::move(rows);
   split(std::max<std::size_t>(threads, 1));
 }
 
-std::unique_ptr<ContextIndex> IndexBuilder::build(const RecordHeap& heap, PagedArray<MemoRow> rows,
-                                                  std::size_t threads) {
+IndexTables IndexBuilder::build(const RecordHeap& heap, PagedArray<MemoRow> rows,
+                                std::size_t threads) {
   IndexBuilder builder(heap, std::move(rows), threads);
   auto& ranges = builder.ranges_;
   RunParallel(ranges.size(), [&](std::size_t i) { builder.scan(ranges[i]); });
   builder.merge();
   RunParallel(ranges.size(), [&](std::size_t i) { builder.scatter(ranges[i]); });
   builder.link_keywords();
-  builder.order_topics();
-  return std::move(builder.index_);
+  return std::move(builder.tables_);
 }
 
 void IndexBuilder::split(std::size_t count) {
@@ -142,7 +141,7 @@ void IndexBuilder::split(std::size_t count) {
   for (std::size_t i = 1; i <= count; ++i) {
     const std::uint64_t bytes = heap_.used() / count * i;
     const auto upto = std::ranges::lower_bound(all, bytes, {}, &MemoRow::offset) - all.begin();
-    const auto last = i == count ? index_->memos_.size() : static_cast<std::uint32_t>(upto);
+    const auto last = i == count ? tables_.memos.size() : static_cast<std::uint32_t>(upto);
     ranges_.emplace_back(heap_, first, last);
     first = last;
   }
@@ -255,26 +254,26 @@ std::uint32_t IndexBuilder::post(Range& range, std::uint32_t row, KeywordCursor&
 void IndexBuilder::merge() {
   ranges_[0].topic_map = first_mapping(ranges_[0].topics);
   ranges_[0].keyword_map = first_mapping(ranges_[0].keywords);
-  index_->topics_ = std::move(ranges_[0].topics);
-  index_->keywords_ = std::move(ranges_[0].keywords);
-  index_->totals_ = ranges_[0].totals;
+  tables_.topics = std::move(ranges_[0].topics);
+  tables_.keywords = std::move(ranges_[0].keywords);
+  tables_.totals = ranges_[0].totals;
   for (std::size_t i = 1; i < ranges_.size(); ++i) {
     Range& range = ranges_[i];
-    range.topic_map = merge_names(index_->topics_, range.topics);
-    range.keyword_map = merge_names(index_->keywords_, range.keywords);
-    index_->totals_.merge(range.totals);
+    range.topic_map = merge_names(tables_.topics, range.topics);
+    range.keyword_map = merge_names(tables_.keywords, range.keywords);
+    tables_.totals.merge(range.totals);
     range.topics = TopicTable(heap_);
     range.keywords = KeywordIndex(heap_);
   }
-  place_lists(index_->topics_);
-  place_lists(index_->keywords_);
+  place_lists(tables_.topics);
+  place_lists(tables_.keywords);
 }
 
 void IndexBuilder::scatter(Range& range) {
-  start_lists(range.topic_map, index_->topics_);
-  start_lists(range.keyword_map, index_->keywords_);
-  std::uint32_t* const topic_lists = index_->topics_.arena().data();
-  std::uint32_t* const keyword_lists = index_->keywords_.arena().data();
+  start_lists(range.topic_map, tables_.topics);
+  start_lists(range.keyword_map, tables_.keywords);
+  std::uint32_t* const topic_lists = tables_.topics.arena().data();
+  std::uint32_t* const keyword_lists = tables_.keywords.arena().data();
   const std::uint32_t* posted = range.posted.data();
   for (std::uint32_t row = range.first; row < range.last; ++row) {
     MemoRow& memo = rows_[row];
@@ -295,25 +294,8 @@ void IndexBuilder::link_keywords() {
     posted.push_back({range.first, range.posted.span(), range.starts.span(),
                       local ? std::span(range.keyword_map.global) : std::span<std::uint32_t>()});
   }
-  BuildLinks(index_->keywords_, index_->links_, posted);
-  index_->topic_counts_.resize(index_->keywords_.size());
+  BuildLinks(tables_.keywords, tables_.links, posted);
   ranges_.clear();
-}
-
-void IndexBuilder::order_topics() {
-  // A topic was used last when its last memo was written.
-  const std::uint32_t topics = index_->topics_.size();
-  std::vector<bool> seen(topics);
-  std::vector<std::uint32_t> order(topics);
-  std::uint32_t left = topics;
-  for (std::uint32_t row = index_->memos_.size(); row-- > 0 && left > 0;) {
-    const std::uint32_t topic = rows_[row].topic;
-    if (!seen[topic]) {
-      seen[topic] = true;
-      order[--left] = topic;
-    }
-  }
-  index_->recency_.assign(order);
 }
 
 }  // namespace mrb::memory

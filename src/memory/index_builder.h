@@ -1,10 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <vector>
 
-#include "memory/context_index.h"
+#include "memory/index_tables.h"
 #include "memory/paged_array.h"
 
 namespace mrb::memory {
@@ -24,9 +23,8 @@ namespace mrb::memory {
 class IndexBuilder {
  public:
   /// `rows` are what a RecordWalk over the heap found. Throws std::bad_alloc.
-  [[nodiscard]] static std::unique_ptr<ContextIndex> build(const RecordHeap& heap,
-                                                           PagedArray<MemoRow> rows,
-                                                           std::size_t threads);
+  [[nodiscard]] static IndexTables build(const RecordHeap& heap, PagedArray<MemoRow> rows,
+                                         std::size_t threads);
 
  private:
   struct Range;
@@ -45,10 +43,9 @@ class IndexBuilder {
   void merge();
   void scatter(Range& range);
   void link_keywords();
-  void order_topics();
 
   const RecordHeap& heap_;
-  std::unique_ptr<ContextIndex> index_;
+  IndexTables tables_;
   PagedArray<MemoRow>& rows_;
   std::vector<Range> ranges_;
 };

@@ -37,11 +37,4 @@ struct DatedRow {
 [[nodiscard]] std::vector<DatedRow> FindDated(const ContextIndex& index,
                                               const TemporalQuery& query);
 
-/// The section of an answer to a question about time: up to kMaxTemporalRows memos of its dates,
-/// those among `hits` (ascending rows) marked as being about its subject too; for a question
-/// without a date the dated ones of the hits. Empty when there is nothing to show.
-inline constexpr std::size_t kMaxTemporalRows = 20;
-[[nodiscard]] std::string TemporalSection(const ContextIndex& index, const TemporalQuery& query,
-                                          const std::vector<std::uint32_t>& hits);
-
 }  // namespace mrb::memory

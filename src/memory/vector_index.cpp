@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <bit>
 
-#include "memory/context_index.h"
+#include "memory/index_tables.h"
 #include "memory/memo_types.h"
 
 namespace mrb::memory {
@@ -16,10 +16,10 @@ std::vector<float> VectorOf(std::string_view vector_bytes) {
   return vector;
 }
 
-VectorIndex::VectorIndex(const ContextIndex& index) {
-  for (std::uint32_t row = 0; row < index.memos().size(); ++row) {
-    if ((index.memos()[row].props & kVectorBit) != 0) {
-      add(row, VectorOf(index.vector_bytes(row)));
+VectorIndex::VectorIndex(const RecordHeap& heap, const MemoTable& memos) {
+  for (std::uint32_t row = 0; row < memos.size(); ++row) {
+    if ((memos[row].props & kVectorBit) != 0) {
+      add(row, VectorOf(VectorBytesOf(heap, memos, row)));
     }
   }
 }

@@ -5,12 +5,12 @@
 #include <span>
 #include <vector>
 
+#include "memory/memo_table.h"
 #include "memory/nearest.h"
 #include "memory/paged_array.h"
+#include "memory/record_heap.h"
 
 namespace mrb::memory {
-
-class ContextIndex;
 
 /// A memo near to a question.
 struct NearMemo {
@@ -24,7 +24,7 @@ struct NearMemo {
 class VectorIndex {
  public:
   /// All vectors of a context. Throws std::bad_alloc.
-  explicit VectorIndex(const ContextIndex& index);
+  VectorIndex(const RecordHeap& heap, const MemoTable& memos);
 
   void add(std::uint32_t row, std::span<const float> vector);
 

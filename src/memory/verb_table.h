@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "memory/context_registry.h"
-#include "memory/memory_service.h"
+#include "memory/memory_options.h"
 
 namespace mrb::memory {
 

@@ -10,6 +10,7 @@
 #include "memory/fields.h"
 #include "memory/memo_lines.h"
 #include "memory/temporal_query.h"
+#include "memory/temporal_section.h"
 #include "memory/tokenizer.h"
 #include "memory/verb_table.h"
 

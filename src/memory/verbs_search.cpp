@@ -13,6 +13,7 @@
 #include "memory/memo_lines.h"
 #include "memory/memo_text.h"
 #include "memory/temporal_query.h"
+#include "memory/temporal_section.h"
 #include "memory/verb_table.h"
 
 namespace mrb::memory {

@@ -1,7 +1,7 @@
 #include "memory/webs.h"
 
 #include "common/parallel.h"
-#include "memory/context_index.h"
+#include "memory/index_tables.h"
 
 namespace mrb::memory {
 
@@ -31,8 +31,9 @@ void Webs::finish() {
   time_.link();
 }
 
-std::unique_ptr<Webs> Webs::build(const ContextIndex& index, std::size_t threads) {
-  const std::uint32_t rows = index.memos().size();
+std::unique_ptr<Webs> Webs::build(const RecordHeap& heap, const MemoTable& memos,
+                                  std::size_t threads) {
+  const std::uint32_t rows = memos.size();
   std::vector<std::unique_ptr<Webs>> ranges(threads);
   RunParallel(threads, [&](std::size_t i) {
     ranges[i] = std::make_unique<Webs>();
@@ -42,7 +43,7 @@ std::unique_ptr<Webs> Webs::build(const ContextIndex& index, std::size_t threads
       return static_cast<std::uint32_t>(std::uint64_t{rows} * n / threads);
     };
     for (std::uint32_t row = bound(i); row < bound(i + 1); ++row) {
-      webs.add(row, index.record(row));
+      webs.add(row, RecordOf(heap, memos, row));
     }
   });
   for (std::size_t i = 1; i < threads; ++i) {

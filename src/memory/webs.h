@@ -5,19 +5,20 @@
 #include <memory>
 
 #include "memory/frame.h"
+#include "memory/memo_table.h"
 #include "memory/record.h"
+#include "memory/record_heap.h"
 #include "memory/term_web.h"
 #include "memory/time_web.h"
 
 namespace mrb::memory {
 
-class ContextIndex;
-
 /// The webs of one context: derived from its memos, never stored, kept up with every memo added.
 class Webs {
  public:
   /// Derives the webs of all memos, on several threads. Throws std::bad_alloc.
-  [[nodiscard]] static std::unique_ptr<Webs> build(const ContextIndex& index, std::size_t threads);
+  [[nodiscard]] static std::unique_ptr<Webs> build(const RecordHeap& heap, const MemoTable& memos,
+                                                   std::size_t threads);
 
   /// Adds the memo of the next row.
   void add(std::uint32_t row, const RecordView& record);

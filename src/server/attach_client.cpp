@@ -10,7 +10,6 @@
 #include "common/url.h"
 #include "platform/console.h"
 #include "platform/raw_console.h"
-#include "server/attachment.h"
 #include "server/loopback_request.h"
 
 namespace mrb::server {

@@ -1,16 +1,11 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
-namespace mrb::server {
+#include "server/attachment.h"
 
-/// The client's side of terminals: it drives the routes under "/term/" of the resident of a port.
-struct AttachOptions {
-  std::int32_t port = 9999;
-  std::string headers;  ///< sent with every request: whole lines with their line ends
-};
+namespace mrb::server {
 
 /// Runs the words behind `mterm`: lists, names and saves, or attaches this console to a terminal,
 /// line by line, or key by key with `-r`. Leaving it leaves the terminal running. The exit status.

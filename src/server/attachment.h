@@ -9,9 +9,14 @@
 #include "common/error.h"
 #include "platform/pseudo_console.h"
 #include "platform/raw_console.h"
-#include "server/attach_client.h"
 
 namespace mrb::server {
+
+/// The client's side of terminals: it drives the routes under "/term/" of the resident of a port.
+struct AttachOptions {
+  std::int32_t port = 9999;
+  std::string headers;  ///< sent with every request: whole lines with their line ends
+};
 
 /// This console on one session: a thread that shows what the terminal shows, and the keys or lines
 /// of the user on the way back.

@@ -6,7 +6,6 @@
 #include "common/json_text.h"
 #include "common/text.h"
 #include "server/chat_json.h"
-#include "server/control_routes.h"
 
 namespace mrb::server {
 namespace {

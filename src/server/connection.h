@@ -18,12 +18,6 @@
 
 namespace mrb::server {
 
-/// What one thread keeps from connection to connection, so that a small request allocates little.
-struct ConnectionBuffers {
-  RequestReader reader;
-  std::string answer;
-};
-
 /// What every connection of a server shares.
 struct ConnectionServices {
   Services routes;

@@ -118,13 +118,4 @@ bool ConnectionThreads::finish(bool permanent) {
   return true;
 }
 
-bool StartDetachedThread(std::function<void()> body) {
-  try {
-    std::thread(std::move(body)).detach();
-    return true;
-  } catch (const std::system_error&) {
-    return false;
-  }
-}
-
 }  // namespace mrb::server

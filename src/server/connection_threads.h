@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "platform/sockets.h"
-#include "server/connection.h"
 #include "server/leaving_sockets.h"
+#include "server/request_reader.h"
 
 namespace mrb::server {
 
@@ -31,7 +31,8 @@ class ConnectionThreads {
     std::function<bool(const platform::Socket&, std::uint32_t peer_ipv4, bool crowded)> is_outside;
     /// True when the connection ended with an answer, its sending side shut down.
     std::function<bool(platform::Socket&, bool outside, ConnectionBuffers&)> serve;
-    /// Runs the function on a new detached thread; false when the system has none to give.
+    /// Runs the function on a new detached thread; false when the system has none to give. Real
+    /// servers pass StartDetachedThread().
     std::function<bool(std::function<void()>)> start_thread;
     /// A thread could not be started. `last`: while this one serves, nobody accepts or ever will.
     std::function<void(bool last)> start_failed;
@@ -71,8 +72,5 @@ class ConnectionThreads {
   std::size_t outside_ = 0;  ///< of the open connections
   std::vector<platform::Socket*> open_;
 };
-
-/// The start_thread hook of real servers.
-[[nodiscard]] bool StartDetachedThread(std::function<void()> body);
 
 }  // namespace mrb::server

@@ -162,12 +162,7 @@ Response AnswerNodeDisabled(const Request& /*request*/, const Services& /*servic
 }
 
 Response AnswerWorkstation(const Request& request, const Services& services) {
-  if (!services.options.workstation) return JsonFailure(kUnavailable, "workstation not wired");
   return services.options.workstation(request);
-}
-
-Response AnswerNotFound(const Request& /*request*/, const Services& /*services*/) {
-  return PlainAnswer(kNotFound, kPlain, "not found");
 }
 
 }  // namespace mrb::server

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/route_table.h"
+#include "server/route.h"
 
 namespace mrb::server {
 
@@ -21,7 +21,5 @@ namespace mrb::server {
 [[nodiscard]] Response AnswerNodeDisabled(const Request& request, const Services& services);
 /// /ui/api/…: what the workstation pages ask; see docs/http.md.
 [[nodiscard]] Response AnswerWorkstation(const Request& request, const Services& services);
-
-[[nodiscard]] Response AnswerNotFound(const Request& request, const Services& services);
 
 }  // namespace mrb::server

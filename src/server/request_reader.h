@@ -41,6 +41,12 @@ class RequestReader {
   State state_ = State::kHead;
 };
 
+/// What one thread keeps from connection to connection, so that a small request allocates little.
+struct ConnectionBuffers {
+  RequestReader reader;
+  std::string answer;
+};
+
 /// The bytes of body that a request declares. "/vid/upload" has none here, because that body is
 /// read by the upload itself.
 [[nodiscard]] std::uint64_t BodyLength(std::string_view head);

@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "common/detached_thread.h"
 #include "platform/files.h"
 #include "platform/open_page.h"
 #include "platform/sockets.h"

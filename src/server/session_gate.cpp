@@ -1,7 +1,7 @@
 #include "server/session_gate.h"
 
 #include "common/text.h"
-#include "server/built_in_pages.h"
+#include "server/sign_in_page.h"
 
 namespace mrb::server {
 namespace {

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "common/text.h"
-#include "server/control_routes.h"
 #include "server/terminal_command.h"
 #include "server/terminal_json.h"
 #include "server/terminals.h"

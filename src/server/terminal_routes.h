@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/route_table.h"
+#include "server/route.h"
 
 namespace mrb::server {
 

@@ -8,9 +8,9 @@
 #include <utility>
 
 #include "common/answer.h"
+#include "common/detached_thread.h"
 #include "common/text.h"
 #include "platform/default_shell.h"
-#include "server/connection_threads.h"
 #include "server/terminal_command.h"
 
 namespace mrb::server {

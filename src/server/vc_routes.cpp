@@ -8,7 +8,6 @@ namespace mrb::server {
 namespace {
 
 Response ViewOf(const std::function<std::string()>& view) {
-  if (!view) return JsonFailure(kUnavailable, "versioned files not wired");
   Response response;
   response.body = view();
   return response;

@@ -6,14 +6,13 @@
 #include <string_view>
 
 #include "vfs/arguments.h"
-#include "vfs/store_registry.h"
-#include "vfs/vfs_service.h"
+#include "vfs/versioned_files.h"
 
 namespace mrb::vfs {
 
 /// One call of a file verb.
 struct VerbCall {
-  VfsService& service;
+  VersionedFiles& service;
   const VfsCall& caller;
   std::string_view verb;       ///< in lower case, as it was given
   std::string_view arguments;  ///< the text behind it

@@ -1,59 +1,27 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
-#include <functional>
-#include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <thread>
+#include <utility>
 #include <vector>
 
-#include "common/command_register.h"
-#include "platform/system_memory.h"
-#include "vfs/cache_keeper.h"
-#include "vfs/enrollment_list.h"
-#include "vfs/store_registry.h"
-#include "vfs/watched_files.h"
+#include "vfs/versioned_files.h"
 
 namespace mrb::vfs {
-
-/// Who calls, and from where.
-struct VfsCall {
-  std::string author;             ///< stamped on what is written, and the holder of locks
-  std::string working_directory;  ///< absolute; empty when unknown
-  /// Takes the entries of listings, gives queries their $1, $2, …; null: there is none.
-  std::shared_ptr<CommandRegister> registers = nullptr;
-};
-
-struct VfsOptions {
-  platform::FileSystem* files = nullptr;
-  std::string data_home;
-  std::string executable_folder;
-  std::vector<std::string> settings_files;  ///< the first that is there holds
-  std::string user_profile;  ///< where tools keep their folders for the user; empty: none is sought
-  std::function<std::string()> outside_author;  ///< who saves what is not saved through us
-  std::function<void(std::string_view)> print;  ///< text for the user at start, and warnings
-  ChangeObserver changed;                       ///< may be empty
-  bool print_is_console = false;                ///< progress may rewrite its line
-  std::function<platform::SystemMemory()> memory = &platform::ReadSystemMemory;
-  CacheKeeper::Limits cache;
-};
 
 /// The versioned files of one process: every verb of the namespaces fs, fsvctl, fslock, fsstat,
 /// fsmk, fsraw and grep, enrolment, and the store part of fssys. Thread-safe; each answer is whole.
 class VfsService {
  public:
-  explicit VfsService(VfsOptions options);
+  explicit VfsService(VfsOptions options) : files_(std::move(options)) {}
   VfsService(const VfsService&) = delete;
   VfsService& operator=(const VfsService&) = delete;
-  ~VfsService();
 
   /// Enrols again what the lists say, on a thread of its own; the first command waits for it. A
   /// process that does not call this loads with its first command.
-  void start();
+  void start() { files_.start(); }
 
   /// Runs one verb, in lower case, of one of the namespaces.
   [[nodiscard]] std::string execute(const VfsCall& call, std::string_view name_space,
@@ -81,38 +49,14 @@ class VfsService {
 
   /// The stores, once the lists have been read.
   [[nodiscard]] StoreRegistry& stores() {
-    load();
-    return registry_;
+    files_.load();
+    return files_.registry();
   }
 
-  // For the verbs.
-  [[nodiscard]] const VfsOptions& options() const { return options_; }
-  [[nodiscard]] StoreRegistry& registry() { return registry_; }
-  [[nodiscard]] EnrollmentList& enrollments() { return enrollments_; }
-  [[nodiscard]] WatchedFiles& watched() { return watched_; }
-  [[nodiscard]] CacheKeeper& cache() { return cache_; }
-  /// Guards the lists and what is derived from them, during enrolment and its like.
-  [[nodiscard]] std::mutex& enrolling() { return enrolling_; }
-  /// The setting vc.maxreposize, else the built-in limit.
-  [[nodiscard]] std::uint64_t default_max_bytes() const;
+  [[nodiscard]] VersionedFiles& files() { return files_; }
 
  private:
-  void load();
-  void load_directory(const EnrollmentList::Entry& entry, std::size_t number, std::size_t count);
-  void load_watched_files();
-  void load_workflow_scripts();
-  void replay_checkouts();
-  void print(const std::string& text) const;
-
-  const VfsOptions options_;
-  EnrollmentList enrollments_;
-  WatchedFiles watched_;
-  StoreRegistry registry_;
-  CacheKeeper cache_;
-  std::mutex enrolling_;
-  std::mutex loading_;
-  bool loaded_ = false;  // guarded by loading_
-  std::thread loader_;
+  VersionedFiles files_;
 };
 
 }  // namespace mrb::vfs

@@ -5,10 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "server/http_message.h"
 #include "workstation/json_writer.h"
 #include "workstation/params.h"
 #include "workstation/undo_shelf.h"
-#include "workstation/workstation.h"
+#include "workstation/workstation_parts.h"
 
 namespace mrb::workstation {
 

@@ -62,7 +62,7 @@ Answer AnswerStatus(Desk& desk, const Params& /*params*/) {
   json.field("app", kAppName).field("version", kVersion).field("port", desk.parts.port);
   json.field("uptime", SecondsSince(desk.started)).field("author", desk.parts.author());
   AddMemory(json);
-  AddRoots(json, desk.parts.files.registry());
+  AddRoots(json, desk.parts.files.files().registry());
   AddLanes(json, desk.parts.memory.contexts());
   json.key("terminals").begin_object();
   json.field("all", terminals.size()).field("alive", alive).end_object();

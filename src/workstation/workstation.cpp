@@ -90,16 +90,4 @@ server::Response Workstation::answer(const server::Request& request) {
   return server::JsonFailure(StatusOf(answer.error().kind), answer.error().text);
 }
 
-JsonWriter BeginAnswer() {
-  JsonWriter json;
-  json.begin_object().field("ok", true);
-  return json;
-}
-
-server::Response EndAnswer(JsonWriter& json) {
-  server::Response response;
-  response.body = json.end_object().take();
-  return response;
-}
-
 }  // namespace mrb::workstation

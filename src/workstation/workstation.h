@@ -1,28 +1,11 @@
 #pragma once
 
-#include <chrono>
-#include <cstdint>
-#include <functional>
 #include <memory>
-#include <string>
 
-#include "memory/memory_service.h"
 #include "server/http_message.h"
-#include "server/terminals.h"
-#include "vfs/vfs_service.h"
-#include "workstation/activity.h"
+#include "workstation/workstation_parts.h"
 
 namespace mrb::workstation {
-
-/// What the pages look at. All of it outlives the workstation.
-struct WorkstationParts {
-  vfs::VfsService& files;
-  memory::MemoryService& memory;
-  server::Terminals& terminals;
-  Activity& activity;                   ///< told by the three above
-  std::function<std::string()> author;  ///< under which name a page writes; any thread
-  std::int32_t port = 0;
-};
 
 /// Answers what the workstation pages ask under /ui/api/; docs/http.md lists the routes. The caller
 /// has made sure that the request may. Thread-safe.

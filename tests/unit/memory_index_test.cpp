@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "memory/context_index.h"
 #include "memory/index_builder.h"
 #include "memory/record_walk.h"
 
@@ -37,7 +38,8 @@ class TestHeap {
     RecordWalk walk(rows);
     walk.advance(heap.bytes(), true);
     EXPECT_EQ(walk.end(), heap.used());
-    return IndexBuilder::build(heap, std::move(rows), threads);
+    return std::make_unique<ContextIndex>(heap,
+                                          IndexBuilder::build(heap, std::move(rows), threads));
   }
 
   /// Records of random topics and keywords; some name a keyword twice.

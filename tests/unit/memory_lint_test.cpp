@@ -21,13 +21,13 @@ class IndexSpoiler {
   explicit IndexSpoiler(ContextStore& store) : store_(store) {}
 
   RecordHeap& heap() { return store_.heap_; }
-  MemoRow& memo(std::uint32_t row) { return store_.index_->memos_.rows()[row]; }
+  MemoRow& memo(std::uint32_t row) { return store_.index_->tables_.memos.rows()[row]; }
   void forget_last_memo() {
-    auto& rows = store_.index_->memos_.rows();
+    auto& rows = store_.index_->tables_.memos.rows();
     rows.resize(rows.size() - 1);
   }
-  TopicTable& topics() { return store_.index_->topics_; }
-  KeywordIndex& keywords() { return store_.index_->keywords_; }
+  TopicTable& topics() { return store_.index_->tables_.topics; }
+  KeywordIndex& keywords() { return store_.index_->tables_.keywords; }
   TimeWeb& time() { return store_.index_->webs_->time_; }
   std::uint32_t& mentioned(unsigned year) {
     return time().lists_.data()[date(year).mentioned.start];

@@ -194,7 +194,8 @@ TEST(Webs, AreTheSameHoweverTheyCameAbout) {
   const std::string expected = dump(kept_up, 400);
   EXPECT_GT(expected.size(), 1000U);
   for (const std::size_t threads : {1U, 2U, 7U}) {
-    EXPECT_EQ(dump(*Webs::build(store.index(), threads), 400), expected) << threads;
+    EXPECT_EQ(dump(*Webs::build(store.heap(), store.index().memos(), threads), 400), expected)
+        << threads;
   }
 }
 

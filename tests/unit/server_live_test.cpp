@@ -6,6 +6,8 @@
 #include <thread>
 #include <vector>
 
+#include "common/detached_thread.h"
+#include "platform/peer_identity.h"
 #include "platform/sockets.h"
 #include "server/chat_layer.h"
 #include "server/connection_threads.h"

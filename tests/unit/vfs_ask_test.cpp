@@ -73,7 +73,7 @@ TEST_F(AskTest, QueriesBindFilesToFields) {
 TEST_F(AskTest, QueriesNameTheirStore) {
   put("a.md", "one");
   enroll();
-  const std::string stamp = StampText(service_->registry().active()->find("a.md")->stamp);
+  const std::string stamp = StampText(service_->files().registry().active()->find("a.md")->stamp);
   EXPECT_EQ(query("1"), "OK: 1 match(es)\n  [1] a.md  <v1  3b  outside  " + stamp + ">\n");
   const std::string other = folder_.path("other");
   test::fs::create_directories(other);
@@ -90,7 +90,8 @@ TEST_F(AskTest, FindsByPathAndWord) {
   put("src/vfs/Parser.cpp", "int a_b;\n");
   put("notes.md", "the a_b, naïve\n");
   enroll();
-  const std::string stamp = StampText(service_->registry().active()->find("notes.md")->stamp);
+  const std::string stamp =
+      StampText(service_->files().registry().active()->find("notes.md")->stamp);
   const std::string notes = "  notes.md  v1  16b  outside  " + stamp + "\n";
   const std::string parser = "  src/vfs/Parser.cpp  v1  9b  outside  " + stamp + "\n";
   const std::string usage = "ERROR: usage  find [name:<glob>] [keyword:<glob>] [--store=dir]";

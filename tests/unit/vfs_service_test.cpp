@@ -103,7 +103,7 @@ TEST_F(VfsServiceTest, EnrolmentIsCheckedReportedAndKept) {
   });
   free_ = 4 * kGigabyte;
   EXPECT_TRUE(enroll().starts_with("ERROR: enrolling " + root_ + " in cached (RAM) VC needs ~"));
-  EXPECT_TRUE(service_->registry().all().empty());
+  EXPECT_TRUE(service_->files().registry().all().empty());
   free_ = 6 * kGigabyte;
   const std::string answer = enroll("ext=allbut:.o max=0");
   EXPECT_TRUE(answer.starts_with("OK: enrolled " + root_ +
@@ -149,9 +149,10 @@ TEST_F(VfsServiceTest, ACacheStoreWritesThroughAndDropsWhatWasUsedLongestAgo) {
   put("new", "used last");
   ASSERT_TRUE(enroll("mode=cachewt").starts_with("OK: cache write-through (no version) enrolled "));
   expect({{"fs:cat old", "used first"}, {"fs:cat new", "used last"}});
-  const auto store = service_->registry().active();
+  const auto store = service_->files().registry().active();
   free_ = 8 * kGigabyte - 1;
-  EXPECT_EQ(service_->cache().drop_old(service_->registry().all()), 2U);  // 2 GiB are wanted
+  EXPECT_EQ(service_->files().cache().drop_old(service_->files().registry().all()),
+            2U);  // 2 GiB are wanted
   expect({
       {"fsmk:file <path>old</path><content>written</content>",
        "OK: wrote through old — cache write-through store (mode=cachewt), no version recorded"},
@@ -191,7 +192,7 @@ TEST_F(VfsServiceTest, ASecondOneOfARootFollowsOnly) {
   put("f", "one");
   ASSERT_TRUE(enroll().starts_with("OK: enrolled "));
   // Another data home has another folder of locks; a second process shares this one.
-  VfsOptions options = service_->options();
+  VfsOptions options = service_->files().options();
   std::string told;
   options.print = [&](std::string_view text) { told += text; };
   VfsService second(options);

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string_view>
+
+#include "front/console_io.h"
+#include "front/engine.h"
+
+namespace mrb::front {
+
+/// Runs one line in this process and prints its answer; a line that is not understood is told on
+/// standard error as well. Returns the exit status: 1 for that and for an answer "ERROR:", else 0.
+[[nodiscard]] int RunLineHere(const Engine& engine, std::string_view line);
+
+/// The same for every line of standard input, to its end. 1 when any line's status is.
+[[nodiscard]] int RunStdinHere(const Engine& engine, StdinLines& lines);
+
+}  // namespace mrb::front
