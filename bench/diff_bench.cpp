@@ -16,7 +16,7 @@
 #include <string_view>
 #include <vector>
 
-#include "diff/file_diff.h"
+#include "vfs/diff/file_diff.h"
 
 namespace mrb::bench {
 namespace {

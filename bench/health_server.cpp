@@ -3,7 +3,7 @@
 #include <string>
 
 #include "common/text.h"
-#include "server/server.h"
+#include "server/routes/server.h"
 
 // The resident's HTTP server alone, with nothing behind its routes: what bench/http.py measures.
 //

@@ -29,10 +29,10 @@
 #include <thread>
 #include <vector>
 
-#include "memory/context_store.h"
-#include "memory/memory_service.h"
-#include "memory/store_format.h"
-#include "memory/tokenizer.h"
+#include "memory/context/context_store.h"
+#include "memory/record/store_format.h"
+#include "memory/text/tokenizer.h"
+#include "memory/verbs/memory_service.h"
 #include "memory_corpus.h"
 #include "platform/paths.h"
 #include "platform/system_memory.h"

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <set>
 
-#include "memory/record.h"
-#include "memory/store_format.h"
+#include "memory/record/record.h"
+#include "memory/record/store_format.h"
 
 namespace mrb::bench {
 

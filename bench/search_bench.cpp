@@ -14,7 +14,7 @@
 #include <thread>
 #include <vector>
 
-#include "search/line_search.h"
+#include "vfs/search/line_search.h"
 
 namespace mrb::bench {
 namespace {

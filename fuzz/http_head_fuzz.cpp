@@ -4,10 +4,10 @@
 #include <string_view>
 
 #include "check.h"
-#include "server/http_head.h"
-#include "server/page_path.h"
-#include "server/request_reader.h"
-#include "server/session_gate.h"
+#include "server/http/http_head.h"
+#include "server/http/request_reader.h"
+#include "server/http/session_gate.h"
+#include "server/routes/page_path.h"
 
 // The first byte chooses the pieces in which the rest arrives. However they are cut, the same
 // request must come out, every view must lie in the head, and no path may leave its folder.

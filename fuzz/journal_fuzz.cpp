@@ -4,10 +4,10 @@
 
 #include "check.h"
 #include "common/text.h"
-#include "vfs/arguments.h"
-#include "vfs/chain_plan.h"
-#include "vfs/mirror_layout.h"
-#include "vfs/stat_cache.h"
+#include "vfs/mirror/chain_plan.h"
+#include "vfs/mirror/mirror_layout.h"
+#include "vfs/mirror/stat_cache.h"
+#include "vfs/verbs/arguments.h"
 
 // A mirror as somebody may have left it: lines of its journal, names of its files, and what a
 // file's history becomes from any mix of the two. Also the arguments of a file verb.

@@ -5,7 +5,7 @@
 #include "check.h"
 #include "common/json_scan.h"
 #include "mcp/service.h"
-#include "server/interpreter_bridge.h"
+#include "server/http/interpreter_bridge.h"
 
 // Whatever is posted, the answer is nothing or JSON-RPC, and a command that is built from it is one
 // that its tool may build: nothing of an argument stands where the command's own words belong.

@@ -4,9 +4,9 @@
 #include <string_view>
 
 #include "check.h"
-#include "memory/embed_settings.h"
-#include "memory/embedder.h"
-#include "memory/http_answer.h"
+#include "memory/embedding/embed_settings.h"
+#include "memory/embedding/embedder.h"
+#include "memory/embedding/http_answer.h"
 
 // What an embedding server may answer, at once and byte by byte, and the settings that name it.
 

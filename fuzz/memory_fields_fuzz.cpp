@@ -4,10 +4,10 @@
 #include <string_view>
 
 #include "check.h"
-#include "memory/context_id.h"
-#include "memory/fields.h"
-#include "memory/memo_types.h"
-#include "memory/tokenizer.h"
+#include "memory/record/context_id.h"
+#include "memory/record/memo_types.h"
+#include "memory/text/tokenizer.h"
+#include "memory/verbs/fields.h"
 
 // The line behind a memory verb: its fields, what is read from them, and the tokens of its content.
 

@@ -4,8 +4,8 @@
 #include <string_view>
 
 #include "check.h"
-#include "memory/frame.h"
-#include "memory/temporal_query.h"
+#include "memory/recall/temporal_query.h"
+#include "memory/text/frame.h"
 
 // Who, when, where and why of a text: a memo's or a question's. The first line is the topic.
 

@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "check.h"
-#include "memory/overlay.h"
+#include "memory/overlay/overlay.h"
 
 // An overlay file: whatever is read from one comes out again as it was read.
 

@@ -3,10 +3,10 @@
 #include <string_view>
 
 #include "check.h"
-#include "memory/context_index.h"
-#include "memory/index_builder.h"
-#include "memory/store_format.h"
-#include "memory/store_loader.h"
+#include "memory/context/store_loader.h"
+#include "memory/index/context_index.h"
+#include "memory/index/index_builder.h"
+#include "memory/record/store_format.h"
 #include "one_file.h"
 
 // Whatever a store file holds, loading it ends in a heap of whole records and an index that agrees

@@ -2,8 +2,8 @@
 #include <string_view>
 
 #include "check.h"
-#include "vfs/enrollment_list.h"
-#include "vfs/size_text.h"
+#include "vfs/model/size_text.h"
+#include "vfs/policy/enrollment_list.h"
 
 // The flags of a version-control policy, as typed, and the lines of the list that keeps them.
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "check.h"
-#include "query/evaluator.h"
+#include "vfs/query/evaluator.h"
 
 // A query is refused with a sentence, or has a value for every element: the same one each time, and
 // never more than the stack of its steps allows.

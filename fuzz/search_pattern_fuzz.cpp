@@ -2,7 +2,7 @@
 #include <string_view>
 
 #include "check.h"
-#include "search/line_search.h"
+#include "vfs/search/line_search.h"
 
 // The first line is a pattern, the rest a text. A pattern is refused with a sentence or searches in
 // linear time; every line that the automaton reports has a match when it is looked at alone.

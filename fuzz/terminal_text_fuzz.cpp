@@ -3,13 +3,13 @@
 #include <string_view>
 
 #include "check.h"
+#include "front/client/detach_keys.h"
 #include "platform/command_words.h"
-#include "server/detach_keys.h"
-#include "server/exec_command.h"
-#include "server/host_book.h"
-#include "server/marker_scanner.h"
-#include "server/terminal_command.h"
-#include "server/terminal_output.h"
+#include "server/terminals/exec_command.h"
+#include "server/terminals/host_book.h"
+#include "server/terminals/marker_scanner.h"
+#include "server/terminals/terminal_command.h"
+#include "server/terminals/terminal_output.h"
 
 // What programs print, users type and a host book holds. The first byte chooses the pieces in which
 // output arrives: however it is cut, the same end must be found. A '#' stands for the marker.
@@ -55,7 +55,7 @@ void CheckTyped(std::string_view text) {
   if (const auto words = mrb::platform::SplitCommandWords(text)) FUZZ_CHECK(!words->empty());
   const std::string once = mrb::server::WithInteractiveFlag(text);
   FUZZ_CHECK(mrb::server::WithInteractiveFlag(once) == once);
-  const auto passed = mrb::server::DetachKeys().pass(text);
+  const auto passed = mrb::front::DetachKeys().pass(text);
   FUZZ_CHECK(passed.keys.size() <= text.size() * 2);
   const auto line = mrb::server::MakeExecLine(mrb::server::ShellKind::kPosix, "sh", text, kMarker);
   FUZZ_CHECK(line.text.find(kMarker) != std::string::npos && !line.text.contains('\n'));

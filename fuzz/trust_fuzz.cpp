@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "check.h"
-#include "server/trust.h"
+#include "server/http/trust.h"
 
 // Header lines of any kind. A head is judged as a program's or an own page's only when a second,
 // slower account of the rule says so, too; and no further header makes a stranger's head better.

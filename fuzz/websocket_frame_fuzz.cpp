@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "check.h"
-#include "server/websocket_frame.h"
+#include "server/http/websocket_frame.h"
 
 // The first byte chooses the pieces in which the rest arrives. The events must not depend on them,
 // keep within the limits, and survive being written and read again.

@@ -134,7 +134,10 @@ def start_wine():
 
 def suite_format(_):
     files = run(["git", "ls-files", "*.cpp", "*.h"], stdout=subprocess.PIPE, text=True).stdout.split()
-    return Tally(1, 0) if quietly(["clang-format-19", "--dry-run", "-Werror", *files]) else FAILURE
+    total = Tally()
+    for check in (["clang-format-19", "--dry-run", "-Werror", *files], ["tools/check_includes.py"]):
+        total.add(Tally(1, 0) if quietly(check) else FAILURE)
+    return total
 
 
 def suite_unit(_):

@@ -8,19 +8,19 @@
 #include <utility>
 
 #include "common/version.h"
-#include "front/command_line.h"
-#include "front/console_io.h"
-#include "front/hand_off.h"
+#include "front/client/attach_client.h"
+#include "front/client/command_line.h"
+#include "front/client/console_io.h"
+#include "front/client/hand_off.h"
+#include "front/client/mcp_bridge.h"
 #include "front/homes.h"
 #include "front/interpreter.h"
 #include "front/local_run.h"
-#include "front/mcp_bridge.h"
 #include "front/mcp_here.h"
 #include "front/resident.h"
 #include "front/settings.h"
 #include "front/usage.h"
 #include "platform/console.h"
-#include "server/attach_client.h"
 
 namespace mrb::front {
 namespace {
@@ -72,7 +72,7 @@ int OpenTerminalPage(const Settings& settings) {
   return 0;
 }
 
-server::AttachOptions AttachOptionsOf(const Settings& settings) {
+AttachOptions AttachOptionsOf(const Settings& settings) {
   return {.port = settings.port, .headers = FolderHeader()};
 }
 
@@ -82,7 +82,7 @@ int RunTerminal(const Settings& settings) {
   if (shell == "claude") return Unavailable("terminal " + shell);
   if (shell != "bash" && shell != "powershell") return OpenTerminalPage(settings);
   if (!BringUp(settings)) return 1;
-  return server::RunNewTerminal(shell, AttachOptionsOf(settings));
+  return RunNewTerminal(shell, AttachOptionsOf(settings));
 }
 
 /// `mterm` and what follows it.
@@ -93,8 +93,8 @@ int RunMterm(const Settings& settings) {
                 " (start one: mb gui)\n");
     return 1;
   }
-  return server::RunTerminalClient({settings.arguments.begin() + 2, settings.arguments.end()},
-                                   AttachOptionsOf(settings));
+  return RunTerminalClient({settings.arguments.begin() + 2, settings.arguments.end()},
+                           AttachOptionsOf(settings));
 }
 
 bool TakeOver(const Settings& settings, std::string_view line, StdinLines& lines) {

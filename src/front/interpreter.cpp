@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "common/answer.h"
-#include "front/line_driver.h"
+#include "front/commands/line_driver.h"
 #include "platform/console.h"
 #include "platform/default_shell.h"
 #include "platform/files.h"

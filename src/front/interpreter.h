@@ -4,11 +4,11 @@
 #include <string>
 #include <string_view>
 
-#include "front/engine.h"
+#include "front/commands/engine.h"
 #include "front/homes.h"
-#include "memory/memory_service.h"
-#include "server/interpreter_bridge.h"
-#include "vfs/vfs_service.h"
+#include "memory/verbs/memory_service.h"
+#include "server/http/interpreter_bridge.h"
+#include "vfs/verbs/vfs_service.h"
 
 namespace mrb::front {
 

@@ -3,8 +3,8 @@
 #include <string>
 
 #include "common/answer.h"
-#include "front/command_text.h"
-#include "front/line_driver.h"
+#include "front/commands/command_text.h"
+#include "front/commands/line_driver.h"
 #include "platform/console.h"
 
 namespace mrb::front {

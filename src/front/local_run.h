@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "front/console_io.h"
-#include "front/engine.h"
+#include "front/client/console_io.h"
+#include "front/commands/engine.h"
 
 namespace mrb::front {
 

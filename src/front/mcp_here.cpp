@@ -3,12 +3,12 @@
 #include <algorithm>
 
 #include "common/text.h"
+#include "front/client/mcp_lines.h"
 #include "front/interpreter.h"
-#include "front/mcp_lines.h"
 #include "mcp/service.h"
 #include "platform/console.h"
 #include "platform/process.h"
-#include "vfs/settings_value.h"
+#include "vfs/policy/settings_value.h"
 
 namespace mrb::front {
 

@@ -7,7 +7,7 @@
 
 #include "chat/hub.h"
 #include "common/text.h"
-#include "front/hand_off.h"
+#include "front/client/hand_off.h"
 #include "front/interpreter.h"
 #include "front/mcp_here.h"
 #include "mcp/service.h"
@@ -16,10 +16,10 @@
 #include "platform/paths.h"
 #include "platform/single_instance.h"
 #include "platform/until_closed.h"
-#include "server/chat_sockets.h"
-#include "server/server.h"
-#include "server/terminals.h"
-#include "vfs/settings_value.h"
+#include "server/routes/chat_sockets.h"
+#include "server/routes/server.h"
+#include "server/terminals/terminals.h"
+#include "vfs/policy/settings_value.h"
 #include "workstation/workstation.h"
 
 namespace mrb::front {

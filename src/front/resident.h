@@ -1,6 +1,6 @@
 #pragma once
 
-#include "front/command_line.h"
+#include "front/client/command_line.h"
 #include "front/homes.h"
 #include "front/settings.h"
 

@@ -6,8 +6,8 @@
 #include "common/answer.h"
 #include "common/text.h"
 #include "mcp/chat_tools.h"
-#include "server/terminal_json.h"
-#include "server/terminals.h"
+#include "server/terminals/terminal_json.h"
+#include "server/terminals/terminals.h"
 
 namespace mrb::mcp {
 namespace {

@@ -6,7 +6,7 @@
 #include "common/json_text.h"
 #include "common/text.h"
 #include "mcp/tool_table.h"
-#include "server/interpreter_bridge.h"
+#include "server/http/interpreter_bridge.h"
 
 namespace mrb::mcp {
 namespace {

@@ -7,7 +7,7 @@
 #include "mcp/mcp_options.h"
 #include "mcp/messages.h"
 #include "mcp/sessions.h"
-#include "server/json_rpc_entry.h"
+#include "server/http/json_rpc_entry.h"
 
 namespace mrb::mcp {
 

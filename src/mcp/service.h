@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "mcp/mcp_options.h"
-#include "server/json_rpc_entry.h"
+#include "server/http/json_rpc_entry.h"
 
 namespace mrb::mcp {
 

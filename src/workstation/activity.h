@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <string_view>
 
-#include "memory/memory_service.h"
-#include "server/terminal_session.h"
-#include "vfs/version_store.h"
+#include "memory/verbs/memory_service.h"
+#include "server/terminals/terminal_session.h"
+#include "vfs/store/version_store.h"
 #include "workstation/change_books.h"
 #include "workstation/event_feed.h"
 

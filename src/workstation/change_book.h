@@ -7,7 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "vfs/journal.h"
+#include "vfs/mirror/journal.h"
 
 namespace mrb::workstation {
 

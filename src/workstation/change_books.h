@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "vfs/version_store.h"
+#include "vfs/store/version_store.h"
 #include "workstation/change_book.h"
 
 namespace mrb::workstation {

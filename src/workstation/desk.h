@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "server/http_message.h"
+#include "server/http/http_message.h"
 #include "workstation/json_writer.h"
 #include "workstation/params.h"
 #include "workstation/undo_shelf.h"

@@ -3,9 +3,9 @@
 #include <new>
 
 #include "common/text.h"
-#include "diff/text_lines.h"
-#include "diff/text_script.h"
-#include "vfs/node_diff.h"
+#include "vfs/diff/text_lines.h"
+#include "vfs/diff/text_script.h"
+#include "vfs/model/node_diff.h"
 #include "workstation/desk.h"
 
 namespace mrb::workstation {

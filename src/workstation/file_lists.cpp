@@ -3,8 +3,8 @@
 #include <map>
 #include <utility>
 
-#include "query/glob.h"
-#include "vfs/policy.h"
+#include "vfs/policy/policy.h"
+#include "vfs/query/glob.h"
 #include "workstation/desk.h"
 #include "workstation/page_of.h"
 

@@ -5,8 +5,8 @@
 
 #include "common/share_out.h"
 #include "common/text.h"
-#include "search/line_search.h"
-#include "vfs/store_query.h"
+#include "vfs/search/line_search.h"
+#include "vfs/verbs/store_query.h"
 #include "workstation/desk.h"
 
 namespace mrb::workstation {

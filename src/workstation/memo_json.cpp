@@ -6,7 +6,7 @@
 
 #include "common/fnv1a.h"
 #include "common/text.h"
-#include "memory/memo_types.h"
+#include "memory/record/memo_types.h"
 
 namespace mrb::workstation {
 

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "memory/context_index.h"
-#include "memory/context_registry.h"
+#include "memory/context/context_registry.h"
+#include "memory/index/context_index.h"
 #include "workstation/json_writer.h"
 #include "workstation/params.h"
 

@@ -3,11 +3,11 @@
 #include <algorithm>
 
 #include "common/text.h"
-#include "memory/fields.h"
-#include "memory/memo_types.h"
-#include "memory/record_batch.h"
-#include "memory/tokenizer.h"
-#include "memory/write_lane.h"
+#include "memory/record/memo_types.h"
+#include "memory/record/record_batch.h"
+#include "memory/text/tokenizer.h"
+#include "memory/verbs/fields.h"
+#include "memory/verbs/write_lane.h"
 #include "workstation/desk.h"
 #include "workstation/memo_json.h"
 

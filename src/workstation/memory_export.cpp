@@ -1,6 +1,6 @@
 // memory/download and memory/export: a context as a store file.
 
-#include "memory/store_format.h"
+#include "memory/record/store_format.h"
 #include "platform/paths.h"
 #include "workstation/desk.h"
 #include "workstation/memo_json.h"

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "common/text.h"
-#include "memory/memo_types.h"
-#include "memory/tokenizer.h"
-#include "query/text_search.h"
+#include "memory/record/memo_types.h"
+#include "memory/text/tokenizer.h"
+#include "vfs/query/text_search.h"
 #include "workstation/desk.h"
 #include "workstation/memo_json.h"
 #include "workstation/page_of.h"

@@ -7,11 +7,11 @@
 
 #include "common/parallel.h"
 #include "common/text.h"
-#include "memory/coverage.h"
-#include "memory/fused_search.h"
-#include "memory/temporal_query.h"
-#include "memory/tokenizer.h"
-#include "query/text_search.h"
+#include "memory/recall/coverage.h"
+#include "memory/recall/fused_search.h"
+#include "memory/recall/temporal_query.h"
+#include "memory/text/tokenizer.h"
+#include "vfs/query/text_search.h"
 #include "workstation/desk.h"
 #include "workstation/memo_json.h"
 

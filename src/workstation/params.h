@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "common/error.h"
-#include "server/http_message.h"
+#include "server/http/http_message.h"
 
 namespace mrb::workstation {
 

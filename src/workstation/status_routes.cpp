@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "common/version.h"
-#include "memory/context_registry.h"
+#include "memory/context/context_registry.h"
 #include "platform/system_memory.h"
 #include "workstation/desk.h"
 

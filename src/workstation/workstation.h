@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "server/http_message.h"
+#include "server/http/http_message.h"
 #include "workstation/workstation_parts.h"
 
 namespace mrb::workstation {

@@ -4,9 +4,9 @@
 #include <functional>
 #include <string>
 
-#include "memory/memory_service.h"
-#include "server/terminals.h"
-#include "vfs/vfs_service.h"
+#include "memory/verbs/memory_service.h"
+#include "server/terminals/terminals.h"
+#include "vfs/verbs/vfs_service.h"
 #include "workstation/activity.h"
 
 namespace mrb::workstation {

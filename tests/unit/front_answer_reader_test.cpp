@@ -1,4 +1,4 @@
-#include "front/answer_reader.h"
+#include "front/client/answer_reader.h"
 
 #include <gtest/gtest.h>
 

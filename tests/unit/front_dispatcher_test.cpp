@@ -1,15 +1,15 @@
-#include "front/dispatcher.h"
+#include "front/commands/dispatcher.h"
 
 #include <gtest/gtest.h>
 
 #include <set>
 
-#include "front/capability_registry.h"
-#include "front/line_driver.h"
-#include "front/plain_language.h"
-#include "memory/memory_service.h"
+#include "front/commands/capability_registry.h"
+#include "front/commands/line_driver.h"
+#include "front/commands/plain_language.h"
+#include "memory/verbs/memory_service.h"
 #include "temp_folder.h"
-#include "vfs/vfs_service.h"
+#include "vfs/verbs/vfs_service.h"
 
 namespace mrb::front {
 namespace {

@@ -1,4 +1,4 @@
-#include "front/health_text.h"
+#include "front/client/health_text.h"
 
 #include <gtest/gtest.h>
 

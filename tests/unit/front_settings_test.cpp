@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "front/command_line.h"
+#include "front/client/command_line.h"
 
 namespace mrb::front {
 namespace {

@@ -1,4 +1,4 @@
-#include "front/shell_runner.h"
+#include "front/commands/shell_runner.h"
 
 #include <gtest/gtest.h>
 

@@ -6,7 +6,7 @@
 #include "common/json_scan.h"
 #include "common/json_text.h"
 #include "mcp/service.h"
-#include "server/interpreter_bridge.h"
+#include "server/http/interpreter_bridge.h"
 
 namespace mrb::mcp {
 namespace {

@@ -11,7 +11,7 @@
 #include "mcp/service.h"
 #include "mcp/sized_answer.h"
 #include "mcp/tool_table.h"
-#include "server/interpreter_bridge.h"
+#include "server/http/interpreter_bridge.h"
 #include "temp_folder.h"
 
 namespace mrb::mcp {

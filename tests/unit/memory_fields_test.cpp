@@ -1,12 +1,12 @@
-#include "memory/fields.h"
+#include "memory/verbs/fields.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "memory/context_id.h"
-#include "memory/memo_types.h"
+#include "memory/record/context_id.h"
+#include "memory/record/memo_types.h"
 
 namespace mrb::memory {
 namespace {

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "memory/memory_service.h"
+#include "memory/verbs/memory_service.h"
 #include "platform/files.h"
 #include "platform/replace_file.h"
 #include "temp_folder.h"

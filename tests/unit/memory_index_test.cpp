@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "memory/context_index.h"
-#include "memory/index_builder.h"
-#include "memory/record_walk.h"
+#include "memory/index/context_index.h"
+#include "memory/index/index_builder.h"
+#include "memory/record/record_walk.h"
 
 namespace mrb::memory {
 namespace {

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "memory/lint.h"
-#include "memory/tokenizer.h"
+#include "memory/context/lint.h"
+#include "memory/text/tokenizer.h"
 #include "memory_home.h"
 #include "platform/paths.h"
 #include "temp_folder.h"

@@ -10,11 +10,11 @@
 #include <vector>
 
 #include "common/answer.h"
-#include "memory/context_store.h"
-#include "memory/embed_settings.h"
-#include "memory/embedder.h"
-#include "memory/fused_search.h"
-#include "memory/http_answer.h"
+#include "memory/context/context_store.h"
+#include "memory/embedding/embed_settings.h"
+#include "memory/embedding/embedder.h"
+#include "memory/embedding/http_answer.h"
+#include "memory/recall/fused_search.h"
 #include "memory_home.h"
 #include "platform/sockets.h"
 

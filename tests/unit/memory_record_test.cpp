@@ -1,12 +1,12 @@
-#include "memory/record.h"
+#include "memory/record/record.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "memory/memo_types.h"
-#include "memory/record_heap.h"
+#include "memory/record/memo_types.h"
+#include "memory/record/record_heap.h"
 
 namespace mrb::memory {
 namespace {

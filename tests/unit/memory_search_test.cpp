@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "memory/context_store.h"
-#include "memory/coverage.h"
-#include "memory/tokenizer.h"
+#include "memory/context/context_store.h"
+#include "memory/recall/coverage.h"
+#include "memory/text/tokenizer.h"
 #include "memory_home.h"
 
 namespace mrb::memory {

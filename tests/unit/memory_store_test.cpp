@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "memory/record.h"
+#include "memory/record/record.h"
 #include "memory_home.h"
 #include "platform/file_lock.h"
 

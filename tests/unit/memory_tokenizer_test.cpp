@@ -1,4 +1,4 @@
-#include "memory/tokenizer.h"
+#include "memory/text/tokenizer.h"
 
 #include <gtest/gtest.h>
 

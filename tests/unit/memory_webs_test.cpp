@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "common/text.h"
-#include "memory/context_store.h"
-#include "memory/frame.h"
+#include "memory/context/context_store.h"
+#include "memory/text/frame.h"
 #include "memory_home.h"
 
 namespace mrb::memory {

@@ -4,7 +4,7 @@
 #include <numeric>
 #include <random>
 
-#include "memory/written_bounds.h"
+#include "memory/index/written_bounds.h"
 
 namespace mrb::memory {
 namespace {

@@ -3,8 +3,8 @@
 #include <string>
 
 #include "chat/hub.h"
-#include "server/chat_sockets.h"
-#include "server/route_table.h"
+#include "server/routes/chat_sockets.h"
+#include "server/routes/route_table.h"
 #include "temp_folder.h"
 
 namespace mrb::server {

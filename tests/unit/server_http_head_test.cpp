@@ -1,11 +1,11 @@
-#include "server/http_head.h"
+#include "server/http/http_head.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 
-#include "server/http_message.h"
-#include "server/request_reader.h"
+#include "server/http/http_message.h"
+#include "server/http/request_reader.h"
 
 namespace mrb::server {
 namespace {

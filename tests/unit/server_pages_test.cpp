@@ -3,9 +3,9 @@
 #include <filesystem>
 #include <fstream>
 
-#include "server/page_path.h"
-#include "server/plain_name.h"
-#include "server/route_table.h"
+#include "server/http/plain_name.h"
+#include "server/routes/page_path.h"
+#include "server/routes/route_table.h"
 #include "temp_folder.h"
 
 namespace mrb::server {

@@ -2,10 +2,10 @@
 
 #include <fstream>
 
-#include "server/console_tail.h"
-#include "server/interpreter_bridge.h"
-#include "server/listening.h"
-#include "server/route_table.h"
+#include "server/http/interpreter_bridge.h"
+#include "server/http/listening.h"
+#include "server/routes/console_tail.h"
+#include "server/routes/route_table.h"
 #include "temp_folder.h"
 
 namespace mrb::server {

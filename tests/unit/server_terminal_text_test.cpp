@@ -2,12 +2,11 @@
 
 #include <random>
 
-#include "server/detach_keys.h"
-#include "server/exec_command.h"
-#include "server/host_book.h"
-#include "server/marker_scanner.h"
-#include "server/terminal_command.h"
-#include "server/terminal_output.h"
+#include "server/terminals/exec_command.h"
+#include "server/terminals/host_book.h"
+#include "server/terminals/marker_scanner.h"
+#include "server/terminals/terminal_command.h"
+#include "server/terminals/terminal_output.h"
 
 namespace mrb::server {
 namespace {
@@ -152,22 +151,6 @@ TEST(TerminalCommandTest, KeepsSizesAndNamesToTheRule) {
        {"", "A", "a b", "\xC3\xA4", "a.b", "012345678901234567890123456789012"}) {
     EXPECT_FALSE(IsTerminalName(name)) << name;
   }
-}
-
-TEST(DetachKeysTest, PassesEverythingButItsOwnKeys) {
-  const auto pass = [](std::initializer_list<const char*> pieces) {
-    DetachKeys keys;
-    std::string all;
-    for (const char* piece : pieces) {
-      const DetachKeys::Passed passed = keys.pass(piece);
-      all += passed.keys + (passed.detach ? "!" : "|");
-    }
-    return all;
-  };
-  EXPECT_EQ(pass({"ab\x03", "d"}), "ab\x03|d|");
-  EXPECT_EQ(pass({"a\x1c", "dx"}), "a|!");
-  EXPECT_EQ(pass({"\x1c\x1c", "d"}), "\x1c|d|");
-  EXPECT_EQ(pass({"\x1cx\x1c", "\x1b[A"}), "\x1cx|\x1c\x1b[A|");
 }
 
 TEST(HostBookTest, ReadsWhatItWroteAndPassesOverTheRest) {

@@ -1,4 +1,4 @@
-#include "server/terminals.h"
+#include "server/terminals/terminals.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 
 #include "common/json_scan.h"
 #include "platform/paths.h"
-#include "server/route_table.h"
+#include "server/routes/route_table.h"
 #include "temp_folder.h"
 
 namespace mrb::server {

@@ -1,10 +1,10 @@
-#include "server/trust.h"
+#include "server/http/trust.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "server/session_gate.h"
+#include "server/http/session_gate.h"
 
 namespace mrb::server {
 namespace {

@@ -1,4 +1,4 @@
-#include "server/websocket_frame.h"
+#include "server/http/websocket_frame.h"
 
 #include <gtest/gtest.h>
 

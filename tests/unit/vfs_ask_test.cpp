@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <random>
 
-#include "vfs/grep_printer.h"
-#include "vfs/grep_words.h"
-#include "vfs/version_record.h"
+#include "vfs/grep/grep_printer.h"
+#include "vfs/grep/grep_words.h"
+#include "vfs/model/version_record.h"
 #include "vfs_service_fixture.h"
 
 namespace mrb::vfs {

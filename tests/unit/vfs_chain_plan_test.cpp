@@ -1,9 +1,9 @@
-#include "vfs/chain_plan.h"
+#include "vfs/mirror/chain_plan.h"
 
 #include <gtest/gtest.h>
 
 #include "temp_folder.h"
-#include "vfs/journal.h"
+#include "vfs/mirror/journal.h"
 
 namespace mrb::vfs {
 namespace {

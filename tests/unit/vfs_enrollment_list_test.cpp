@@ -1,4 +1,4 @@
-#include "vfs/enrollment_list.h"
+#include "vfs/policy/enrollment_list.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include "platform/faulty_files.h"
 #include "platform/replace_file.h"
 #include "temp_folder.h"
-#include "vfs/watched_files.h"
+#include "vfs/policy/watched_files.h"
 
 namespace mrb::vfs {
 namespace {

@@ -1,4 +1,4 @@
-#include "vfs/folder_state.h"
+#include "vfs/store/folder_state.h"
 
 #include <map>
 #include <random>

@@ -1,10 +1,10 @@
-#include "vfs/policy.h"
+#include "vfs/policy/policy.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 
-#include "vfs/size_text.h"
+#include "vfs/model/size_text.h"
 
 namespace mrb::vfs {
 namespace {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "temp_folder.h"
-#include "vfs/vfs_service.h"
+#include "vfs/verbs/vfs_service.h"
 
 namespace mrb::vfs::test {
 

@@ -1,9 +1,9 @@
-#include "vfs/vfs_service.h"
+#include "vfs/verbs/vfs_service.h"
 
 #include <gtest/gtest.h>
 
-#include "vfs/arguments.h"
-#include "vfs/tree_path.h"
+#include "vfs/model/tree_path.h"
+#include "vfs/verbs/arguments.h"
 #include "vfs_service_fixture.h"
 
 namespace mrb::vfs {

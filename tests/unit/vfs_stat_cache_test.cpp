@@ -1,9 +1,9 @@
-#include "vfs/stat_cache.h"
+#include "vfs/mirror/stat_cache.h"
 
 #include <functional>
 #include <vector>
 
-#include "vfs/mirror_layout.h"
+#include "vfs/mirror/mirror_layout.h"
 #include "vfs_store_fixture.h"
 
 namespace mrb::vfs::test {

@@ -12,7 +12,7 @@
 
 #include "platform/faulty_files.h"
 #include "temp_folder.h"
-#include "vfs/version_store.h"
+#include "vfs/store/version_store.h"
 
 namespace mrb::vfs::test {
 

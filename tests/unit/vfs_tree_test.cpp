@@ -4,12 +4,12 @@
 #include <array>
 #include <set>
 
-#include "vfs/blob.h"
-#include "vfs/file_table.h"
-#include "vfs/lock_table.h"
-#include "vfs/mirror_layout.h"
-#include "vfs/nodes.h"
-#include "vfs/reserved_names.h"
+#include "vfs/mirror/mirror_layout.h"
+#include "vfs/model/blob.h"
+#include "vfs/model/file_table.h"
+#include "vfs/model/lock_table.h"
+#include "vfs/model/nodes.h"
+#include "vfs/model/reserved_names.h"
 
 namespace mrb::vfs {
 namespace {

@@ -1,4 +1,4 @@
-#include "vfs/watcher.h"
+#include "vfs/watch/watcher.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include "platform/files.h"
 #include "platform/replace_file.h"
 #include "temp_folder.h"
-#include "vfs/watch_lock.h"
+#include "vfs/watch/watch_lock.h"
 
 namespace mrb::vfs {
 namespace {

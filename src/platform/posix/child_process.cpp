@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +12,7 @@
 #include <utility>
 
 #include "platform/posix/process_tree.h"
+#include "platform/posix/system_calls.h"
 #include "platform/posix/system_error.h"
 
 namespace mrb::platform {
@@ -127,8 +127,7 @@ ChildProcess::~ChildProcess() {
 }
 
 Descriptor ChildProcess::watch_end() const {
-  // By number, for the C library's own header cannot be used from C++ everywhere.
-  return Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, id_, 0)));
+  return WatchProcessEnd(id_);
 }
 
 bool ChildProcess::has_ended() const {

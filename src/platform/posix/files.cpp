@@ -9,6 +9,7 @@
 #include "platform/posix/descriptor.h"
 #include "platform/posix/file_status.h"
 #include "platform/posix/open_file.h"
+#include "platform/posix/system_calls.h"
 #include "platform/posix/system_error.h"
 #include "platform/posix/tree_walk.h"
 
@@ -148,7 +149,7 @@ class PosixFiles final : public FileSystem {
   }
 
   Status rename_new(const std::string& from, const std::string& to) override {
-    int renamed = ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE);
+    int renamed = RenameIfFree(from.c_str(), to.c_str());
     if (renamed != 0 && (errno == EINVAL || errno == ENOSYS)) {
       renamed = RenameAfterLook(from.c_str(), to.c_str());
     }
@@ -170,7 +171,7 @@ class PosixFiles final : public FileSystem {
     const Descriptor fd(
         Uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); }));
     if (!fd) return FailErrno("open", path);
-    if (::syncfs(fd.get()) != 0) return FailErrno("flush the volume of", path);
+    if (SyncFileSystemOf(fd.get()) != 0) return FailErrno("flush the volume of", path);
     return {};
   }
 };

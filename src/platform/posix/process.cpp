@@ -8,6 +8,7 @@
 #include <cstdlib>
 
 #include "platform/paths.h"
+#include "platform/posix/system_calls.h"
 
 namespace mrb::platform {
 namespace {
@@ -31,17 +32,7 @@ std::vector<std::string> ProcessArguments(int argc, char** argv) {
 }
 
 std::string ExecutablePath() {
-  std::array<char, PATH_MAX> path{};
-  const auto length = ::readlink("/proc/self/exe", path.data(), path.size());
-  if (length <= 0 || static_cast<std::size_t>(length) == path.size()) return {};
-  std::string text(path.data(), static_cast<std::size_t>(length));
-  // The system marks a program that was replaced while it ran; what lies at its path now is the one
-  // to start again.
-  static constexpr std::string_view kDeleted = " (deleted)";
-  if (text.ends_with(kDeleted) && ::access(text.c_str(), F_OK) != 0) {
-    text.resize(text.size() - kDeleted.size());
-  }
-  return text;
+  return ExecutableLink();
 }
 
 std::optional<std::string> EnvironmentVariable(const std::string& name) {

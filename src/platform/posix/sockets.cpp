@@ -1,10 +1,8 @@
 #include "platform/sockets.h"
 
-#include <linux/sockios.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 
@@ -16,6 +14,7 @@
 
 #include "platform/posix/descriptor.h"
 #include "platform/posix/socket_options.h"
+#include "platform/posix/system_calls.h"
 #include "platform/posix/system_error.h"
 
 namespace mrb::platform {
@@ -39,12 +38,6 @@ std::unexpected<Error> FailTransfer(std::string_view attempt) {
   return std::unexpected<Error>(SystemError(code, attempt, "a connection"));
 }
 
-/// Bytes that the peer's system has not taken yet.
-int Unsent(int fd) {
-  int bytes = 0;
-  return ::ioctl(fd, SIOCOUTQ, &bytes) == 0 ? bytes : 0;
-}
-
 /// The send time-out; -1 for none.
 int SendTimeoutMs(int fd) {
   timeval value{};
@@ -62,12 +55,12 @@ bool AwaitRoom(int fd) {
   const int timeout = SendTimeoutMs(fd);
   pollfd wait{fd, POLLOUT, 0};
   if (timeout < 0) return Uninterrupted([&] { return ::poll(&wait, 1, -1); }) > 0;
-  int unsent = Unsent(fd);
+  int unsent = UnsentBytes(fd);
   auto last_taken = Clock::now();
   for (;;) {
     const int ready = Uninterrupted([&] { return ::poll(&wait, 1, std::min(timeout, kLookMs)); });
     if (ready != 0) return ready > 0;
-    const int left = Unsent(fd);
+    const int left = UnsentBytes(fd);
     if (left < unsent) last_taken = Clock::now();
     unsent = left;
     if (Clock::now() - last_taken >= Milliseconds(timeout)) return false;

@@ -1,9 +1,7 @@
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -11,6 +9,7 @@
 #include "platform/posix/child_process.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/process_tree.h"
+#include "platform/posix/system_calls.h"
 #include "platform/posix/system_error.h"
 #include "platform/process.h"
 
@@ -23,20 +22,11 @@ namespace mrb::platform {
 namespace {
 
 constexpr int kReportFd = 3;
-constexpr rlim_t kMostDescriptors = 65536;  // for the slow way of closing; more are never open here
 
 [[noreturn]] void ReportAndDie(int fd, int code) {
   const auto ignored = ::write(fd, &code, sizeof code);
   static_cast<void>(ignored);
   ::_exit(127);
-}
-
-void CloseFrom(unsigned first) {
-  if (::close_range(first, ~0U, 0) == 0) return;
-  rlimit limit{};
-  ::getrlimit(RLIMIT_NOFILE, &limit);
-  const auto end = static_cast<int>(std::min(limit.rlim_cur, kMostDescriptors));
-  for (int fd = static_cast<int>(first); fd < end; ++fd) ::close(fd);
 }
 
 void ResetSignals() {
@@ -57,7 +47,7 @@ void ResetSignals() {
   if (high_null < 0) ReportAndDie(high, errno);
   for (int stream = 0; stream <= 2; ++stream) ::dup2(high_null, stream);
   ::dup3(high, kReportFd, O_CLOEXEC);
-  CloseFrom(kReportFd + 1);
+  CloseDescriptorsFrom(kReportFd + 1);
   ResetSignals();
   if (::chdir(folder) != 0) ReportAndDie(kReportFd, errno);
   ::execve(arguments[0], arguments, environment);

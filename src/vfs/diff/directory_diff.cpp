@@ -1,4 +1,4 @@
-#include "diff/directory_diff.h"
+#include "vfs/diff/directory_diff.h"
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
-#include "diff/file_diff.h"
+#include "vfs/diff/file_diff.h"
 
 #include <new>
 #include <stdexcept>
 
-#include "diff/text_lines.h"
+#include "vfs/diff/text_lines.h"
 
 namespace mrb::diff {
 namespace {

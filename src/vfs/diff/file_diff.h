@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "diff/text_script.h"
+#include "vfs/diff/text_script.h"
 
 namespace mrb::diff {
 

@@ -1,4 +1,4 @@
-#include "diff/lcs_row.h"
+#include "vfs/diff/lcs_row.h"
 
 #include <algorithm>
 #include <bit>

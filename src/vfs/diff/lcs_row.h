@@ -4,8 +4,8 @@
 #include <span>
 #include <vector>
 
-#include "diff/line_ids.h"
-#include "diff/occurrence_index.h"
+#include "vfs/diff/line_ids.h"
+#include "vfs/diff/occurrence_index.h"
 
 namespace mrb::diff {
 

@@ -1,4 +1,4 @@
-#include "diff/line_ids.h"
+#include "vfs/diff/line_ids.h"
 
 #include <bit>
 #include <functional>

@@ -1,4 +1,4 @@
-#include "diff/line_script.h"
+#include "vfs/diff/line_script.h"
 
 #include <algorithm>
 #include <span>

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "diff/lcs_row.h"
-#include "diff/line_ids.h"
+#include "vfs/diff/lcs_row.h"
+#include "vfs/diff/line_ids.h"
 
 namespace mrb::diff {
 

@@ -1,4 +1,4 @@
-#include "diff/occurrence_index.h"
+#include "vfs/diff/occurrence_index.h"
 
 #include <algorithm>
 

@@ -4,7 +4,7 @@
 #include <span>
 #include <vector>
 
-#include "diff/line_ids.h"
+#include "vfs/diff/line_ids.h"
 
 namespace mrb::diff {
 

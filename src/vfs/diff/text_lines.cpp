@@ -1,4 +1,4 @@
-#include "diff/text_lines.h"
+#include "vfs/diff/text_lines.h"
 
 #include <algorithm>
 

@@ -1,11 +1,11 @@
-#include "diff/text_script.h"
+#include "vfs/diff/text_script.h"
 
 #include <algorithm>
 #include <new>
 #include <span>
 
-#include "diff/line_ids.h"
-#include "diff/text_lines.h"
+#include "vfs/diff/line_ids.h"
+#include "vfs/diff/text_lines.h"
 
 namespace mrb::diff {
 namespace {

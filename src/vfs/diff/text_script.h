@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "diff/line_script.h"
+#include "vfs/diff/line_script.h"
 
 namespace mrb::diff {
 

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "query/value.h"
+#include "vfs/query/value.h"
 
 namespace mrb::query {
 

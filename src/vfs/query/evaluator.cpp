@@ -1,8 +1,8 @@
-#include "query/evaluator.h"
+#include "vfs/query/evaluator.h"
 
 #include <charconv>
 
-#include "query/field.h"
+#include "vfs/query/field.h"
 
 namespace mrb::query {
 

@@ -5,9 +5,9 @@
 #include <string_view>
 #include <vector>
 
-#include "query/element.h"
-#include "query/expression.h"
-#include "query/value.h"
+#include "vfs/query/element.h"
+#include "vfs/query/expression.h"
+#include "vfs/query/value.h"
 
 namespace mrb::query {
 

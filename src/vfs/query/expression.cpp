@@ -1,4 +1,4 @@
-#include "query/expression.h"
+#include "vfs/query/expression.h"
 
 #include <algorithm>
 #include <span>

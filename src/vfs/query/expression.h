@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "common/error.h"
-#include "query/field.h"
-#include "query/text_search.h"
-#include "query/token.h"
+#include "vfs/query/field.h"
+#include "vfs/query/text_search.h"
+#include "vfs/query/token.h"
 
 namespace mrb::query {
 

@@ -1,9 +1,9 @@
-#include "query/field.h"
+#include "vfs/query/field.h"
 
 #include <algorithm>
 
-#include "query/glob.h"
-#include "query/text_search.h"
+#include "vfs/query/glob.h"
+#include "vfs/query/text_search.h"
 
 namespace mrb::query {
 namespace {

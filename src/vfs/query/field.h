@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "query/element.h"
-#include "query/value.h"
+#include "vfs/query/element.h"
+#include "vfs/query/value.h"
 
 namespace mrb::query {
 

@@ -1,4 +1,4 @@
-#include "query/glob.h"
+#include "vfs/query/glob.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "query/query_text.h"
+#include "vfs/query/query_text.h"
 
 #include "common/text.h"
 

@@ -1,7 +1,7 @@
-#include "query/text_search.h"
+#include "vfs/query/text_search.h"
 
 #include "common/text.h"
-#include "query/glob.h"
+#include "vfs/query/glob.h"
 
 namespace mrb::query {
 

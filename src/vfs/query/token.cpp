@@ -1,9 +1,9 @@
-#include "query/token.h"
+#include "vfs/query/token.h"
 
 #include <algorithm>
 #include <string>
 
-#include "query/value.h"
+#include "vfs/query/value.h"
 
 namespace mrb::query {
 namespace {

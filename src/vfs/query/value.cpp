@@ -1,4 +1,4 @@
-#include "query/value.h"
+#include "vfs/query/value.h"
 
 #include <algorithm>
 #include <charconv>
@@ -8,7 +8,7 @@
 #include <limits>
 #include <string>
 
-#include "query/glob.h"
+#include "vfs/query/glob.h"
 
 namespace mrb::query {
 namespace {

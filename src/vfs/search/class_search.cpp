@@ -1,4 +1,4 @@
-#include "search/class_search.h"
+#include "vfs/search/class_search.h"
 
 #include <bit>
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "search/pattern.h"
+#include "vfs/search/pattern.h"
 
 namespace mrb::search {
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "search/program.h"
+#include "vfs/search/program.h"
 
 namespace mrb::search {
 

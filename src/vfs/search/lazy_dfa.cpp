@@ -1,4 +1,4 @@
-#include "search/lazy_dfa.h"
+#include "vfs/search/lazy_dfa.h"
 
 #include <algorithm>
 

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "search/closure.h"
-#include "search/program.h"
+#include "vfs/search/closure.h"
+#include "vfs/search/program.h"
 
 namespace mrb::search {
 

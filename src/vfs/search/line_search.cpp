@@ -1,9 +1,9 @@
-#include "search/line_search.h"
+#include "vfs/search/line_search.h"
 
 #include <algorithm>
 
-#include "search/required_classes.h"
-#include "search/required_literal.h"
+#include "vfs/search/required_classes.h"
+#include "vfs/search/required_literal.h"
 
 namespace mrb::search {
 namespace {

@@ -7,11 +7,11 @@
 
 #include "common/error.h"
 #include "common/literal_search.h"
-#include "search/class_search.h"
-#include "search/lazy_dfa.h"
-#include "search/match_span.h"
-#include "search/pattern.h"
-#include "search/program.h"
+#include "vfs/search/class_search.h"
+#include "vfs/search/lazy_dfa.h"
+#include "vfs/search/match_span.h"
+#include "vfs/search/pattern.h"
+#include "vfs/search/program.h"
 
 namespace mrb::search {
 

@@ -1,4 +1,4 @@
-#include "search/match_span.h"
+#include "vfs/search/match_span.h"
 
 namespace mrb::search {
 /// All threads at once, byte by byte, those that began first ahead of the others: a place that two

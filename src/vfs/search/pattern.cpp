@@ -1,4 +1,4 @@
-#include "search/pattern.h"
+#include "vfs/search/pattern.h"
 
 #include <optional>
 #include <utility>

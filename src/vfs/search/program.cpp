@@ -1,4 +1,4 @@
-#include "search/program.h"
+#include "vfs/search/program.h"
 
 namespace mrb::search {
 namespace {

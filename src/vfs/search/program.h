@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "common/error.h"
-#include "search/pattern.h"
+#include "vfs/search/pattern.h"
 
 namespace mrb::search {
 

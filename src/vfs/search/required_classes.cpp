@@ -1,10 +1,10 @@
-#include "search/required_classes.h"
+#include "vfs/search/required_classes.h"
 
 #include <algorithm>
 #include <array>
 #include <utility>
 
-#include "search/class_search.h"
+#include "vfs/search/class_search.h"
 
 namespace mrb::search {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "search/pattern.h"
+#include "vfs/search/pattern.h"
 
 namespace mrb::search {
 

@@ -1,4 +1,4 @@
-#include "search/required_literal.h"
+#include "vfs/search/required_literal.h"
 
 #include <string_view>
 #include <utility>

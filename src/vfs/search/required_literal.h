@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "search/pattern.h"
+#include "vfs/search/pattern.h"
 
 namespace mrb::search {
 

@@ -1,4 +1,4 @@
-#include "search/submatches.h"
+#include "vfs/search/submatches.h"
 
 namespace mrb::search {
 namespace {

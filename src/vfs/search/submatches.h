@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "search/closure.h"
-#include "search/match_span.h"
+#include "vfs/search/closure.h"
+#include "vfs/search/match_span.h"
 
 namespace mrb::search {
 

@@ -1,0 +1,55 @@
+#include "front/commands/engine.h"
+
+#include <utility>
+
+#include "common/answer.h"
+#include "platform/folders.h"
+#include "server/http/interpreter_bridge.h"
+
+namespace mrb::front {
+
+std::string AuthorBook::author_of(std::string_view bot) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = authors_.find(bot);
+  return found == authors_.end() ? std::string(bot) : found->second;
+}
+
+bool AuthorBook::set(std::string_view bot, std::string_view author) {
+  const std::lock_guard lock(mutex_);
+  const auto found = authors_.find(bot);
+  if (found != authors_.end()) {
+    found->second = author;
+    return true;
+  }
+  if (authors_.size() >= kMostBots) return false;
+  authors_.emplace(bot, author);
+  return true;
+}
+
+TraceSpan::TraceSpan(const Engine& engine, std::string name)
+    : engine_(engine), name_(std::move(name)) {
+  if (engine_.services->trace) engine_.services->trace(name_, true);
+}
+
+TraceSpan::~TraceSpan() {
+  if (engine_.services->trace) engine_.services->trace(name_, false);
+}
+
+std::string NotInThisBuild(std::string_view verb) {
+  return ErrorAnswer("'" + std::string(verb) + "' is not available in this build");
+}
+
+vfs::VfsCall CallOf(const Engine& engine) {
+  // The caller's folder; a command that runs in the caller's own process has no other.
+  const std::string& folder = server::CurrentCallSettings().working_directory;
+  return {.author = engine.services->authors->author_of(engine.bot),
+          .working_directory = platform::AbsolutePath(folder.empty() ? "." : folder),
+          .registers = engine.services->registers->of(engine.bot)};
+}
+
+std::string RunFiles(const Engine& engine, std::string_view name_space, std::string_view verb,
+                     std::string_view arguments) {
+  return engine.services->files->execute(CallOf(engine), name_space, verb, arguments);
+}
+
+}  // namespace mrb::front

@@ -1,0 +1,318 @@
+// keywords and search: recall by the words of a memo.
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdio>
+
+#include "common/answer.h"
+#include "common/parallel.h"
+#include "memory/recall/coverage.h"
+#include "memory/recall/fused_search.h"
+#include "memory/recall/temporal_query.h"
+#include "memory/verbs/fields.h"
+#include "memory/verbs/memo_lines.h"
+#include "memory/verbs/memo_text.h"
+#include "memory/verbs/temporal_section.h"
+#include "memory/verbs/verb_table.h"
+
+namespace mrb::memory {
+
+namespace {
+
+constexpr std::string_view kSearchUsage = "memory.search <botid>, {ctxA,ctxB}|*, <query words>";
+constexpr std::size_t kMaxPerContext = 20;
+constexpr std::size_t kMaxRelated = 24;        // related keywords an answer shows
+constexpr std::size_t kMaxSemanticLane = 100;  // nearest memos that a fused answer looks at
+constexpr std::size_t kMaxSearchers = 8;       // contexts that one search looks at side by side
+
+std::string number(std::uint64_t value) {
+  return std::to_string(value);
+}
+
+std::string format_score(std::uint32_t quarters) {
+  std::array<char, 32> text;
+  const int length = std::snprintf(text.data(), text.size(), "%g",
+                                   static_cast<double>(quarters) / double{kScoreUnit});
+  return {text.data(), static_cast<std::size_t>(length)};
+}
+
+std::vector<std::uint32_t> rows_of(const CoverageHits& hits) {
+  std::vector<std::uint32_t> rows(hits.size());
+  std::ranges::transform(hits.hits(), rows.begin(), &CoverageHits::Hit::row);
+  return rows;
+}
+
+/// Appends a line per hit: topic#n, types, score and how each term was reached.
+void append_hits(std::string& out, const ContextIndex& index, std::span<const QueryTerm> terms,
+                 const CoverageHits& hits) {
+  std::vector<std::string> heads(kScoreUnit * terms.size() + 1);  // by score
+  for (std::uint32_t score = 1; score < heads.size(); ++score) {
+    heads[score] = " (" + format_score(score) + " via ";
+  }
+  std::vector<std::array<std::string, 4>> matches(terms.size());  // by term and kind
+  for (std::size_t term = 0; term < terms.size(); ++term) {
+    for (unsigned kind = 1; kind <= 3; ++kind) {
+      matches[term].at(kind) =
+          terms[term].text + " " + std::string(MatchName(static_cast<MatchKind>(kind)));
+    }
+  }
+  AppendMemoLines(out, index, rows_of(hits), "\n  ", [&](std::string& line, std::size_t i) {
+    const CoverageHits::Hit& hit = hits.hits()[i];
+    const MatchMarks marks = hits.marks(hit);
+    line += heads[hit.score];
+    std::string_view separator;
+    for (std::size_t term = 0; term < matches.size(); ++term) {
+      if (const unsigned kind = marks.of(term); kind != 0) {
+        line.append(separator).append(matches[term].at(kind));
+        separator = ", ";
+      }
+    }
+    line += ")";
+  });
+}
+
+/// "\n  related: a (3 topics), b (1 topic)", the closest first.
+void append_related(std::string& out, const ContextIndex& index,
+                    std::span<const std::uint32_t> keywords) {
+  std::string_view lead = "\n  related: ";
+  for (const std::uint32_t id : keywords.first(std::min(keywords.size(), kMaxRelated))) {
+    const std::uint32_t topics = index.topics_of(id);
+    out.append(lead).append(index.keywords().name(id)).append(" (").append(number(topics));
+    out.append(topics == 1 ? " topic)" : " topics)");
+    lead = ", ";
+  }
+  if (keywords.size() > kMaxRelated) {
+    out += ", ... (" + number(keywords.size() - kMaxRelated) + " more)";
+  }
+}
+
+std::vector<std::uint32_t> related_of(const QueryTerm& term) {
+  std::vector<std::uint32_t> related = term.semantic;
+  related.insert(related.end(), term.thematic.begin(), term.thematic.end());
+  return related;
+}
+
+/// What the memos of an answer say about the time that the query asks for.
+std::string temporal_section(const ContextIndex& index, const TemporalQuery& temporal,
+                             std::span<const std::uint32_t> rows) {
+  if (!temporal.is_time_related()) {
+    return "";
+  }
+  std::vector<std::uint32_t> ascending(rows.begin(), rows.end());
+  std::ranges::sort(ascending);
+  return TemporalSection(index, temporal, ascending);
+}
+
+/// One word: the memos posted under it, else those of the words nearest to it.
+std::string one_keyword(const ContextIndex& index, const QueryTerm& term, std::string_view query,
+                        std::string_view context, const TemporalQuery& temporal) {
+  std::string answer = "OK: ";
+  const auto list = [&](std::span<const std::uint32_t> rows, const std::string& via) {
+    answer += number(rows.size()) + " memo hit(s):";
+    AppendMemoLines(answer, index, rows, "\n    ",
+                    [&](std::string& line, std::size_t) { line += via; });
+  };
+  if (term.exact.size() == 1) {
+    list(index.keywords().rows(term.exact.front()), " (via " + term.text + ")");
+    append_related(answer, index, related_of(term));
+    return answer + temporal_section(index, temporal, index.keywords().rows(term.exact.front()));
+  }
+  QueryTerm nearest = term;
+  if (!nearest.exact.empty()) {
+    nearest.semantic.clear();
+    nearest.thematic.clear();
+  }
+  const CoverageHits hits = RankByCoverage(index, std::span(&nearest, 1), kAllHits);
+  if (!hits.empty()) {
+    answer += number(hits.size()) + " memo hit(s):";
+    const std::vector<std::uint32_t> rows = rows_of(hits);
+    AppendMemoLines(answer, index, rows, "\n    ", [&](std::string& line, std::size_t i) {
+      const auto kind = static_cast<MatchKind>(hits.marks(hits.hits()[i]).of(0));
+      line.append(" (via ").append(term.text);
+      line.append(kind == MatchKind::kExact ? "" : " ");
+      line.append(kind == MatchKind::kExact ? "" : MatchName(kind)).append(")");
+    });
+    append_related(answer, index, related_of(term));
+    return answer + temporal_section(index, temporal, rows);
+  }
+  const std::vector<std::uint32_t> similar = SimilarKeywords(index, term.text);
+  const std::string section = temporal_section(index, temporal, {});
+  if (similar.empty() && section.empty()) {
+    return ErrorAnswer("keyword '" + std::string(query) + "' not in context '" +
+                       std::string(context) + "'");
+  }
+  answer += "0 keyword hit(s) for '" + std::string(query) + "'";
+  append_related(answer, index, similar);
+  return answer + section;
+}
+
+std::string no_term_error(std::string_view query) {
+  return ErrorAnswer("no term of '" + std::string(query) +
+                     "' is a word that could be a keyword (two letters or digits at least)");
+}
+
+/// The query's vector where the context's semantic lane is armed and has vectors; empty where it is
+/// not, or when nobody embeds it: words alone answer then. Asked before the context is held.
+Result<std::vector<float>> query_vector(const VerbCall& call, std::string_view context,
+                                        std::string_view query) {
+  std::string model;
+  {
+    const auto access = call.contexts.read(context);
+    if (!access) {
+      return std::unexpected(access.error());
+    }
+    const EmbedSettings& settings = access->store->overlays().settings();
+    if (!settings.armed || access->store->index().totals().vectors == 0) {
+      return {};
+    }
+    model = settings.model;
+  }
+  return call.options.embedder(model, query).value_or(std::vector<float>());
+}
+
+/// The temporal lane: the memos of the query's dates, else the dated ones of the hits, in time
+/// order.
+std::vector<std::uint32_t> temporal_lane(const ContextIndex& index, const TemporalQuery& temporal,
+                                         std::span<const std::uint32_t> hits) {
+  std::vector<std::uint32_t> rows;
+  if (temporal.has_date()) {
+    const auto dated = FindDated(index, temporal);
+    std::ranges::transform(dated, std::back_inserter(rows), &DatedRow::row);
+  } else if (temporal.is_time_related()) {
+    const TimeWeb& time = index.webs().time();
+    std::ranges::copy_if(hits, std::back_inserter(rows),
+                         [&](std::uint32_t row) { return time.anchor(row).is_set(); });
+    std::ranges::sort(rows, {},
+                      [&](std::uint32_t row) { return std::pair(time.anchor(row), row); });
+  }
+  return rows;
+}
+
+std::string fused_answer(const ContextIndex& index, std::span<const QueryTerm> terms,
+                         std::span<const float> vector, const TemporalQuery& temporal,
+                         std::string_view query) {
+  RankedLanes lanes;
+  auto& [words, semantic, dated] = lanes;
+  words = rows_of(RankByCoverage(index, terms, kAllHits));
+  const auto near = index.vectors().nearest(vector, kMaxSemanticLane);
+  std::ranges::transform(near, std::back_inserter(semantic), &NearMemo::row);
+  dated = temporal_lane(index, temporal, words);
+  const std::vector<FusedHit> hits = Fuse(lanes);
+  if (hits.empty()) {
+    return OkAnswer("0 keyword hit(s) for '" + std::string(query) + "'");
+  }
+  std::string answer = OkAnswer(number(hits.size()) + " memo(s), keyword+semantic" +
+                                (dated.empty() ? "" : "+temporal") + " fused (RRF):");
+  for (const FusedHit& hit : hits) {
+    std::array<char, 32> score;
+    const int length = std::snprintf(score.data(), score.size(), " rrf=%.4f ", hit.score);
+    answer += "\n  ";
+    AppendMemoHead(answer, index, hit.row);
+    answer += " ";
+    AppendFirstLine(answer, index.record(hit.row).content);
+    answer.append(score.data(), static_cast<std::size_t>(length)).append(hit.lane_names());
+  }
+  return answer;
+}
+
+struct ContextHits {
+  Status failure;
+  std::size_t hits = 0;
+  std::string lines;
+};
+
+ContextHits search_one(ContextRegistry& contexts, std::string_view id, std::string_view query) {
+  ContextHits found;
+  const auto access = contexts.read(id);
+  if (!access) {
+    found.failure = std::unexpected(access.error());
+    return found;
+  }
+  const ContextIndex& index = access->store->index();
+  const std::vector<QueryTerm> terms = ReadQueryTerms(index, query);
+  const CoverageHits hits = RankByCoverage(index, terms, kMaxPerContext);
+  found.hits = hits.size();
+  append_hits(found.lines, index, terms, hits);
+  return found;
+}
+
+}  // namespace
+
+std::string RunKeywords(const VerbCall& call) {
+  const auto fields = SplitFields(call.rest, 3);
+  if (fields.size() < 3) {
+    return GenericUsageError(call);
+  }
+  const std::string_view query = fields[2];
+  const auto vector = query_vector(call, fields[1], query);
+  if (!vector) {
+    return ErrorAnswer(vector.error().text);
+  }
+  const auto access = call.contexts.read(fields[1]);
+  if (!access) {
+    return ErrorAnswer(access.error().text);
+  }
+  const ContextIndex& index = access->store->index();
+  const std::vector<QueryTerm> terms = ReadQueryTerms(index, query);
+  if (terms.empty()) {
+    return no_term_error(query);
+  }
+  const TemporalQuery temporal = ReadTemporalQuery(query, call.now());
+  if (!vector->empty()) {
+    return fused_answer(index, terms, *vector, temporal, query);
+  }
+  if (terms.size() == 1) {
+    return one_keyword(index, terms.front(), query, fields[1], temporal);
+  }
+  const CoverageHits hits = RankByCoverage(index, terms, kAllHits);
+  const std::string section = temporal_section(index, temporal, rows_of(hits));
+  if (hits.empty()) {
+    return OkAnswer("0 keyword hit(s) for '" + std::string(query) + "'") + section;
+  }
+  std::string answer = "OK: " + number(hits.size()) + " memo(s) ranked by coverage of " +
+                       number(terms.size()) +
+                       " terms (exact 1, semantic .5, thematic .25 per term)";
+  append_hits(answer, index, terms, hits);
+  return answer + section;
+}
+
+std::string RunSearch(const VerbCall& call) {
+  const auto fields = SplitFields(call.rest, 3);
+  if (fields.size() < 3 || fields[2].empty()) {
+    return ErrorAnswer("usage  " + std::string(kSearchUsage));
+  }
+  const std::string query(fields[2]);
+  const std::vector<std::string> contexts =
+      fields[1] == "*" ? call.contexts.loaded() : SplitContexts(fields[1]);
+  if (contexts.empty()) {
+    return OkAnswer("no contexts loaded — name them: memory.search <botid>, {ctx}, <query>");
+  }
+  if (ReadQueryTerms(ContextStore().index(), query).empty()) {
+    return no_term_error(query);
+  }
+  std::vector<ContextHits> found(contexts.size());
+  std::atomic<std::size_t> next = 0;
+  RunParallel(std::min(contexts.size(), kMaxSearchers), [&](std::size_t) {
+    for (std::size_t i; (i = next.fetch_add(1)) < contexts.size();) {
+      found[i] = search_one(call.contexts, contexts[i], query);
+    }
+  });
+  std::size_t total = 0;
+  std::string lines;
+  for (std::size_t i = 0; i < contexts.size(); ++i) {
+    if (!found[i].failure) {
+      return ErrorAnswer(found[i].failure.error().text);
+    }
+    total += found[i].hits;
+    lines += "\n" + contexts[i] + " — " + number(found[i].hits) + " hit(s)" + found[i].lines;
+  }
+  if (total == 0) {
+    return OkAnswer("no memo in " + number(contexts.size()) + " context(s) matches '" + query +
+                    "'");
+  }
+  return OkAnswer(number(total) + " hit(s) across " + number(contexts.size()) +
+                  " context(s) for '" + query + "'" + lines);
+}
+
+}  // namespace mrb::memory

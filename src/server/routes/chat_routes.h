@@ -1,0 +1,17 @@
+#pragma once
+
+#include "server/routes/route.h"
+
+namespace mrb::server {
+
+/// The chat for those who ask instead of holding a WebSocket. 404 in a server without a hub.
+
+[[nodiscard]] Response AnswerChatSay(const Request& request, const Services& services);
+[[nodiscard]] Response AnswerChatNext(const Request& request, const Services& services);
+[[nodiscard]] Response AnswerRoster(const Request& request, const Services& services);
+[[nodiscard]] Response AnswerChannels(const Request& request, const Services& services);
+[[nodiscard]] Response AnswerChatLog(const Request& request, const Services& services);
+[[nodiscard]] Response AnswerDmSay(const Request& request, const Services& services);
+[[nodiscard]] Response AnswerDmThread(const Request& request, const Services& services);
+
+}  // namespace mrb::server

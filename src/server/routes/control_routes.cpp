@@ -1,0 +1,168 @@
+#include "server/routes/control_routes.h"
+
+#include "common/json_text.h"
+#include "common/text.h"
+#include "common/version.h"
+#include "platform/paths.h"
+#include "server/http/interpreter_bridge.h"
+#include "server/http/plain_name.h"
+#include "server/routes/console_tail.h"
+
+namespace mrb::server {
+namespace {
+
+constexpr std::size_t kMaxCommand = 1048576;
+
+Response PlainAnswer(std::string_view status, std::string_view type, std::string body) {
+  Response response;
+  response.status = status;
+  response.type = type;
+  response.body = std::move(body);
+  return response;
+}
+
+Response JsonAnswer(std::string body) {
+  return PlainAnswer(kOk, kJson, std::move(body));
+}
+
+/// {"ok":true,"app":...,"version":..., left open for more.
+std::string SelfDescription() {
+  std::string body = R"({"ok":true,"app":")";
+  body += kAppName;
+  body += R"(","version":")";
+  body += kVersion;
+  body += '"';
+  return body;
+}
+
+std::string WithDefault(std::string text, std::string_view otherwise) {
+  if (text.empty()) text = otherwise;
+  return text;
+}
+
+/// A prompt's ">" and the line ends that a shell adds are not part of the command.
+std::string_view StripCommand(std::string_view text) {
+  text = TrimLineEnd(text);
+  if (text.starts_with('>')) text.remove_prefix(1);
+  return text;
+}
+
+/// Whether every media range of an Accept header is an event stream.
+bool AcceptsOnlyEvents(std::string_view accept) {
+  if (accept.empty()) return false;
+  for (const std::string_view range : Split(accept, ',')) {
+    if (!EqualsIgnoreCase(Trim(range.substr(0, range.find(';'))), "text/event-stream")) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+Response AnswerHealth(const Request& /*request*/, const Services& /*services*/) {
+  return JsonAnswer(SelfDescription() + "}");
+}
+
+Response AnswerShutdown(const Request& request, const Services& /*services*/) {
+  if (request.header("x-mrb-control") != "shutdown") {
+    return JsonFailure(kForbidden, "missing X-Mrb-Control: shutdown");
+  }
+  Response response = JsonAnswer(SelfDescription() + R"(,"shutting_down":true})");
+  response.close_resident = true;
+  return response;
+}
+
+Response AnswerConsoleExec(const Request& request, const Services& services) {
+  const std::string bot = request.param("bot");
+  const std::string from_query = request.body.empty() ? request.param("cmd") : std::string();
+  const std::string_view command = StripCommand(request.body.empty() ? from_query : request.body);
+  if (bot.empty() || command.empty()) return JsonFailure(kBadRequest, "bot and command required");
+  if (command.size() > kMaxCommand) {
+    return JsonFailure(kPayloadTooLarge, "command too large (limit 1 MiB)");
+  }
+  if (services.options.bridge == nullptr) {
+    return JsonFailure(kUnavailable, "interpreter bridge not wired");
+  }
+  std::string answer;
+  {
+    const ScopedCallSettings settings(
+        {std::string(request.header("x-mrb-cwd")), request.header("x-mrb-tty") == "1"});
+    services.options.bridge->execute(bot, command, answer);
+  }
+  std::string body = R"({"ok":true,"bot":")";
+  AppendJsonEscaped(body, bot);
+  body += R"(","out":")";
+  AppendJsonEscaped(body, answer);
+  body += "\"}";
+  return JsonAnswer(std::move(body));
+}
+
+Response AnswerConsoleTail(const Request& request, const Services& services) {
+  const std::string bot = request.param("bot");
+  if (bot.empty()) return JsonFailure(kBadRequest, "bot required");
+  FileTail tail;
+  if (IsPlainName(bot)) {  // another name has no folder among the bots, so it has no inbox either
+    const std::string bots = platform::JoinPath(services.options.install_home, "bots");
+    tail =
+        ReadFileTail(services.files, platform::JoinPath(platform::JoinPath(bots, bot), "inbox.log"),
+                     ParseDecimal(request.param("off")).value_or(0));
+  }
+  std::string body = R"({"ok":true,"off":)" + std::to_string(tail.size) + R"(,"data":")";
+  AppendJsonEscaped(body, tail.text);
+  body += "\"}";
+  return JsonAnswer(std::move(body));
+}
+
+Response AnswerInterp(const Request& request, const Services& services) {
+  const std::string command = WithDefault(request.param("cmd"), request.body);
+  if (command.empty()) {
+    return PlainAnswer(kBadRequest, kPlain, "cmd required (query ?cmd= or POST body)");
+  }
+  if (services.options.bridge == nullptr) {
+    return PlainAnswer(kUnavailable, kPlain, "interpreter bridge not wired");
+  }
+  std::string answer;
+  services.options.bridge->execute(WithDefault(request.param("bot"), "mcp"), command, answer);
+  return PlainAnswer(kOk, kPlainUtf8, std::move(answer));
+}
+
+Response AnswerJsonRpc(const Request& request, const Services& services) {
+  if (!services.options.json_rpc) {
+    return JsonFailure(kUnavailable, "MCP is not available in this build");
+  }
+  JsonRpcAnswer answer = services.options.json_rpc(
+      {request.body, request.trusted, request.header("x-mrb-cwd"), request.header("mcp-session-id"),
+       request.header("mcp-protocol-version")});
+  Response response = PlainAnswer(answer.status, answer.type, std::move(answer.body));
+  if (!answer.session.empty()) response.headers = "\r\nMcp-Session-Id: " + answer.session;
+  return response;
+}
+
+Response AnswerMcpOther(const Request& /*request*/, const Services& /*services*/) {
+  Response refusal = JsonFailure(kMethodNotAllowed, "no event stream here: POST to this address");
+  refusal.headers = "\r\nAllow: GET, POST";
+  return refusal;
+}
+
+Response AnswerMcpBanner(const Request& request, const Services& services) {
+  if (AcceptsOnlyEvents(request.header("accept"))) return AnswerMcpOther(request, services);
+  return PlainAnswer(kOk, kPlainUtf8,
+                     "Mirebolt MCP server — POST JSON-RPC 2.0 to /mcp. Call tools/list to begin.");
+}
+
+Response AnswerAgentBanner(const Request& /*request*/, const Services& /*services*/) {
+  return PlainAnswer(kOk, kPlainUtf8,
+                     "Mirebolt A2A agent — GET /.well-known/agent.json for the card; POST JSON-RPC "
+                     "2.0 to /a2a.");
+}
+
+Response AnswerNodeDisabled(const Request& /*request*/, const Services& /*services*/) {
+  return JsonFailure(kUnavailable, "mirenode is disabled in this build");
+}
+
+Response AnswerWorkstation(const Request& request, const Services& services) {
+  return services.options.workstation(request);
+}
+
+}  // namespace mrb::server

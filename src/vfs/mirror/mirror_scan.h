@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "vfs/mirror/chain_plan.h"
+#include "vfs/mirror/file_write.h"
+
+namespace mrb::vfs {
+
+/// What a whole mirror holds, by MirrorLayout::key().
+using MirrorContents = std::unordered_map<std::string, MirrorFacts>;
+
+/// A mirror that is not there holds nothing.
+[[nodiscard]] Result<MirrorContents> ScanMirror(const StorePlaces& places);
+
+/// The same for one file.
+[[nodiscard]] MirrorFacts ScanMirrorOf(const StorePlaces& places, std::string_view path);
+
+/// The mirror's file that holds a version's bytes.
+[[nodiscard]] std::string SourcePath(const StorePlaces& places, std::string_view path,
+                                     const ByteSource& source);
+
+}  // namespace mrb::vfs
