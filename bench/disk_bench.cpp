@@ -20,9 +20,9 @@
 #include <thread>
 #include <vector>
 
+#include "platform/files.h"
 #include "platform/paths.h"
-#include "platform/replace_file.h"
-#include "platform/sync_together.h"
+#include "platform/sync_all.h"
 #include "platform/tree_visitor.h"
 
 namespace {
@@ -34,7 +34,7 @@ constexpr int kWalks = 41;
 constexpr int kSeconds = 11;
 constexpr int kReads = 7;
 constexpr int kFlushes = 101;
-constexpr std::size_t kMostFiles = 3;
+constexpr std::size_t kMaxFiles = 3;
 
 double MedianOf(int runs, const std::function<void()>& work) {
   std::vector<double> times;
@@ -158,7 +158,7 @@ int MeasureReplacements(const std::string& folder) {
 int MeasureFlushes(const std::string& folder) {
   std::vector<std::unique_ptr<OpenFile>> files;
   std::vector<SyncTarget> targets;
-  for (std::size_t i = 0; i < kMostFiles; ++i) {
+  for (std::size_t i = 0; i < kMaxFiles; ++i) {
     const std::string path = JoinPath(folder, "flush" + std::to_string(i));
     auto file = SystemFiles().open(path, FileSystem::OpenMode::kReplace);
     if (!file) {
@@ -175,10 +175,10 @@ int MeasureFlushes(const std::string& folder) {
       if (!files[i]->append(page)) std::abort();
     }
   };
-  for (std::size_t count = 1; count <= kMostFiles; ++count) {
+  for (std::size_t count = 1; count <= kMaxFiles; ++count) {
     const double together = MedianOf(kFlushes, [&] {
       write(count);
-      if (!SyncTogether(SystemFiles(), std::span(targets).first(count))) std::abort();
+      if (!SyncAll(SystemFiles(), std::span(targets).first(count))) std::abort();
     });
     const double singly = MedianOf(kFlushes, [&] {
       write(count);

@@ -35,7 +35,7 @@
 #include "memory/verbs/memory_service.h"
 #include "memory_corpus.h"
 #include "platform/paths.h"
-#include "platform/system_memory.h"
+#include "platform/system_info.h"
 
 namespace mrb::bench {
 namespace {
@@ -43,18 +43,18 @@ namespace {
 constexpr std::uint64_t kMillion = 1'000'000;
 constexpr double kMegabyte = 1e6;
 
-double seconds_of(const std::function<void()>& work) {
+double SecondsOf(const std::function<void()>& work) {
   const auto start = std::chrono::steady_clock::now();
   work();
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-double median(std::vector<double> values) {
+double Median(std::vector<double> values) {
   std::ranges::sort(values);
   return values[values.size() / 2];
 }
 
-double resident_megabytes() {
+double ResidentMegabytes() {
   return static_cast<double>(platform::ProcessResidentBytes()) / kMegabyte;
 }
 
@@ -144,9 +144,9 @@ class Bench {
       memory::ContextStore store(files_, path);
       std::uint64_t loaded = 0;
       const std::clock_t cpu = std::clock();
-      times.push_back(seconds_of([&] { loaded = store.load().value_or(0); }));
+      times.push_back(SecondsOf([&] { loaded = store.load().value_or(0); }));
       if (loaded < memos) stop("loaded only " + std::to_string(loaded));
-      resident = std::max(resident, resident_megabytes());
+      resident = std::max(resident, ResidentMegabytes());
       const double spent = static_cast<double>(std::clock() - cpu) / CLOCKS_PER_SEC;
       std::printf("  run %d: %.3f s (%.3f s of all threads), %u keywords, %u topics\n", i + 1,
                   times.back(), spent, store.index().keywords().size(),
@@ -154,7 +154,7 @@ class Bench {
     }
     std::printf(
         "load %llu memos on %u threads: median %.3f s of %d, %.0f MB resident (target %s)\n",
-        static_cast<unsigned long long>(memos), std::thread::hardware_concurrency(), median(times),
+        static_cast<unsigned long long>(memos), std::thread::hardware_concurrency(), Median(times),
         runs, resident, target);
   }
 
@@ -176,11 +176,11 @@ class Bench {
                                         .vector = {}};
       std::string bytes(memory::RecordLength(fields).value_or(0), '\0');
       memory::WriteRecord(fields, bytes.data());
-      appends.push_back(seconds_of([&] {
+      appends.push_back(SecondsOf([&] {
         if (!(*raw)->append(bytes) || !(*raw)->sync()) stop("append failed");
       }));
       const std::string rest = "bench, work, " + memo.topic + ", , , " + memo.content;
-      adds.push_back(seconds_of([&] {
+      adds.push_back(SecondsOf([&] {
         if (!memories.execute("bench", "addmemo", rest).starts_with("OK: ")) stop("add failed");
       }));
     }
@@ -188,7 +188,7 @@ class Bench {
     std::printf(
         "durable addmemo at 1,000,000 memos: median %.3f ms of %d; append + flush of the same "
         "bytes: median %.3f ms; ratio %.2f (target 1.30)\n",
-        median(adds) * 1e3, kAdds, median(appends) * 1e3, median(adds) / median(appends));
+        Median(adds) * 1e3, kAdds, Median(appends) * 1e3, Median(adds) / Median(appends));
   }
 
   /// What an add does in memory at a million memos, most of it for links and webs. A durable add
@@ -209,7 +209,7 @@ class Bench {
     times.reserve(kAdds);
     for (int i = 0; i < kAdds; ++i) {
       const auto& memo = corpus.next(kMillion);
-      times.push_back(seconds_of([&] {
+      times.push_back(SecondsOf([&] {
         if (!store.append({.written = 1,
                            .content = memo.content,
                            .topic = memo.topic,
@@ -224,14 +224,14 @@ class Bench {
     std::printf(
         "add in memory at 1,000,000 memos, links and webs included: median %.1f us, "
         "mean %.1f us of %d\n",
-        median(times) * 1e6, sum / kAdds * 1e6, kAdds);
+        Median(times) * 1e6, sum / kAdds * 1e6, kAdds);
   }
 
   void retrieve() {
     constexpr int kReads = 100'000;
     auto& memories = service();
     std::uint64_t bytes = 0;
-    const double time = seconds_of([&] {
+    const double time = SecondsOf([&] {
       for (std::uint64_t i = 0; i < kReads; ++i) {
         const std::uint64_t topic = i * 7919 % (kMillion / MemoryCorpus::kMemosPerTopic);
         bytes +=
@@ -249,11 +249,11 @@ class Bench {
     for (int i = 0; i < 3; ++i) {
       const std::string rest = "bench, work, topic-" + std::to_string(100 + i);
       (void)memories.execute("bench", "addmemo", rest + ", , , to be deleted");
-      times.push_back(seconds_of([&] {
+      times.push_back(SecondsOf([&] {
         if (!memories.execute("bench", "delete", rest).starts_with("OK: ")) stop("delete failed");
       }));
     }
-    std::printf("delete of a topic among 1,000,000 memos: median %.2f s of %zu\n", median(times),
+    std::printf("delete of a topic among 1,000,000 memos: median %.2f s of %zu\n", Median(times),
                 times.size());
   }
 
@@ -265,11 +265,11 @@ class Bench {
     times.reserve(static_cast<std::size_t>(runs));
     std::string answer;
     for (int i = 0; i < runs; ++i) {
-      times.push_back(seconds_of([&] { answer = service().execute("bench", verb, rest); }));
+      times.push_back(SecondsOf([&] { answer = service().execute("bench", verb, rest); }));
     }
     if (!answer.starts_with("OK: ")) stop(verb + ": " + answer);
     std::printf("%s: median %.3f ms of %d, first %.3f ms (target %s); %zu bytes: %s\n",
-                name.c_str(), median(times) * 1e3, runs, times.front() * 1e3, target, answer.size(),
+                name.c_str(), Median(times) * 1e3, runs, times.front() * 1e3, target, answer.size(),
                 answer.substr(0, answer.find('\n')).c_str());
   }
 
@@ -370,13 +370,13 @@ class Bench {
       std::vector<double> times;
       times.reserve(5);
       for (int run = 0; run < 5; ++run) {
-        times.push_back(seconds_of([&] {
+        times.push_back(SecondsOf([&] {
           (void)memory::Webs::build(store.index(), std::thread::hardware_concurrency());
         }));
       }
       std::printf(
           "webs of 1,000,000 memos: median %.3f s of %zu (target 2.5 s), %zu dates, %zu names\n",
-          median(times), times.size(), store.index().webs().time().size(),
+          Median(times), times.size(), store.index().webs().time().size(),
           store.index().webs().terms(memory::Web::kWho).size());
     }
     open_service(folder_);
@@ -440,13 +440,13 @@ class Bench {
     times.reserve(5);
     std::uint64_t tokens = 0;
     for (int run = 0; run < 5; ++run) {
-      times.push_back(seconds_of([&] {
+      times.push_back(SecondsOf([&] {
         for (const std::string& text : texts) tokens += memory::StripToTokens(text).size();
       }));
     }
     std::printf("tokenizer: median %.0f MB/s, %.2f us a memo (%llu tokens)\n",
-                static_cast<double>(bytes) / kMegabyte / median(times),
-                median(times) / static_cast<double>(texts.size()) * 1e6,
+                static_cast<double>(bytes) / kMegabyte / Median(times),
+                Median(times) / static_cast<double>(texts.size()) * 1e6,
                 static_cast<unsigned long long>(tokens / times.size()));
   }
 

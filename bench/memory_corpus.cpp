@@ -17,7 +17,7 @@ constexpr std::size_t kGuideSteps = 1U << 16;
 constexpr std::uint64_t kStart = 1'600'000'000;  // write times, a memo a minute
 constexpr std::size_t kBuffer = 8U << 20;
 
-std::vector<std::string> make_words() {
+std::vector<std::string> MakeWords() {
   std::mt19937_64 random(kVocabularySeed);
   constexpr std::string_view kConsonants = "bcdfghjklmnprstvwz";
   constexpr std::string_view kVowels = "aeiou";
@@ -40,7 +40,7 @@ std::vector<std::string> make_words() {
 }  // namespace
 
 MemoryCorpus::MemoryCorpus(std::uint64_t seed, bool framed)
-    : random_(seed), words_(make_words()), used_in_(kVocabulary), framed_(framed) {
+    : random_(seed), words_(MakeWords()), used_in_(kVocabulary), framed_(framed) {
   double sum = 0;
   for (std::size_t i = 0; i < kVocabulary; ++i) {
     sum += std::pow(static_cast<double>(i + 1), -kZipfExponent);

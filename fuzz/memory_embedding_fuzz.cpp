@@ -22,9 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   dripping = dripping && dripped.end().has_value();
   FUZZ_CHECK(good == dripping);
-  if (good) {
-    FUZZ_CHECK(whole.body() == dripped.body() && whole.status() == dripped.status());
-  }
+  if (good) FUZZ_CHECK(whole.body() == dripped.body() && whole.status() == dripped.status());
   for (const std::string_view json : {std::string_view(whole.body()), bytes}) {
     if (const auto vector = ParseEmbedding(json)) {
       FUZZ_CHECK(!vector->empty() && vector->size() <= kMaxDimension);

@@ -6,8 +6,8 @@
 #include "front/client/detach_keys.h"
 #include "platform/command_words.h"
 #include "server/terminals/exec_command.h"
-#include "server/terminals/host_book.h"
 #include "server/terminals/marker_scanner.h"
+#include "server/terminals/saved_hosts.h"
 #include "server/terminals/terminal_command.h"
 #include "server/terminals/terminal_output.h"
 

@@ -200,7 +200,7 @@ std::vector<Presence> Hub::roster(std::string_view channel) {
 
 std::vector<Hub::ChannelInfo> Hub::channels() {
   const std::scoped_lock lock(mutex_);
-  std::set<std::string> names{std::string(kUsualChannel)};
+  std::set<std::string> names{std::string(kDefaultChannel)};
   for (std::string& name : log_.channels()) names.insert(std::move(name));
   std::map<std::string, std::set<std::string>> members;
   for (Presence& one : roster_.list({}, options_.now())) {
@@ -221,9 +221,9 @@ Result<std::vector<Record>> Hub::log(std::string_view channel, std::size_t most)
 }
 
 std::string Hub::claim_callsign(std::string_view wanted) {
-  constexpr std::size_t kMostClaims = 10'000;  // names come from clients
+  constexpr std::size_t kMaxClaims = 10'000;  // names come from clients
   const std::scoped_lock lock(mutex_);
-  if (claimed_.size() >= kMostClaims) claimed_.clear();
+  if (claimed_.size() >= kMaxClaims) claimed_.clear();
   const std::uint64_t number = ++claimed_[std::string(wanted)];
   return std::string(wanted) + (number == 1 ? "" : "-" + std::to_string(number));
 }
@@ -247,7 +247,7 @@ Room& Hub::room_of(const std::string& key) {
 Room Hub::load(const std::string& key) {
   Room room;
   const bool direct = key.starts_with('@');
-  auto content = log_.read(direct ? ChatLog::kDirect : std::string_view(key), Room::kMostRecords);
+  auto content = log_.read(direct ? ChatLog::kDirect : std::string_view(key), Room::kMaxRecords);
   // Numbers are given anew, by the line: what a log of other times says of them must not rule ours.
   std::uint64_t seq = content.lines - content.records.size();
   for (Record& record : content.records) {
@@ -259,7 +259,7 @@ Room Hub::load(const std::string& key) {
 }
 
 void Hub::make_room() {
-  if (rooms_.size() < kMostRooms) return;
+  if (rooms_.size() < kMaxRooms) return;
   rooms_.erase(std::ranges::min_element(rooms_, {},
                                         [](const auto& entry) { return entry.second.last_use; }));
 }

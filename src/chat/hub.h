@@ -32,7 +32,7 @@ struct ReadRequest {
   std::string_view channel = {};  ///< or "@name": what that one and `me` wrote to each other
   std::uint64_t since = 0;
   std::chrono::milliseconds wait{0};  ///< at most, while there is nothing
-  std::size_t bytes = Room::kMostBytes;
+  std::size_t bytes = Room::kMaxBytes;
   bool skip_own = false;
 };
 
@@ -95,7 +95,7 @@ class Hub {
   void stop();
 
  private:
-  static constexpr std::size_t kMostRooms = 200;  ///< in memory; a channel comes back from its log
+  static constexpr std::size_t kMaxRooms = 200;  ///< in memory; a channel comes back from its log
 
   struct OpenRoom {
     Room room;

@@ -9,7 +9,7 @@ void Outbox::put(Message message) {
   if (closed_) return;
   bytes_ += message->size();
   queue_.push_back(std::move(message));
-  if (bytes_ <= kMostBytes) return;
+  if (bytes_ <= kMaxBytes) return;
   closed_ = true;
   queue_.clear();
 }

@@ -21,7 +21,7 @@ class Outbox {
   Outbox(const Outbox&) = delete;
   Outbox& operator=(const Outbox&) = delete;
 
-  /// Queues without sending; a listener too slow for kMostBytes gets nothing any more.
+  /// Queues without sending; a listener too slow for kMaxBytes gets nothing any more.
   void put(Message message);
 
   /// Sends what is queued, unless another thread is at it.
@@ -31,7 +31,7 @@ class Outbox {
   void close();
 
  private:
-  static constexpr std::size_t kMostBytes = std::size_t{4} << 20U;
+  static constexpr std::size_t kMaxBytes = std::size_t{4} << 20U;
 
   const std::function<bool(std::string_view)> send_;
   std::mutex mutex_;

@@ -30,7 +30,7 @@ struct Record {
 [[nodiscard]] std::optional<Record> ParseRecord(std::string_view json);
 
 inline constexpr std::size_t kMaxText = 65536;  ///< bytes of a message; a page shows no more
-inline constexpr std::string_view kUsualChannel = "general";
+inline constexpr std::string_view kDefaultChannel = "general";
 
 /// 1 to 64 of a-z, 0-9, "_", "-", not beginning with "_": a log's name and a word in a frame.
 [[nodiscard]] bool IsChannelName(std::string_view name);

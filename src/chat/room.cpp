@@ -9,7 +9,7 @@ void Room::add(Record record) {
   last_ = record.seq;
   bytes_ += record.text.size();
   records_.push_back(std::move(record));
-  while (records_.size() > kMostRecords || (bytes_ > kMostBytes && records_.size() > 1)) {
+  while (records_.size() > kMaxRecords || (bytes_ > kMaxBytes && records_.size() > 1)) {
     bytes_ -= records_.front().text.size();
     records_.pop_front();
   }

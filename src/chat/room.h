@@ -19,8 +19,8 @@ struct Piece {
 /// The last records of a channel, or of two who write to each other. Not thread-safe.
 class Room {
  public:
-  static constexpr std::size_t kMostRecords = 500;
-  static constexpr std::size_t kMostBytes = std::size_t{1} << 20U;
+  static constexpr std::size_t kMaxRecords = 500;
+  static constexpr std::size_t kMaxBytes = std::size_t{1} << 20U;
 
   /// `record.seq` must rise.
   void add(Record record);

@@ -19,9 +19,9 @@ const Roster::Listener* Roster::find(ListenerId id) const {
 }
 
 void Roster::seen(std::string_view callsign, std::string_view channel, std::uint64_t now) {
-  if (readers_.size() >= kMostReaders) {
+  if (readers_.size() >= kMaxReaders) {
     std::erase_if(readers_, [&](const auto& reader) { return reader.second + kReaderStays < now; });
-    if (readers_.size() >= kMostReaders) return;
+    if (readers_.size() >= kMaxReaders) return;
   }
   readers_[{std::string(callsign), std::string(channel)}] = now;
 }

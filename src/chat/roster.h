@@ -51,7 +51,7 @@ class Roster {
 
  private:
   static constexpr std::uint64_t kReaderStays = 90'000;  ///< ms; more than the longest poll
-  static constexpr std::size_t kMostReaders = 1000;
+  static constexpr std::size_t kMaxReaders = 1000;
 
   std::map<ListenerId, Listener> listeners_;
   std::map<std::pair<std::string, std::string>, std::uint64_t> readers_;  // to when last seen

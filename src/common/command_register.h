@@ -12,16 +12,16 @@ namespace mrb {
 class CommandRegister {
  public:
   /// A register is for the first entries, those that somebody names by number.
-  static constexpr std::size_t kMostEntries = 1000;
+  static constexpr std::size_t kMaxEntries = 1000;
 
   [[nodiscard]] std::vector<std::string> entries() const {
     const std::scoped_lock guard(mutex_);
     return entries_;
   }
 
-  /// Takes the place of what was there; entries past kMostEntries are left out.
+  /// Takes the place of what was there; entries past kMaxEntries are left out.
   void fill(std::vector<std::string> entries) {
-    if (entries.size() > kMostEntries) entries.resize(kMostEntries);
+    if (entries.size() > kMaxEntries) entries.resize(kMaxEntries);
     const std::scoped_lock guard(mutex_);
     entries_ = std::move(entries);
   }

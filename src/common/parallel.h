@@ -1,9 +1,13 @@
 #pragma once
 
+#include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <exception>
+#include <functional>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace mrb {
@@ -34,9 +38,34 @@ void RunParallel(std::size_t count, Work work) {
     run(0);
   }
   for (const std::exception_ptr& failure : failures) {
-    if (failure) {
-      std::rethrow_exception(failure);
+    if (failure) std::rethrow_exception(failure);
+  }
+}
+
+/// Shares `count` pieces of work out to all cores, `per_turn` of them at a time: every thread calls
+/// start() once for a function of its own and that function, work(begin, end), for one range after
+/// the other. Ranges begin in rising order. Threads and exceptions as with RunParallel().
+template <typename Start>
+void ParallelFor(std::size_t count, std::size_t per_turn, Start start) {
+  const std::size_t turns = (count + per_turn - 1) / per_turn;
+  const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
+  std::atomic<std::size_t> next = 0;
+  RunParallel(std::clamp<std::size_t>(turns, 1, cores), [&](std::size_t /*thread*/) {
+    auto work = start();
+    for (std::size_t at = next.fetch_add(per_turn); at < count; at = next.fetch_add(per_turn)) {
+      work(at, std::min(at + per_turn, count));
     }
+  });
+}
+
+/// Runs `body` on a new thread that nobody waits for; false, and nothing run, when the system has
+/// none to give. Any thread.
+[[nodiscard]] inline bool StartDetachedThread(std::function<void()> body) {
+  try {
+    std::thread(std::move(body)).detach();
+    return true;
+  } catch (const std::system_error&) {
+    return false;
   }
 }
 

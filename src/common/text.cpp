@@ -8,7 +8,7 @@ namespace mrb {
 namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n";
-constexpr std::size_t kMostContinuations = 3;  // bytes behind the first of a UTF-8 sequence
+constexpr std::size_t kMaxContinuations = 3;  // bytes behind the first of a UTF-8 sequence
 
 char Lower(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
@@ -127,7 +127,7 @@ std::string_view CutUtf8(std::string_view text, std::size_t limit) {
   std::size_t end = limit;
   while (end > 0 && IsContinuation(text[end])) --end;
   // More bytes than a sequence has are no sequence.
-  return text.substr(0, limit - end > kMostContinuations ? limit : end);
+  return text.substr(0, limit - end > kMaxContinuations ? limit : end);
 }
 
 }  // namespace mrb

@@ -16,9 +16,9 @@
 #include "front/homes.h"
 #include "front/interpreter.h"
 #include "front/local_run.h"
-#include "front/mcp_here.h"
+#include "front/mcp_local.h"
+#include "front/options.h"
 #include "front/resident.h"
-#include "front/settings.h"
 #include "front/usage.h"
 #include "platform/console.h"
 
@@ -51,66 +51,66 @@ int Unavailable(std::string_view verb) {
   return 1;
 }
 
-ResidentStart StartOf(const Settings& settings) {
-  return {.data_home_override = settings.data_home_override, .claim_homes = [&settings] {
-            return ClaimHomes(ResolveHomes(settings.data_home_override)).has_value();
+ResidentStart StartOf(const Options& options) {
+  return {.data_home_override = options.data_home_override, .claim_homes = [&options] {
+            return ClaimHomes(ResolveHomes(options.data_home_override)).has_value();
           }};
 }
 
-bool BringUp(const Settings& settings) {
-  if (EnsureResident(settings.port, StartOf(settings))) return true;
-  if (!ClaimHomesOrSay(ResolveHomes(settings.data_home_override))) return false;
-  WriteStderr("Mirebolt: couldn't bring up the engine on port " + std::to_string(settings.port) +
+bool BringUp(const Options& options) {
+  if (EnsureResident(options.port, StartOf(options))) return true;
+  if (!ClaimHomesOrSay(ResolveHomes(options.data_home_override))) return false;
+  WriteStderr("Mirebolt: couldn't bring up the engine on port " + std::to_string(options.port) +
               "\n");
   return false;
 }
 
 /// `terminal` without a shell's name: the terminal page.
-int OpenTerminalPage(const Settings& settings) {
-  if (!BringUp(settings)) return 1;
-  ShowPage(settings.port, "/ui/term.html");
+int OpenTerminalPage(const Options& options) {
+  if (!BringUp(options)) return 1;
+  ShowPage(options.port, "/ui/term.html");
   return 0;
 }
 
-AttachOptions AttachOptionsOf(const Settings& settings) {
-  return {.port = settings.port, .headers = FolderHeader()};
+AttachOptions AttachOptionsOf(const Options& options) {
+  return {.port = options.port, .headers = FolderHeader()};
 }
 
 /// `terminal bash`: a new session of that shell, and this console on it.
-int RunTerminal(const Settings& settings) {
-  const std::string shell = settings.arguments.size() > 2 ? settings.arguments[2] : "";
+int RunTerminal(const Options& options) {
+  const std::string shell = options.arguments.size() > 2 ? options.arguments[2] : "";
   if (shell == "claude") return Unavailable("terminal " + shell);
-  if (shell != "bash" && shell != "powershell") return OpenTerminalPage(settings);
-  if (!BringUp(settings)) return 1;
-  return RunNewTerminal(shell, AttachOptionsOf(settings));
+  if (shell != "bash" && shell != "powershell") return OpenTerminalPage(options);
+  if (!BringUp(options)) return 1;
+  return RunNewTerminal(shell, AttachOptionsOf(options));
 }
 
 /// `mterm` and what follows it.
-int RunMterm(const Settings& settings) {
-  const ProbeResult probe = ProbeResident(settings.port).result;
+int RunMterm(const Options& options) {
+  const ProbeResult probe = ProbeResident(options.port).result;
   if (probe == ProbeResult::NoListener || probe == ProbeResult::Foreign) {
-    WriteStderr("mterm: no Mirebolt resident on port " + std::to_string(settings.port) +
+    WriteStderr("mterm: no Mirebolt resident on port " + std::to_string(options.port) +
                 " (start one: mb gui)\n");
     return 1;
   }
-  return RunTerminalClient({settings.arguments.begin() + 2, settings.arguments.end()},
-                           AttachOptionsOf(settings));
+  return RunTerminalClient({options.arguments.begin() + 2, options.arguments.end()},
+                           AttachOptionsOf(options));
 }
 
-bool TakeOver(const Settings& settings, std::string_view line, StdinLines& lines) {
-  return ClaimHomes(ResolveHomes(settings.data_home_override)) && ShutdownResident(settings.port) &&
-         EnsureResident(settings.port, StartOf(settings)) &&
-         ExecViaResident(settings.port, line, lines);
+bool TakeOver(const Options& options, std::string_view line, StdinLines& lines) {
+  return ClaimHomes(ResolveHomes(options.data_home_override)) && ShutdownResident(options.port) &&
+         EnsureResident(options.port, StartOf(options)) &&
+         ExecViaResident(options.port, line, lines);
 }
 
 /// Offers the line to whatever listens on the port. True when a resident took it.
-bool HandOff(const Settings& settings, std::string_view line, StdinLines& lines) {
-  const std::string port = std::to_string(settings.port);
-  const Probe probe = ProbeResident(settings.port);
-  if (probe.result == ProbeResult::Current) return ExecViaResident(settings.port, line, lines);
+bool HandOff(const Options& options, std::string_view line, StdinLines& lines) {
+  const std::string port = std::to_string(options.port);
+  const Probe probe = ProbeResident(options.port);
+  if (probe.result == ProbeResult::Current) return ExecViaResident(options.port, line, lines);
   if (probe.result == ProbeResult::NoListener) {
-    return EnsureResident(settings.port, StartOf(settings)) &&
-           ExecViaResident(settings.port, line, lines);
+    return EnsureResident(options.port, StartOf(options)) &&
+           ExecViaResident(options.port, line, lines);
   }
   const bool stale = probe.result == ProbeResult::OtherVersion && !probe.version.empty() &&
                      CompareVersions(kVersion, probe.version) > 0;
@@ -121,91 +121,91 @@ bool HandOff(const Settings& settings, std::string_view line, StdinLines& lines)
   }
   WriteStderr("Mirebolt: evicting stale resident " + probe.version + " on port " + port +
               ", starting " + std::string(kVersion) + "\n");
-  if (TakeOver(settings, line, lines)) return true;
+  if (TakeOver(options, line, lines)) return true;
   WriteStderr("Mirebolt: could not take over port " + port + " — running this command locally\n");
   return false;
 }
 
 /// A resident may have come up since the hand-off failed. Whoever is not it never gets the command.
-bool LastHandOff(const Settings& settings, std::string_view line, StdinLines& lines) {
-  return ProbeResident(settings.port).result == ProbeResult::Current &&
-         ExecViaResident(settings.port, line, lines);
+bool LastHandOff(const Options& options, std::string_view line, StdinLines& lines) {
+  return ProbeResident(options.port).result == ProbeResult::Current &&
+         ExecViaResident(options.port, line, lines);
 }
 
-int RunHere(const Settings& settings, std::string_view line, StdinLines& lines) {
+int RunHere(const Options& options, std::string_view line, StdinLines& lines) {
   if (line.empty() && platform::StdinIsConsole()) {
     WriteStdout(kUsage);
     return 0;
   }
-  if (LastHandOff(settings, line, lines)) return 0;
-  const Homes homes = ResolveHomes(settings.data_home_override);
+  if (LastHandOff(options, line, lines)) return 0;
+  const Homes homes = ResolveHomes(options.data_home_override);
   if (!ClaimHomesOrSay(homes)) return 1;
   const Interpreter interpreter(homes, &platform::WriteStderr, false);
   const Engine engine = interpreter.engine_for("cli");
   return line.empty() ? RunStdinHere(engine, lines) : RunLineHere(engine, line);
 }
 
-int RunMcp(const Settings& settings) {
-  if (EnsureResident(settings.port, StartOf(settings))) {
-    return McpBridge(settings.port, StartOf(settings));
+int RunMcp(const Options& options) {
+  if (EnsureResident(options.port, StartOf(options))) {
+    return McpBridge(options.port, StartOf(options));
   }
-  const Homes homes = ResolveHomes(settings.data_home_override);
-  return ClaimHomesOrSay(homes) ? McpHere(homes) : 1;
+  const Homes homes = ResolveHomes(options.data_home_override);
+  return ClaimHomesOrSay(homes) ? RunMcpLocal(homes) : 1;
 }
 
 /// What the client answers itself, without a resident; nothing for a word that is none of these.
-std::optional<std::string> OwnAnswer(const Settings& settings) {
+std::optional<std::string> OwnAnswer(const Options& options) {
   const auto has = [&](const auto& words) {
-    return settings.arguments.size() == 2 &&
-           std::ranges::find(words, settings.arguments[1]) != words.end();
+    return options.arguments.size() == 2 &&
+           std::ranges::find(words, options.arguments[1]) != words.end();
   };
   if (has(kUsageWords)) return std::string(kUsage);
   if (has(kVersionWords)) return "Mirebolt " + std::string(kVersion) + "\n";
   return std::nullopt;
 }
 
-int RunRole(const Settings& settings, const std::string& line) {
+int RunRole(const Options& options, const std::string& line) {
   StdinLines lines;
   switch (const Role role = RoleOf(line)) {
     case Role::kMcp:
-      return RunMcp(settings);
+      return RunMcp(options);
     case Role::kVersionControl:
       return Unavailable("vc:start");
     case Role::kBoot:
     case Role::kBootGui:
-      return RunBoot(settings, ResolveHomes(settings.data_home_override), role == Role::kBootGui);
+      return RunBoot(options, ResolveHomes(options.data_home_override), role == Role::kBootGui);
     case Role::kInteractive:
     case Role::kOrchestration:
-      return RunInteractive(settings, ResolveHomes(settings.data_home_override), role, line);
+      return RunInteractive(options, ResolveHomes(options.data_home_override), role, line);
     case Role::kCommand:
       break;
   }
   const bool usage_wanted = line.empty() && platform::StdinIsConsole();
-  if (!usage_wanted && HandOff(settings, line, lines)) return 0;
-  return RunHere(settings, line, lines);
+  if (!usage_wanted && HandOff(options, line, lines)) return 0;
+  return RunHere(options, line, lines);
 }
 
 }  // namespace
 
 int Run(std::vector<std::string> arguments) {
   if (IsEarlyVerb(arguments)) return Unavailable(arguments[1]);
-  auto settings = ParseSettings(std::move(arguments));
-  if (!settings) {
-    WriteStderr("Mirebolt: --port value '" + settings.error().text +
+  auto options = ParseOptions(std::move(arguments));
+  if (!options) {
+    WriteStderr("Mirebolt: --port value '" + options.error().text +
                 "' is not a valid port (must be 1-65535)\n");
     return 1;
   }
-  if (!settings->data_home_override.empty()) {
-    settings->data_home_override = ResolveHomes(settings->data_home_override).data_home;
+  if (!options->data_home_override.empty()) {
+    options->data_home_override = ResolveHomes(options->data_home_override).data_home;
   }
-  if (const auto answer = OwnAnswer(*settings)) {
+  if (const auto answer = OwnAnswer(*options)) {
     WriteStdout(*answer);
     return 0;
   }
-  const std::string first = settings->arguments.size() > 1 ? settings->arguments[1] : "";
-  if (first == "mterm") return RunMterm(*settings);
-  if (first == "terminal") return RunTerminal(*settings);
-  return RunRole(*settings, JoinCommandLine(settings->arguments));
+  const std::string first = options->arguments.size() > 1 ? options->arguments[1] : "";
+  if (first == "mterm") return RunMterm(*options);
+  if (first == "terminal") return RunTerminal(*options);
+  return RunRole(*options, JoinCommandLine(options->arguments));
 }
 
 }  // namespace mrb::front

@@ -6,7 +6,6 @@
 
 #include "common/text.h"
 #include "platform/console.h"
-#include "platform/folders.h"
 #include "platform/paths.h"
 #include "platform/private_folder.h"
 #include "platform/process.h"
@@ -87,7 +86,7 @@ std::vector<std::string> Homes::settings_files() const {
   return paths;
 }
 
-std::string Homes::host_book() const {
+std::string Homes::saved_hosts() const {
   return JoinPath(JoinPath(data_home, "config"), "mterm-hosts.cfg");
 }
 

@@ -16,7 +16,7 @@ struct Homes {
   [[nodiscard]] std::string contexts_folder() const;
   /// Where settings may be, in the order in which they are looked for.
   [[nodiscard]] std::vector<std::string> settings_files() const;
-  [[nodiscard]] std::string host_book() const;  ///< of terminals
+  [[nodiscard]] std::string saved_hosts() const;  ///< of terminals
   [[nodiscard]] std::string log_path(int port) const;
 };
 

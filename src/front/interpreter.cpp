@@ -7,7 +7,6 @@
 #include "common/answer.h"
 #include "front/commands/line_driver.h"
 #include "platform/console.h"
-#include "platform/default_shell.h"
 #include "platform/files.h"
 #include "platform/local_time.h"
 #include "platform/process.h"
@@ -33,7 +32,7 @@ void ShowProgress(const std::string& text) {
   }
 }
 
-vfs::VfsOptions FileOptions(const Homes& homes, const AuthorBook& authors,
+vfs::VfsOptions FileOptions(const Homes& homes, const BotAuthors& authors,
                             std::function<void(std::string_view)> print, bool is_console,
                             vfs::ChangeObserver changed) {
   vfs::VfsOptions options;

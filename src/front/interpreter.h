@@ -44,9 +44,9 @@ class Interpreter : public server::InterpreterBridge {
   [[nodiscard]] Engine engine_for(std::string_view bot) const;
 
  private:
-  RegisterBook registers_;
+  BotRegisters registers_;
   memory::MemoryService memory_;
-  AuthorBook authors_;
+  BotAuthors authors_;
   vfs::VfsService files_;
   Services services_;
 };

@@ -9,13 +9,13 @@
 #include "common/text.h"
 #include "front/client/hand_off.h"
 #include "front/interpreter.h"
-#include "front/mcp_here.h"
+#include "front/mcp_local.h"
 #include "mcp/service.h"
 #include "platform/console.h"
+#include "platform/file_lock.h"
+#include "platform/main_loop.h"
 #include "platform/open_page.h"
 #include "platform/paths.h"
-#include "platform/single_instance.h"
-#include "platform/until_closed.h"
 #include "server/routes/chat_sockets.h"
 #include "server/routes/server.h"
 #include "server/terminals/terminals.h"
@@ -60,12 +60,12 @@ Result<bool> ListensOnLoopbackOnly(const Homes& homes) {
 /// The server on a thread of its own, with the commands it serves. Ends with the object.
 class RunningServer {
  public:
-  struct Options {
+  struct Choices {
     bool loopback_only = false;
     bool open_page = false;
   };
 
-  RunningServer(const Settings& settings, const Homes& homes, const Options& chosen)
+  RunningServer(const Options& options, const Homes& homes, const Choices& chosen)
       : activity_(UnixMilliseconds() / 1000),
         interpreter_(homes, &WriteStdout, platform::StdoutIsConsole(), observers()),
         hub_(hub_options(homes)),
@@ -80,8 +80,8 @@ class RunningServer {
                       .terminals = terminals_,
                       .activity = activity_,
                       .author = [this] { return interpreter_.author_of("cli"); },
-                      .port = settings.port}),
-        server_(options(settings, homes, chosen)) {
+                      .port = options.port}),
+        server_(server_options(options, homes, chosen)) {
     interpreter_.start();
     thread_ = std::thread([this] {
       failed_ = server_.serve() != 0;
@@ -110,27 +110,27 @@ class RunningServer {
   [[nodiscard]] bool failed() const { return failed_; }
 
  private:
-  server::ServerOptions options(const Settings& settings, const Homes& homes,
-                                const Options& wanted) {
-    server::ServerOptions chosen;
-    chosen.port = settings.port;
-    chosen.executable_folder = homes.executable_folder;
-    chosen.install_home = homes.install_home;
-    chosen.bridge = &interpreter_;
-    chosen.enrolled_directories = [this] { return interpreter_.files().directories_json(); };
-    chosen.versioned_stores = [this] { return interpreter_.files().stores_json(); };
-    chosen.log = [](std::string_view line) { WriteStderr(line); };
-    chosen.request_close = &platform::RequestClose;
-    chosen.open_browser = wanted.open_page;
-    chosen.loopback_only = wanted.loopback_only;
-    chosen.terminals = &terminals_;
-    chosen.hub = &hub_;
-    chosen.chat = &sockets_;
-    chosen.json_rpc = [this](const server::JsonRpcCall& call) { return mcp_.answer(call); };
-    chosen.workstation = [this](const server::Request& request) {
+  server::ServerOptions server_options(const Options& options, const Homes& homes,
+                                       const Choices& wanted) {
+    server::ServerOptions served;
+    served.port = options.port;
+    served.executable_folder = homes.executable_folder;
+    served.install_home = homes.install_home;
+    served.bridge = &interpreter_;
+    served.enrolled_directories = [this] { return interpreter_.files().directories_json(); };
+    served.versioned_stores = [this] { return interpreter_.files().stores_json(); };
+    served.log = [](std::string_view line) { WriteStderr(line); };
+    served.request_close = &platform::RequestClose;
+    served.open_browser = wanted.open_page;
+    served.loopback_only = wanted.loopback_only;
+    served.terminals = &terminals_;
+    served.hub = &hub_;
+    served.chat = &sockets_;
+    served.json_rpc = [this](const server::JsonRpcCall& call) { return mcp_.answer(call); };
+    served.workstation = [this](const server::Request& request) {
       return workstation_.answer(request);
     };
-    return chosen;
+    return served;
   }
 
   WriteObservers observers() {
@@ -154,7 +154,7 @@ class RunningServer {
   server::TerminalOptions terminal_options(const Homes& homes) {
     server::TerminalOptions chosen;
     chosen.files = &platform::SystemFiles();
-    chosen.host_book = homes.host_book();
+    chosen.saved_hosts = homes.saved_hosts();
     chosen.post = [this](const server::TerminalPost& post) {
       hub_.post_terminal(post.bot, post.terminal, post.text);
     };
@@ -196,15 +196,15 @@ bool BecomesHealthy(std::int32_t port, const RunningServer& server) {
   return false;
 }
 
-void GreetTheUser(const Settings& settings, const Homes& homes, bool loopback_only) {
+void GreetTheUser(const Options& options, const Homes& homes, bool loopback_only) {
   std::string text =
-      "Mirebolt orchestration server up — " + Address(settings.port, "/") +
+      "Mirebolt orchestration server up — " + Address(options.port, "/") +
       "\n  data: " + homes.data_home + "\n  listens: " +
       (loopback_only ? "loopback (127.0.0.1 alone)"
                      : "all interfaces; 'listen = loopback' in mirebolt.cfg closes the rest") +
       "\n  next, in another terminal:\n";
   const std::string mb =
-      settings.port == kDefaultPort ? "mb" : "mb --port " + std::to_string(settings.port);
+      options.port == kDefaultPort ? "mb" : "mb --port " + std::to_string(options.port);
   text += "    " + mb + " memory.add me, notes, build, , the build needs VS 17.9\n";
   text += "    " + mb + " memory.retrieve me, notes, build\n";
   text += "    " + mb + " help\n";
@@ -218,54 +218,54 @@ void ShowPage(std::int32_t port, std::string_view path) {
   if (!platform::OpenPage(url)) WriteStdout(url + "\n");
 }
 
-int RunBoot(const Settings& settings, const Homes& homes, bool open_page) {
+int RunBoot(const Options& options, const Homes& homes, bool open_page) {
   if (!ClaimHomesOrSay(homes)) return 1;  // while there is a console to say it on
-  const std::string log = homes.log_path(settings.port);
+  const std::string log = homes.log_path(options.port);
   Status detached = platform::MakeDirectories(platform::SystemFiles(), platform::ParentPath(log));
   if (detached) detached = platform::DetachConsole(log);
   // It still serves; it only cannot say what it saw.
   if (!detached) WriteStderr("warning: no log: " + detached.error().text + "\n");
-  const auto instance = platform::SingleInstance::acquire(settings.port);
+  const auto instance = platform::SingleInstance::acquire(options.port);
   if (!instance.held()) return 0;
   const auto loopback_only = ListensOnLoopbackOnly(homes);
   if (!loopback_only) return Complain(loopback_only.error());
-  platform::PrepareUntilClosed();
-  const RunningServer server(settings, homes, {.loopback_only = *loopback_only});
-  if (!BecomesHealthy(settings.port, server)) {
+  platform::PrepareMainLoop();
+  const RunningServer server(options, homes, {.loopback_only = *loopback_only});
+  if (!BecomesHealthy(options.port, server)) {
     WriteStderr(
-        "Mirebolt: boot could not bind port " + std::to_string(settings.port) +
+        "Mirebolt: boot could not bind port " + std::to_string(options.port) +
         " (held by another process) — exiting instead of running a listener-less resident\n");
     return 1;
   }
-  if (open_page) ShowPage(settings.port, "/ui/");
-  platform::RunUntilClosed(TrayOf(settings.port));
+  if (open_page) ShowPage(options.port, "/ui/");
+  platform::RunMainLoop(TrayOf(options.port));
   return 0;
 }
 
-int RunInteractive(const Settings& settings, const Homes& homes, Role role, std::string_view word) {
-  const auto instance = platform::SingleInstance::acquire(settings.port);
+int RunInteractive(const Options& options, const Homes& homes, Role role, std::string_view word) {
+  const auto instance = platform::SingleInstance::acquire(options.port);
   if (!instance.held()) {
     if (role == Role::kInteractive) {
-      ShowPage(settings.port, "/ui/");
+      ShowPage(options.port, "/ui/");
     } else {
-      WriteStdout("Mirebolt resident already running — " + Address(settings.port, "/") + "\n");
+      WriteStdout("Mirebolt resident already running — " + Address(options.port, "/") + "\n");
     }
     return 0;
   }
   if (!ClaimHomesOrSay(homes)) return 1;
   const auto loopback_only = ListensOnLoopbackOnly(homes);
   if (!loopback_only) return Complain(loopback_only.error());
-  platform::PrepareUntilClosed();
+  platform::PrepareMainLoop();
   // `serve` is for a terminal or a service; the other words are for a person who wants the page.
   const bool open_page = role == Role::kInteractive && word != "serve";
-  const RunningServer server(settings, homes,
+  const RunningServer server(options, homes,
                              {.loopback_only = *loopback_only, .open_page = open_page});
   server.wait_until_listening();
-  if (!server.ended()) GreetTheUser(settings, homes, *loopback_only);
+  if (!server.ended()) GreetTheUser(options, homes, *loopback_only);
   if (!HasConfiguration(homes, platform::SystemFiles())) {
     platform::ShowBalloon("Mirebolt", "No configuration found — set it up in the tray.");
   }
-  platform::RunUntilClosed(TrayOf(settings.port));
+  platform::RunMainLoop(TrayOf(options.port));
   return server.failed() ? 1 : 0;
 }
 

@@ -8,8 +8,8 @@
 namespace mrb::mcp {
 namespace {
 
-constexpr std::size_t kMostNamed = 20;      // of unknown arguments; enough to see the mistake
-constexpr std::size_t kLongestNamed = 100;  // bytes of each
+constexpr std::size_t kMaxNamed = 20;        // of unknown arguments; enough to see the mistake
+constexpr std::size_t kMaxNameLength = 100;  // bytes of each
 
 struct Problems {
   std::vector<std::string> missing;
@@ -35,11 +35,11 @@ std::string Report(const Tool& tool, const Problems& problems) {
 
 void FindUnknown(const Tool& tool, const JsonValue& given, std::vector<std::string>& unknown) {
   for (const auto& [key, value] : given.members()) {
-    if (unknown.size() == kMostNamed) return;
+    if (unknown.size() == kMaxNamed) return;
     const std::string name = key.text();
     const auto known = FieldsOf(tool);
     if (std::ranges::find(known, name, &Field::name) == known.end()) {
-      unknown.emplace_back(CutUtf8(name, kLongestNamed));
+      unknown.emplace_back(CutUtf8(name, kMaxNameLength));
     }
   }
 }

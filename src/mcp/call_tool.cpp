@@ -4,9 +4,7 @@
 #include "common/text.h"
 #include "mcp/argument_check.h"
 #include "mcp/command_pattern.h"
-#include "mcp/live_tools.h"
 #include "mcp/method.h"
-#include "mcp/tool_list.h"
 #include "mcp/tool_table.h"
 
 namespace mrb::mcp {
@@ -36,7 +34,7 @@ Result<std::string> CommandOf(const Tool& tool, const Arguments& arguments) {
 }
 
 std::string RunTool(const MethodCall& call, const Tool& tool, const Arguments& arguments) {
-  if (const LiveTool live = FindLiveTool(tool.name)) return live(call, arguments);
+  if (tool.run != nullptr) return tool.run(call, arguments);
   const auto command = CommandOf(tool, arguments);
   return command ? RunCommand(call, *command) : command.error().text;
 }

@@ -4,7 +4,6 @@
 
 #include "common/json_text.h"
 #include "common/text.h"
-#include "mcp/listings.h"
 #include "mcp/method.h"
 #include "mcp/prompt_table.h"
 #include "mcp/tool_table.h"
@@ -12,7 +11,7 @@
 namespace mrb::mcp {
 namespace {
 
-constexpr std::size_t kMostValues = 100;  // the protocol's own limit
+constexpr std::size_t kMaxValues = 100;  // the protocol's own limit
 
 constexpr std::string_view kMemoTypes =
     "procedure history preference note example foundation protocol usage decision constraint "
@@ -57,13 +56,13 @@ std::vector<std::string> Complete(const MethodCall& call, std::string_view argum
                                   std::string_view value) {
   switch (SubjectOf(argument)) {
     case Subject::kContext:
-      return ListContexts(call, kMostValues, value);
+      return ListContexts(call, kMaxValues, value);
     case Subject::kTopic: {
       const JsonValue given = call.params.find("context").find("arguments");
-      return ListTopics(call, given.find("context").text(), kMostValues, value);
+      return ListTopics(call, given.find("context").text(), kMaxValues, value);
     }
     case Subject::kPath:
-      return ListPaths(call, kMostValues, value);
+      return ListPaths(call, kMaxValues, value);
     case Subject::kMemoType:
       return WordsWith(kMemoTypes, value);
     case Subject::kNone:

@@ -21,7 +21,7 @@ struct McpOptions {
   server::InterpreterBridge* bridge = nullptr;  ///< must be set
   server::Terminals* terminals = nullptr;       ///< null: the terminal tools say so
   chat::Hub* hub = nullptr;                     ///< null: the chat tools say so
-  std::size_t max_answer = kUsualMaxAnswer;     ///< bytes of a tool's answer text
+  std::size_t max_answer = kDefaultMaxAnswer;   ///< bytes of a tool's answer text
   std::chrono::milliseconds chat_wait{25'000};  ///< of chat.read, while nothing is said
 };
 

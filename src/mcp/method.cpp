@@ -5,7 +5,6 @@
 
 #include "common/json_text.h"
 #include "common/text.h"
-#include "mcp/tool_table.h"
 #include "server/http/interpreter_bridge.h"
 
 namespace mrb::mcp {
@@ -58,13 +57,13 @@ std::string RunCommand(const MethodCall& call, std::string_view command) {
 }
 
 Outcome Initialize(const MethodCall& call) {
-  constexpr std::size_t kLongestName = 100;
+  constexpr std::size_t kMaxName = 100;
   const std::string wanted = ParamText(call, "protocolVersion");
   const std::string_view agreed = IsKnownRevision(wanted) ? wanted : kRevisions.front();
   {
     const std::scoped_lock lock(call.session.mutex);
     call.session.protocol = agreed;
-    call.session.client = CutUtf8(call.params.find("clientInfo").find("name").text(), kLongestName);
+    call.session.client = CutUtf8(call.params.find("clientInfo").find("name").text(), kMaxName);
   }
   std::string result = R"({"protocolVersion":)" + JsonString(agreed);
   result.append(R"(,"capabilities":)").append(kCapabilities);

@@ -11,6 +11,9 @@
 
 namespace mrb::mcp {
 
+/// The bot id under which the commands run: the author of versions and the owner of locks.
+inline constexpr std::string_view kBot = "mcp";
+
 /// One request on its way to its method.
 struct MethodCall {
   const McpOptions& options;

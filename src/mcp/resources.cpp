@@ -7,15 +7,15 @@
 #include "common/text.h"
 #include "common/url.h"
 #include "mcp/command_pattern.h"
-#include "mcp/listings.h"
 #include "mcp/method.h"
+#include "mcp/tool_table.h"
 
 namespace mrb::mcp {
 namespace {
 
 constexpr std::string_view kScheme = "mrb:///";
 constexpr std::string_view kTurns = "mrb:///turns";
-constexpr std::size_t kMostListed = 500;  // contexts; a client shows no more
+constexpr std::size_t kMaxListed = 500;  // contexts; a client shows no more
 
 struct Template {
   std::string_view uri;
@@ -84,7 +84,7 @@ Outcome ListResources(const MethodCall& call) {
   std::string list = R"({"resources":[)";
   AppendResource(list, kTurns, kTemplates[4].name, kTemplates[4].about, "uri");
   if (call.http.trusted) {
-    for (const std::string& context : ListContexts(call, kMostListed)) {
+    for (const std::string& context : ListContexts(call, kMaxListed)) {
       AppendResource(list, std::string(kScheme) + "ctx/" + EncodeForm(context), context,
                      kTemplates[1].about, "uri");
     }

@@ -10,7 +10,7 @@ namespace mrb::mcp {
 namespace {
 
 // A batch is answered by one thread, one message after the other; more than this is no use.
-constexpr std::size_t kMostInBatch = 100;
+constexpr std::size_t kMaxInBatch = 100;
 
 struct MethodRow {
   std::string_view name;
@@ -96,7 +96,7 @@ class McpService::Impl {
       return ErrorMessage("null", InvalidRequest(what).error());
     };
     if (messages.empty()) return refuse("an empty batch");
-    if (messages.size() > kMostInBatch) return refuse("a batch of more than 100 messages");
+    if (messages.size() > kMaxInBatch) return refuse("a batch of more than 100 messages");
     if (!batches_allowed(session)) return refuse("this protocol revision has no batches");
     std::string all;
     for (const JsonValue& message : messages) {

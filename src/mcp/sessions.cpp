@@ -6,10 +6,9 @@
 namespace mrb::mcp {
 
 Sessions::SessionRef Sessions::of(std::string_view id) {
-  constexpr std::size_t kLongestId =
-      128;  // more is not one of ours; the rest would only fill memory
+  constexpr std::size_t kMaxId = 128;  // more is not one of ours; the rest would only fill memory
   const std::scoped_lock lock(mutex_);
-  const std::string_view key = id.substr(0, kLongestId);
+  const std::string_view key = id.substr(0, kMaxId);
   auto found = entries_.find(key);
   if (found == entries_.end()) {
     make_room();
@@ -20,7 +19,7 @@ Sessions::SessionRef Sessions::of(std::string_view id) {
 }
 
 void Sessions::make_room() {
-  if (entries_.size() < kMost) return;
+  if (entries_.size() < kMax) return;
   entries_.erase(std::ranges::min_element(entries_, {},
                                           [](const auto& entry) { return entry.second.last_use; }));
 }

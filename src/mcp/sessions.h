@@ -31,7 +31,7 @@ class Sessions {
   [[nodiscard]] static std::string new_id();
 
  private:
-  static constexpr std::size_t kMost = 1000;  ///< then the one longest unused is forgotten
+  static constexpr std::size_t kMax = 1000;  ///< then the one longest unused is forgotten
 
   struct Entry {
     SessionRef session;

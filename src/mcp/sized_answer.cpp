@@ -34,7 +34,7 @@ std::string Numbered(std::uint64_t number, std::string_view what) {
 
 std::string SizedAnswer(std::string_view answer, std::uint64_t offset, std::size_t most,
                         bool can_page) {
-  most = std::max(most, kLeastMaxAnswer);
+  most = std::max(most, kMinMaxAnswer);
   const std::size_t width = most - kNote;
   std::string_view rest = answer;
   const std::uint64_t skipped = SkipLines(rest, offset, width);

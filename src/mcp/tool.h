@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "mcp/field.h"
+#include "mcp/method.h"
 
 namespace mrb::mcp {
 
@@ -27,23 +28,26 @@ class Arguments {
 /// Makes the command text of a call; the error's text is the answer instead, and nothing is run.
 using CommandBuilder = Result<std::string> (*)(const Arguments& arguments);
 
+/// Answers a call without a command.
+using ToolFunction = std::string (*)(const MethodCall& call, const Arguments& arguments);
+
 /// Lines of the answer that the caller has seen already; understood by every tool that has it.
 inline constexpr std::string_view kOffset = "offset";
 inline constexpr Field kOffsetField{
     kOffset, FieldType::kWhole, false,
     "Lines of the answer to leave out. Only when an earlier answer was cut and named this number."};
 
-inline constexpr std::size_t kMostFields = 8;
+inline constexpr std::size_t kMaxFields = 8;
 
-/// One row. A tool either runs a command or, without a pattern and a builder, is one that the
-/// service answers itself.
+/// One row. A tool runs the command that its pattern or builder makes, or its own function.
 struct Tool {
   std::string_view name;
   std::string_view about = {};
-  Field fields[kMostFields] = {};  ///< the first without a name ends them
+  Field fields[kMaxFields] = {};   ///< the first without a name ends them
   std::string_view pattern = {};   ///< see command_pattern.h
   CommandBuilder build = nullptr;  ///< where a pattern is not enough
   bool built = true;               ///< false: this executable has no verb for it
+  ToolFunction run = nullptr;      ///< of a tool that is no command
 };
 
 /// The row's fields that are there.

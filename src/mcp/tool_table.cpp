@@ -2,7 +2,36 @@
 
 #include <algorithm>
 
+#include "common/json_text.h"
+#include "common/text.h"
+#include "mcp/command_pattern.h"
+
 namespace mrb::mcp {
+
+namespace {
+
+/// A listing's entries are the lines behind two blanks; two blanks end the name.
+std::vector<std::string> Entries(std::string_view answer, std::size_t most,
+                                 std::string_view prefix) {
+  constexpr std::string_view kIndent = "  ";
+  std::vector<std::string> names;
+  while (!answer.empty() && names.size() < most) {
+    const auto end = std::min(answer.find('\n'), answer.size());
+    std::string_view line = answer.substr(0, end);
+    answer.remove_prefix(std::min(end + 1, answer.size()));
+    if (!line.starts_with(kIndent)) continue;
+    line.remove_prefix(kIndent.size());
+    const std::string_view name = line.substr(0, line.find(kIndent));
+    if (EqualsIgnoreCase(name.substr(0, prefix.size()), prefix)) names.emplace_back(name);
+  }
+  return names;
+}
+
+bool IsOneLine(std::string_view text) {
+  return text.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
+}
+
+}  // namespace
 
 std::span<const Field> FieldsOf(const Tool& tool) {
   const auto* end = std::ranges::find_if(tool.fields, &std::string_view::empty, &Field::name);
@@ -24,6 +53,57 @@ const std::vector<const Tool*>& Tools() {
 const Tool* FindTool(std::string_view name) {
   const auto found = std::ranges::find(Tools(), name, &Tool::name);
   return found == Tools().end() ? nullptr : *found;
+}
+
+std::string InputSchema(const Tool& tool) {
+  std::string properties;
+  std::string required;
+  for (const Field& field : FieldsOf(tool)) {
+    if (!properties.empty()) properties += ',';
+    properties += JsonString(field.name) + ":" + FieldSchema(field);
+    if (!field.required) continue;
+    if (!required.empty()) required += ',';
+    required += JsonString(field.name);
+  }
+  std::string schema = R"({"type":"object","properties":{)" + properties + "}";
+  if (!required.empty()) schema += ",\"required\":[" + required + "]";
+  return schema + "}";
+}
+
+const std::string& ToolList() {
+  static const std::string kList = [] {
+    std::string list = R"({"tools":[)";
+    for (const Tool* tool : Tools()) {
+      if (!list.ends_with('[')) list += ',';
+      list += "{\"name\":" + JsonString(tool->name) +
+              ",\"description\":" + JsonString(tool->about) +
+              ",\"inputSchema\":" + InputSchema(*tool) + "}";
+    }
+    return list + "]}";
+  }();
+  return kList;
+}
+
+std::vector<std::string> ListContexts(const MethodCall& call, std::size_t most,
+                                      std::string_view prefix) {
+  return Entries(RunCommand(call, "memory.contexts mcp"), most, prefix);
+}
+
+std::vector<std::string> ListTopics(const MethodCall& call, std::string_view context,
+                                    std::size_t most, std::string_view prefix) {
+  if (context.empty() || !IsOneLine(context)) return {};
+  return Entries(RunCommand(call, "memory.browse mcp, " + std::string(context)), most, prefix);
+}
+
+std::vector<std::string> ListPaths(const MethodCall& call, std::size_t most,
+                                   std::string_view prefix) {
+  if (!IsOneLine(prefix)) return {};
+  const auto slash = prefix.rfind('/');
+  const std::string folder(prefix.substr(0, slash == std::string_view::npos ? 0 : slash + 1));
+  auto paths = Entries(RunCommand(call, "fsstat:list " + PlainOrTagged("path", folder)), most,
+                       prefix.substr(folder.size()));
+  for (std::string& path : paths) path.insert(0, folder);
+  return paths;
 }
 
 }  // namespace mrb::mcp

@@ -1,4 +1,4 @@
-#include "mcp/memory_fields.h"
+#include "mcp/field.h"
 #include "mcp/tool_table.h"
 
 namespace mrb::mcp {

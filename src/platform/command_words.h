@@ -12,4 +12,8 @@ namespace mrb::platform {
 /// outside of quotes means more than itself there (pipes, variables, globs, assignments, comments).
 [[nodiscard]] std::optional<std::vector<std::string>> SplitCommandWords(std::string_view line);
 
+/// The arguments as one command line that Windows splits into exactly these again (the rules of
+/// CommandLineToArgvW). The first, the program, is always quoted and must hold no quote itself.
+[[nodiscard]] std::string WindowsCommandLine(const std::vector<std::string>& arguments);
+
 }  // namespace mrb::platform

@@ -5,6 +5,7 @@
 #include "platform/paths.h"
 
 namespace mrb::platform {
+
 namespace {
 
 /// Reads until the file ends, which may be behind the size it had when it was opened.
@@ -39,6 +40,16 @@ Result<bool> MakeOne(FileSystem& files, const std::string& path) {
   // A link to a folder is as good as a folder; status() does not say where it leads.
   if (there && there->type != FileStatus::Type::kFile) return true;
   return std::unexpected(there ? made.error() : there.error());
+}
+
+Status WriteAndFlush(FileSystem& files, const std::string& path,
+                     std::span<const std::string_view> pieces) {
+  auto file = files.open(path, FileSystem::OpenMode::kReplace);
+  if (!file) return std::unexpected(file.error());
+  for (const std::string_view piece : pieces) {
+    if (Status written = (*file)->append(piece); !written) return written;
+  }
+  return (*file)->sync();
 }
 
 }  // namespace
@@ -76,6 +87,23 @@ Status MakeDirectories(FileSystem& files, const std::string& path) {
 
 bool Exists(FileSystem& files, const std::string& path) {
   return files.status(path).has_value();
+}
+
+Status ReplaceFile(FileSystem& files, const std::string& path,
+                   std::span<const std::string_view> pieces) {
+  const std::string temporary = path + ".tmp";
+  Status done = WriteAndFlush(files, temporary, pieces);
+  if (done) done = files.rename_replace(temporary, path);
+  if (!done) {
+    // The reason to report is the first one; a temporary that stays is written over next time.
+    static_cast<void>(files.remove_file(temporary));
+    return done;
+  }
+  return files.sync_directory(ParentPath(path));
+}
+
+Status ReplaceFile(FileSystem& files, const std::string& path, std::string_view contents) {
+  return ReplaceFile(files, path, std::span(&contents, 1));
 }
 
 }  // namespace mrb::platform

@@ -5,14 +5,14 @@
 namespace mrb::platform {
 namespace {
 
-constexpr std::uint64_t kMostLogBytes = 5'000'000;
+constexpr std::uint64_t kMaxLogBytes = 5'000'000;
 
 }  // namespace
 
 void SetAsideLargeLog(const std::string& path) {
   FileSystem& files = SystemFiles();
   const auto log = files.status(path);
-  if (!log || log->size <= kMostLogBytes) return;
+  if (!log || log->size <= kMaxLogBytes) return;
   static_cast<void>(files.rename_replace(path, path + ".old"));
 }
 

@@ -6,7 +6,7 @@
 #include "memory/verbs/memory_service.h"
 #include "server/terminals/terminal_session.h"
 #include "vfs/store/version_store.h"
-#include "workstation/change_books.h"
+#include "workstation/change_log_cache.h"
 #include "workstation/event_feed.h"
 
 namespace mrb::workstation {
@@ -23,11 +23,11 @@ class Activity {
   void terminal_changed(std::string_view what, const server::TerminalSession& session);
 
   [[nodiscard]] EventFeed& events() { return events_; }
-  [[nodiscard]] ChangeBooks& books() { return books_; }
+  [[nodiscard]] ChangeLogCache& books() { return books_; }
 
  private:
   EventFeed events_;
-  ChangeBooks books_;
+  ChangeLogCache books_;
 };
 
 /// The name of a store in the routes: a short text that stays the same.

@@ -6,16 +6,16 @@
 #include "vfs/diff/text_lines.h"
 #include "vfs/diff/text_script.h"
 #include "vfs/model/node_diff.h"
-#include "workstation/desk.h"
+#include "workstation/route_context.h"
 
 namespace mrb::workstation {
 namespace {
 
 // What a page can draw and a person can follow. Past these the rest is counted, not sent.
-constexpr std::uint64_t kMostLines = 20'000;
-constexpr std::uint64_t kMostText = std::uint64_t{4} << 20U;
-constexpr std::size_t kLongestLine = 4000;
-constexpr std::uint64_t kUsualContext = 3;
+constexpr std::uint64_t kMaxLines = 20'000;
+constexpr std::uint64_t kMaxText = std::uint64_t{4} << 20U;
+constexpr std::size_t kMaxLine = 4000;
+constexpr std::uint64_t kDefaultContext = 3;
 
 struct Side {
   std::uint32_t version = 0;  ///< 0: nothing at all
@@ -87,14 +87,14 @@ class RunWriter {
     diff::ForEachLine(text, [&](std::string_view line) {
       const std::uint64_t number = at++;
       if (number < from || number >= from + count) return;
-      if (lines_ >= kMostLines || json_.size() >= kMostText) {
+      if (lines_ >= kMaxLines || json_.size() >= kMaxText) {
         cut_ = true;
         return;
       }
       ++lines_;
-      const bool is_long = line.size() > kLongestLine;
+      const bool is_long = line.size() > kMaxLine;
       cut_ = cut_ || is_long;
-      json_.value(is_long ? std::string(CutUtf8(line, kLongestLine)) + "…" : std::string(line));
+      json_.value(is_long ? std::string(CutUtf8(line, kMaxLine)) + "…" : std::string(line));
     });
     json_.end_array();
   }
@@ -114,10 +114,10 @@ void AddSide(JsonWriter& json, std::string_view name, const Side& side) {
 
 }  // namespace
 
-Answer AnswerDiff(Desk& desk, const Params& params) {
-  const auto context = params.number("context", kUsualContext, kMostLines);
+Answer AnswerDiff(RouteContext& route, const Params& params) {
+  const auto context = params.number("context", kDefaultContext, kMaxLines);
   if (!context) return std::unexpected(context.error());
-  auto held = FileOf(desk, params);
+  auto held = FileOf(route, params);
   if (!held) return std::unexpected(held.error());
   const auto a = SideOf(*held, params, "a");
   if (!a) return std::unexpected(a.error());

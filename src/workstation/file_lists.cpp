@@ -5,8 +5,8 @@
 
 #include "vfs/policy/policy.h"
 #include "vfs/query/glob.h"
-#include "workstation/desk.h"
-#include "workstation/page_of.h"
+#include "workstation/params.h"
+#include "workstation/route_context.h"
 
 namespace mrb::workstation {
 namespace {
@@ -95,8 +95,8 @@ bool Fits(std::string_view glob, std::string_view path) {
 
 }  // namespace
 
-Answer AnswerStores(Desk& desk, const Params& /*params*/) {
-  vfs::StoreRegistry& stores = desk.parts.files.stores();
+Answer AnswerStores(RouteContext& route, const Params& /*params*/) {
+  vfs::StoreRegistry& stores = route.parts.files.stores();
   JsonWriter json = BeginAnswer();
   json.key("stores").begin_array();
   for (const StoreRef& store : stores.all()) AddStore(json, stores, store);
@@ -104,8 +104,8 @@ Answer AnswerStores(Desk& desk, const Params& /*params*/) {
   return EndAnswer(json);
 }
 
-Answer AnswerFolder(Desk& desk, const Params& params) {
-  const auto store = StoreOf(desk, params);
+Answer AnswerFolder(RouteContext& route, const Params& params) {
+  const auto store = StoreOf(route, params);
   if (!store) return std::unexpected(store.error());
   const auto page = params.page();
   if (!page) return std::unexpected(page.error());
@@ -129,12 +129,12 @@ Answer AnswerFolder(Desk& desk, const Params& params) {
   return EndAnswer(json);
 }
 
-Answer AnswerFileNames(Desk& desk, const Params& params) {
+Answer AnswerFileNames(RouteContext& route, const Params& params) {
   const auto page = params.page();
   if (!page) return std::unexpected(page.error());
   const auto wanted = params.needed("q");
   if (!wanted) return std::unexpected(wanted.error());
-  const auto stores = StoresOf(desk, params);
+  const auto stores = StoresOf(route, params);
   if (!stores) return std::unexpected(stores.error());
   const std::string glob = GlobOf(*wanted);
   const bool deleted = params.is_set("deleted");

@@ -3,20 +3,20 @@
 #include <algorithm>
 #include <atomic>
 
-#include "common/share_out.h"
+#include "common/parallel.h"
 #include "common/text.h"
 #include "vfs/search/line_search.h"
 #include "vfs/verbs/store_query.h"
-#include "workstation/desk.h"
+#include "workstation/route_context.h"
 
 namespace mrb::workstation {
 namespace {
 
 constexpr std::size_t kFilesPerTurn = 32;
-constexpr std::uint64_t kUsualLines = 500;
-constexpr std::uint64_t kMostLines = 2000;   // what somebody may still look through
-constexpr std::size_t kMostOfOneFile = 100;  // so that one file does not hide the others
-constexpr std::size_t kLongestLine = 400;
+constexpr std::uint64_t kDefaultLines = 500;
+constexpr std::uint64_t kMaxLines = 2000;   // what somebody may still look through
+constexpr std::size_t kMaxOfOneFile = 100;  // so that one file does not hide the others
+constexpr std::size_t kMaxLine = 400;
 constexpr std::size_t kLead = 80;  // of a longer line, before its match
 
 /// What is still being typed often cannot be read yet: no failure, but what is wrong with it.
@@ -51,8 +51,8 @@ struct Matches {
 
 void AddLine(JsonWriter& json, const search::LineMatch& match, search::Span span) {
   const std::size_t from =
-      match.line.size() <= kLongestLine || span.begin < kLead ? 0 : span.begin - kLead;
-  const std::string_view text = CutUtf8(match.line.substr(from), kLongestLine);
+      match.line.size() <= kMaxLine || span.begin < kLead ? 0 : span.begin - kLead;
+  const std::string_view text = CutUtf8(match.line.substr(from), kMaxLine);
   json.begin_object().field("line", match.number).field("lead", from > 0);
   // Three pieces instead of places: the page counts characters, and these are bytes.
   const std::size_t begin = std::min(span.begin - from, text.size());
@@ -67,24 +67,24 @@ Matches SearchFile(search::LineSearch& search, std::string_view bytes) {
   JsonWriter json;
   json.begin_array();
   search.search(bytes, [&](const search::LineMatch& match) {
-    if (matches.found++ < kMostOfOneFile) AddLine(json, match, search.span(match.line));
+    if (matches.found++ < kMaxOfOneFile) AddLine(json, match, search.span(match.line));
     return true;
   });
-  matches.shown = std::min<std::uint64_t>(matches.found, kMostOfOneFile);
+  matches.shown = std::min<std::uint64_t>(matches.found, kMaxOfOneFile);
   if (matches.found > 0) matches.lines = json.end_array().take();
   return matches;
 }
 
 }  // namespace
 
-Answer AnswerFileQuery(Desk& desk, const Params& params) {
+Answer AnswerFileQuery(RouteContext& route, const Params& params) {
   const auto page = params.page();
   if (!page) return std::unexpected(page.error());
   const auto wanted = params.needed("q");
   if (!wanted) return std::unexpected(wanted.error());
   const auto expression = query::Expression::parse(Inside(*wanted));
   if (!expression) return Problem(expression.error());
-  const auto stores = StoresOf(desk, params);
+  const auto stores = StoresOf(route, params);
   if (!stores) return std::unexpected(stores.error());
   JsonWriter json = BeginAnswer();
   std::uint64_t total = 0;
@@ -100,8 +100,8 @@ Answer AnswerFileQuery(Desk& desk, const Params& params) {
   return EndAnswer(json);
 }
 
-Answer AnswerGrep(Desk& desk, const Params& params) {
-  const auto limit = params.number("limit", kUsualLines, kMostLines);
+Answer AnswerGrep(RouteContext& route, const Params& params) {
+  const auto limit = params.number("limit", kDefaultLines, kMaxLines);
   if (!limit) return std::unexpected(limit.error());
   const auto pattern = params.needed("q");
   if (!pattern) return std::unexpected(pattern.error());
@@ -109,7 +109,7 @@ Answer AnswerGrep(Desk& desk, const Params& params) {
                                                         .whole_words = params.is_set("words"),
                                                         .literal = params.is_set("literal")});
   if (!matcher) return Problem(matcher.error());
-  const auto stores = StoresOf(desk, params);
+  const auto stores = StoresOf(route, params);
   if (!stores) return std::unexpected(stores.error());
   JsonWriter json = BeginAnswer();
   std::uint64_t files = 0;
@@ -119,7 +119,7 @@ Answer AnswerGrep(Desk& desk, const Params& params) {
   for (const auto& store : *stores) {
     const vfs::StoreSnapshot snapshot = vfs::TakeSnapshot(store);
     std::vector<Matches> matches(snapshot.files.size());
-    ShareOut(matches.size(), kFilesPerTurn, [&] {
+    ParallelFor(matches.size(), kFilesPerTurn, [&] {
       return
           [&, search = search::LineSearch(*matcher)](std::size_t begin, std::size_t end) mutable {
             for (std::size_t i = begin; i < end; ++i) {

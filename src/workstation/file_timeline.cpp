@@ -8,15 +8,15 @@
 #include <map>
 
 #include "common/text.h"
-#include "workstation/desk.h"
+#include "workstation/route_context.h"
 
 namespace mrb::workstation {
 namespace {
 
 using StoreRef = std::shared_ptr<vfs::VersionStore>;
-using Line = ChangeBook::Line;
+using Line = ChangeLogTable::Line;
 
-constexpr std::size_t kMostAuthors = 100;  // in the list to choose from
+constexpr std::size_t kMaxAuthors = 100;  // in the list to choose from
 
 /// "2026", "2026-11-23" or "2026-11-23 09:05:00" and what lies between, as a packed stamp.
 Result<std::uint64_t> ParseSince(std::string_view text) {
@@ -54,7 +54,7 @@ struct Wanted {
   std::string author;
   std::string path;  ///< a file, or a folder with what is below; empty: any
 
-  [[nodiscard]] bool fits(const ChangeBook& book, const Line& line) const {
+  [[nodiscard]] bool fits(const ChangeLogTable& book, const Line& line) const {
     if (line.carried || line.stamp < since) return false;
     if (!author.empty() && book.name(line.author) != author) return false;
     if (path.empty()) return true;
@@ -65,7 +65,7 @@ struct Wanted {
 
 /// A walk back through one book.
 struct Walk {
-  const ChangeBook* book = nullptr;
+  const ChangeLogTable* book = nullptr;
   std::string store;
   std::size_t left = 0;  ///< lines before the walk's place
 
@@ -84,12 +84,13 @@ void AddLine(JsonWriter& json, const Walk& walk) {
   json.field("kind", vfs::ChangeKindName(line.kind)).field("size", line.size).end_object();
 }
 
-void AddAuthors(JsonWriter& json, std::span<const ChangeBook* const> books) {
+void AddAuthors(JsonWriter& json, std::span<const ChangeLogTable* const> books) {
   std::vector<std::string_view> authors;
-  for (const ChangeBook* book : books) std::ranges::copy(book->authors(), back_inserter(authors));
+  for (const ChangeLogTable* book : books)
+    std::ranges::copy(book->authors(), back_inserter(authors));
   std::ranges::sort(authors);
   authors.erase(std::ranges::unique(authors).begin(), authors.end());
-  authors.resize(std::min(authors.size(), kMostAuthors));
+  authors.resize(std::min(authors.size(), kMaxAuthors));
   json.key("authors").begin_array();
   for (const std::string_view author : authors) json.value(author);
   json.end_array();
@@ -121,10 +122,10 @@ void AddLines(JsonWriter& json, std::vector<Walk>& walks, const Wanted& wanted,
 
 }  // namespace
 
-Answer AnswerTimeline(Desk& desk, const Params& params) {
-  const auto stores = StoresOf(desk, params);
+Answer AnswerTimeline(RouteContext& route, const Params& params) {
+  const auto stores = StoresOf(route, params);
   if (!stores) return std::unexpected(stores.error());
-  const auto limit = params.number("limit", kUsualRows, kMostRows);
+  const auto limit = params.number("limit", kDefaultRows, kMaxRows);
   if (!limit) return std::unexpected(limit.error());
   const auto since = ParseSince(params.text("since"));
   if (!since) return std::unexpected(since.error());
@@ -132,7 +133,7 @@ Answer AnswerTimeline(Desk& desk, const Params& params) {
   const std::string before = params.text("before");
   const Places places = ParsePlaces(before);
   JsonWriter json = BeginAnswer();
-  const Status read = desk.parts.activity.books().with(*stores, [&](auto books) {
+  const Status read = route.parts.activity.books().with(*stores, [&](auto books) {
     std::vector<Walk> walks;
     for (std::size_t i = 0; i < books.size(); ++i) {
       Walk walk{books[i], StoreId(*(*stores)[i]), books[i]->lines().size()};

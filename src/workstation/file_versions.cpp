@@ -3,15 +3,15 @@
 #include <map>
 
 #include "common/text.h"
-#include "workstation/desk.h"
+#include "workstation/route_context.h"
 
 namespace mrb::workstation {
 namespace {
 
 using vfs::ChangeKind;
 
-constexpr std::uint64_t kUsualBytes = std::uint64_t{256} << 10U;
-constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 20U;  // a page draws all that it gets
+constexpr std::uint64_t kDefaultBytes = std::uint64_t{256} << 10U;
+constexpr std::uint64_t kMaxBytes = std::uint64_t{1} << 20U;  // a page draws all that it gets
 
 struct Version {
   std::string author;
@@ -22,7 +22,7 @@ struct Version {
 using Versions = std::map<std::uint32_t, Version>;
 
 /// What a line of the change log did to the list of versions.
-void Apply(Versions& versions, const ChangeBook& book, const ChangeBook::Line& line) {
+void Apply(Versions& versions, const ChangeLogTable& book, const ChangeLogTable::Line& line) {
   switch (line.kind) {
     case ChangeKind::kMirrorFail:
       versions.erase(line.version);
@@ -40,9 +40,9 @@ void Apply(Versions& versions, const ChangeBook& book, const ChangeBook::Line& l
                             line.kind == ChangeKind::kDelete};
 }
 
-Versions FromBook(const ChangeBook& book, const std::string& path) {
+Versions FromBook(const ChangeLogTable& book, const std::string& path) {
   std::vector<std::uint32_t> lines;
-  for (std::uint32_t at = book.newest_of(path); at != ChangeBook::kNone;) {
+  for (std::uint32_t at = book.newest_of(path); at != ChangeLogTable::kNone;) {
     lines.push_back(at);
     at = book.lines()[at].before;
   }
@@ -64,15 +64,15 @@ void Overlay(Versions& versions, const File& file) {
 
 }  // namespace
 
-Answer AnswerVersions(Desk& desk, const Params& params) {
+Answer AnswerVersions(RouteContext& route, const Params& params) {
   const auto page = params.page();
   if (!page) return std::unexpected(page.error());
-  const auto held = FileOf(desk, params);
+  const auto held = FileOf(route, params);
   if (!held) return std::unexpected(held.error());
   Versions versions;
-  const Status read = desk.parts.activity.books().with(std::span(&held->store, 1), [&](auto books) {
-    versions = FromBook(*books.front(), held->file->name);
-  });
+  const Status read = route.parts.activity.books().with(
+      std::span(&held->store, 1),
+      [&](auto books) { versions = FromBook(*books.front(), held->file->name); });
   if (!read) return std::unexpected(read.error());
   Overlay(versions, *held->file);
   JsonWriter json = BeginAnswer();
@@ -92,14 +92,14 @@ Answer AnswerVersions(Desk& desk, const Params& params) {
   return EndAnswer(json);
 }
 
-Answer AnswerBytes(Desk& desk, const Params& params) {
+Answer AnswerBytes(RouteContext& route, const Params& params) {
   const auto wanted = params.number("version", 0, UINT32_MAX);
   if (!wanted) return std::unexpected(wanted.error());
   const auto offset = params.number("offset", 0, UINT64_MAX);
   if (!offset) return std::unexpected(offset.error());
-  const auto limit = params.number("limit", kUsualBytes, kMostBytes);
+  const auto limit = params.number("limit", kDefaultBytes, kMaxBytes);
   if (!limit) return std::unexpected(limit.error());
-  auto held = FileOf(desk, params);
+  auto held = FileOf(route, params);
   if (!held) return std::unexpected(held.error());
   const VersionRecord* newest = held->file->newest_content();
   const auto version =

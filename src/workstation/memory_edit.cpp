@@ -7,9 +7,9 @@
 #include "memory/record/record_batch.h"
 #include "memory/text/tokenizer.h"
 #include "memory/verbs/fields.h"
-#include "memory/verbs/write_lane.h"
-#include "workstation/desk.h"
+#include "memory/verbs/memo_embeddings.h"
 #include "workstation/memo_json.h"
+#include "workstation/route_context.h"
 
 namespace mrb::workstation {
 namespace {
@@ -28,11 +28,11 @@ struct Draft {
   std::string content;
   std::uint32_t types = 0;
   memory::TokenList keywords;
-  memory::WriteLane lane;
+  memory::MemoEmbeddings lane;
 };
 
 /// Reads it, and embeds it where the context wants that, before anything is held.
-Result<Draft> DraftOf(Desk& desk, const Params& params) {
+Result<Draft> DraftOf(RouteContext& route, const Params& params) {
   Draft draft;
   auto context = params.needed("context");
   auto topic = params.needed("topic");
@@ -41,15 +41,13 @@ Result<Draft> DraftOf(Desk& desk, const Params& params) {
     if (!*given) return std::unexpected(given->error());
   }
   const auto types = memory::ParseMemoTypes(params.text("types"));
-  if (!types) {
-    return Fail(ErrorKind::kInvalidArgument, memory::UnknownTypeText(types.error().text));
-  }
+  if (!types) return Fail(ErrorKind::kInvalidArgument, memory::UnknownTypeText(types.error().text));
   draft.types = *types;
   draft.keywords =
       memory::BuildKeywordList(memory::SplitKeywords(params.text("keywords")), *content);
-  memory::MemoryService& memory = desk.parts.memory;
+  memory::MemoryService& memory = route.parts.memory;
   const memory::VerbCall call{memory.contexts(), memory.options(), "cli", "addmemo", {}};
-  draft.lane = memory::WriteLane::embed(call, {*context}, *content);
+  draft.lane = memory::MemoEmbeddings::embed(call, {*context}, *content);
   draft.context = *std::move(context);
   draft.topic = *std::move(topic);
   draft.content = *std::move(content);
@@ -58,10 +56,10 @@ Result<Draft> DraftOf(Desk& desk, const Params& params) {
 
 /// Calls `write` with the draft as a record to be written now.
 template <typename Write>
-auto WithFields(Desk& desk, const Draft& draft, Write write) {
+auto WithFields(RouteContext& route, const Draft& draft, Write write) {
   const auto words = draft.keywords.views();
   return write(memory::RecordFields{.props = draft.types,
-                                    .written = desk.parts.memory.options().now(),
+                                    .written = route.parts.memory.options().now(),
                                     .content = draft.content,
                                     .topic = draft.topic,
                                     .keywords = words,
@@ -74,11 +72,11 @@ std::string RecordBytes(const ContextStore& store, std::uint32_t row) {
 }
 
 /// The context for writing, when it exists.
-Result<memory::WriteAccess> Existing(Desk& desk, const std::string& context) {
-  if (!desk.parts.memory.contexts().exists(context)) {
+Result<memory::WriteAccess> Existing(RouteContext& route, const std::string& context) {
+  if (!route.parts.memory.contexts().exists(context)) {
     return Fail(ErrorKind::kNotFound, "no such context: " + context);
   }
-  return desk.parts.memory.contexts().write(context);
+  return route.parts.memory.contexts().write(context);
 }
 
 /// The memo that "n" and "mark" name; the mark may be left out.
@@ -92,10 +90,10 @@ Result<std::uint32_t> RowOf(const ContextStore& store, const Params& params) {
   return *row;
 }
 
-Answer Done(Desk& desk, Undo undo, const std::string& notice = {}) {
+Answer Done(RouteContext& route, Undo undo, const std::string& notice = {}) {
   JsonWriter json = BeginAnswer();
   json.field("n", undo.memos.front().n).field("notice", Trim(notice));
-  json.field("undo", desk.undo.put(std::move(undo)));
+  json.field("undo", route.undo.put(std::move(undo)));
   return EndAnswer(json);
 }
 
@@ -153,18 +151,18 @@ Result<std::uint64_t> TakeBack(ContextStore& store, const Undo& undo) {
 
 }  // namespace
 
-Answer AnswerAddMemo(Desk& desk, const Params& params) {
-  const auto draft = DraftOf(desk, params);
+Answer AnswerAddMemo(RouteContext& route, const Params& params) {
+  const auto draft = DraftOf(route, params);
   if (!draft) return std::unexpected(draft.error());
-  const auto access = desk.parts.memory.contexts().write(draft->context);
+  const auto access = route.parts.memory.contexts().write(draft->context);
   if (!access) return std::unexpected(access.error());
   ContextStore& store = *access->store;
   const auto offset = WithFields(
-      desk, *draft, [&](const memory::RecordFields& memo) { return store.append(memo); });
+      route, *draft, [&](const memory::RecordFields& memo) { return store.append(memo); });
   if (!offset) return std::unexpected(offset.error());
   const Rows rows = RowsOf(store, draft->topic);
   if (rows.empty()) return Fail(ErrorKind::kNoSpace, "written, but out of memory to show it");
-  return Done(desk,
+  return Done(route,
               {Undo::What::kAdded,
                draft->context,
                draft->topic,
@@ -173,10 +171,10 @@ Answer AnswerAddMemo(Desk& desk, const Params& params) {
               draft->lane.notice());
 }
 
-Answer AnswerUpdateMemo(Desk& desk, const Params& params) {
-  const auto draft = DraftOf(desk, params);
+Answer AnswerUpdateMemo(RouteContext& route, const Params& params) {
+  const auto draft = DraftOf(route, params);
   if (!draft) return std::unexpected(draft.error());
-  const auto access = Existing(desk, draft->context);
+  const auto access = Existing(route, draft->context);
   if (!access) return std::unexpected(access.error());
   ContextStore& store = *access->store;
   const auto row = RowOf(store, params);
@@ -187,16 +185,16 @@ Answer AnswerUpdateMemo(Desk& desk, const Params& params) {
             {{std::uint64_t{store.index().memos()[*row].ordinal} + 1, RecordBytes(store, *row)}},
             {}};
   const Status replaced = WithFields(
-      desk, *draft, [&](const memory::RecordFields& memo) { return store.replace(*row, memo); });
+      route, *draft, [&](const memory::RecordFields& memo) { return store.replace(*row, memo); });
   if (!replaced) return std::unexpected(replaced.error());
   undo.mark = MemoMark(store.index(), *row);
-  return Done(desk, std::move(undo), draft->lane.notice());
+  return Done(route, std::move(undo), draft->lane.notice());
 }
 
-Answer AnswerDeleteMemo(Desk& desk, const Params& params) {
+Answer AnswerDeleteMemo(RouteContext& route, const Params& params) {
   const auto context = params.needed("context");
   if (!context) return std::unexpected(context.error());
-  const auto access = Existing(desk, *context);
+  const auto access = Existing(route, *context);
   if (!access) return std::unexpected(access.error());
   ContextStore& store = *access->store;
   const std::string topic = params.text("topic");
@@ -215,15 +213,15 @@ Answer AnswerDeleteMemo(Desk& desk, const Params& params) {
   if (const auto removed = store.exchange(rows, {}, true); !removed) {
     return std::unexpected(removed.error());
   }
-  return Done(desk, std::move(undo));
+  return Done(route, std::move(undo));
 }
 
-Answer AnswerUndo(Desk& desk, const Params& params) {
+Answer AnswerUndo(RouteContext& route, const Params& params) {
   const auto number = params.number("undo", 0, UINT64_MAX);
   if (!number) return std::unexpected(number.error());
-  const auto undo = desk.undo.take(*number);
+  const auto undo = route.undo.take(*number);
   if (!undo) return Fail(ErrorKind::kNotFound, "this change can no longer be taken back");
-  const auto access = desk.parts.memory.contexts().write(undo->context);
+  const auto access = route.parts.memory.contexts().write(undo->context);
   if (!access) return std::unexpected(access.error());
   const auto n = TakeBack(*access->store, *undo);
   if (!n) return std::unexpected(n.error());

@@ -1,24 +1,28 @@
 // memory/contexts, topics, memos, memo and recent: what is remembered.
+// memory/download and memory/export: a context as a store file.
 
 #include <algorithm>
 
 #include "common/text.h"
 #include "memory/record/memo_types.h"
+#include "memory/record/store_format.h"
 #include "memory/text/tokenizer.h"
+#include "platform/paths.h"
 #include "vfs/query/text_search.h"
-#include "workstation/desk.h"
 #include "workstation/memo_json.h"
-#include "workstation/page_of.h"
+#include "workstation/params.h"
+#include "workstation/route_context.h"
 
 namespace mrb::workstation {
+
 namespace {
 
 using memory::ContextIndex;
 
-constexpr std::size_t kMostShown = 2000;                  // bytes of a memo in a list
-constexpr std::size_t kMostGlimpsed = 300;                // of one in the time line
-constexpr std::size_t kMostText = std::size_t{1} << 20U;  // of a memo by itself
-constexpr std::uint64_t kMostRecent = 10'000;             // as far back as a page goes
+constexpr std::size_t kMaxShown = 2000;                  // bytes of a memo in a list
+constexpr std::size_t kMaxGlimpsed = 300;                // of one in the time line
+constexpr std::size_t kMaxText = std::size_t{1} << 20U;  // of a memo by itself
+constexpr std::uint64_t kMaxRecent = 10'000;             // as far back as a page goes
 
 void AddText(JsonWriter& json, std::string_view content, std::size_t most) {
   const std::string_view text = CutUtf8(content, most);
@@ -89,7 +93,7 @@ std::vector<std::string> WriteOut(memory::ContextRegistry& registry,
       JsonWriter json;
       json.begin_object().field("context", ids[context]);
       AddMemo(json, index, row);
-      AddText(json, index.record(row).content, kMostGlimpsed);
+      AddText(json, index.record(row).content, kMaxGlimpsed);
       written[i] = json.end_object().take();
     }
   }
@@ -97,10 +101,24 @@ std::vector<std::string> WriteOut(memory::ContextRegistry& registry,
   return written;
 }
 
+/// An answer is made in memory as a whole; beyond this a file is the better way.
+constexpr std::uint64_t kMaxDownloaded = std::uint64_t{64} << 20U;
+
+/// The id as a name that is safe in a header.
+std::string FileName(std::string_view id) {
+  std::string name;
+  for (const char c : id) {
+    const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                       c == '-' || c == '_' || c == '.';
+    name += plain ? c : '_';
+  }
+  return name + ".mrb4";
+}
+
 }  // namespace
 
-Answer AnswerContexts(Desk& desk, const Params& /*params*/) {
-  const auto listed = desk.parts.memory.contexts().list();
+Answer AnswerContexts(RouteContext& route, const Params& /*params*/) {
+  const auto listed = route.parts.memory.contexts().list();
   if (!listed) return std::unexpected(listed.error());
   JsonWriter json = BeginAnswer();
   json.key("types").begin_array();
@@ -115,14 +133,14 @@ Answer AnswerContexts(Desk& desk, const Params& /*params*/) {
   return EndAnswer(json);
 }
 
-Answer AnswerTopics(Desk& desk, const Params& params) {
+Answer AnswerTopics(RouteContext& route, const Params& params) {
   const auto page = params.page();
   if (!page) return std::unexpected(page.error());
   const std::string order = params.text("order");
   const auto* const wanted =
       order.empty() ? std::begin(kOrders) : std::ranges::find(kOrders, order, &Order::name);
   if (wanted == std::end(kOrders)) return Fail(ErrorKind::kInvalidArgument, "no such order");
-  const auto access = ContextOf(desk.parts.memory.contexts(), params);
+  const auto access = ContextOf(route.parts.memory.contexts(), params);
   if (!access) return std::unexpected(access.error());
   const ContextIndex& index = access->store->index();
   std::vector<Topic> topics = TopicsOf(index, params.text("filter"));
@@ -138,10 +156,10 @@ Answer AnswerTopics(Desk& desk, const Params& params) {
   return EndAnswer(json);
 }
 
-Answer AnswerMemos(Desk& desk, const Params& params) {
+Answer AnswerMemos(RouteContext& route, const Params& params) {
   const auto page = params.page();
   if (!page) return std::unexpected(page.error());
-  const auto access = ContextOf(desk.parts.memory.contexts(), params);
+  const auto access = ContextOf(route.parts.memory.contexts(), params);
   if (!access) return std::unexpected(access.error());
   const ContextIndex& index = access->store->index();
   auto rows = index.topic_rows(params.text("topic"));
@@ -151,17 +169,17 @@ Answer AnswerMemos(Desk& desk, const Params& params) {
   for (const std::uint32_t row : rows.first(std::min<std::uint64_t>(page->limit, rows.size()))) {
     json.begin_object();
     AddMemo(json, index, row);
-    AddText(json, index.record(row).content, kMostShown);
+    AddText(json, index.record(row).content, kMaxShown);
     json.end_object();
   }
   json.end_array();
   return EndAnswer(json);
 }
 
-Answer AnswerMemo(Desk& desk, const Params& params) {
+Answer AnswerMemo(RouteContext& route, const Params& params) {
   const auto n = params.number("n", 1, UINT32_MAX);
   if (!n) return std::unexpected(n.error());
-  const auto access = ContextOf(desk.parts.memory.contexts(), params);
+  const auto access = ContextOf(route.parts.memory.contexts(), params);
   if (!access) return std::unexpected(access.error());
   const ContextIndex& index = access->store->index();
   const auto row = access->store->find_memo(params.text("topic"), *n);
@@ -171,7 +189,7 @@ Answer AnswerMemo(Desk& desk, const Params& params) {
   const auto of_content = tokens.views();
   JsonWriter json = BeginAnswer();
   AddMemo(json, index, *row);
-  AddText(json, record.content, kMostText);
+  AddText(json, record.content, kMaxText);
   // The memo is indexed under what its text holds anyway; these are what somebody added.
   json.key("given").begin_array();
   for (const std::string_view keyword : KeywordsOf(record)) {
@@ -181,12 +199,12 @@ Answer AnswerMemo(Desk& desk, const Params& params) {
   return EndAnswer(json);
 }
 
-Answer AnswerRecent(Desk& desk, const Params& params) {
+Answer AnswerRecent(RouteContext& route, const Params& params) {
   const auto page = params.page();
   if (!page) return std::unexpected(page.error());
-  auto& registry = desk.parts.memory.contexts();
+  auto& registry = route.parts.memory.contexts();
   const std::vector<std::string> ids = ContextsOf(registry, params);
-  const std::uint64_t reach = std::min(page->offset + page->limit, kMostRecent);
+  const std::uint64_t reach = std::min(page->offset + page->limit, kMaxRecent);
   std::vector<Recent> found;
   Failures failures;
   for (std::size_t i = 0; i < ids.size(); ++i) {
@@ -211,6 +229,43 @@ Answer AnswerRecent(Desk& desk, const Params& params) {
   json.key("memos").begin_array();
   for (const std::string& memo : WriteOut(registry, ids, rows)) json.raw(memo);
   json.end_array().field("more", found.size() > page->offset + page->limit);
+  return EndAnswer(json);
+}
+
+Answer AnswerDownload(RouteContext& route, const Params& params) {
+  const auto access = ContextOf(route.parts.memory.contexts(), params);
+  if (!access) return std::unexpected(access.error());
+  const std::string_view records = access->store->heap().bytes();
+  if (records.size() > kMaxDownloaded) {
+    return Fail(ErrorKind::kInvalidArgument, "too large to download; export it to a file");
+  }
+  server::Response response;
+  response.type = "application/octet-stream";
+  response.headers =
+      "\r\nX-Content-Type-Options: nosniff\r\nContent-Disposition: attachment; "
+      "filename=\"" +
+      FileName(access->context->id()) + "\"";
+  response.body.reserve(memory::kMagic.size() + records.size());
+  response.body.append(memory::kMagic).append(records);
+  return response;
+}
+
+Answer AnswerExport(RouteContext& route, const Params& params) {
+  auto path = params.needed("path");
+  if (!path) return std::unexpected(path.error());
+  if (!platform::IsAbsolutePath(*path)) {
+    return Fail(ErrorKind::kInvalidArgument, "path must be absolute");
+  }
+  const auto access = ContextOf(route.parts.memory.contexts(), params);
+  if (!access) return std::unexpected(access.error());
+  const auto there = route.parts.memory.options().files->status(*path);
+  if (there && there->type == platform::FileStatus::Type::kDirectory) {
+    *path = platform::JoinPath(*path, access->context->id() + ".mrb4");
+  }
+  const auto bytes = access->store->export_to(*path);
+  if (!bytes) return std::unexpected(bytes.error());
+  JsonWriter json = BeginAnswer();
+  json.name_field("path", *path).field("bytes", *bytes);
   return EndAnswer(json);
 }
 

@@ -12,23 +12,23 @@
 #include "memory/recall/temporal_query.h"
 #include "memory/text/tokenizer.h"
 #include "vfs/query/text_search.h"
-#include "workstation/desk.h"
 #include "workstation/memo_json.h"
+#include "workstation/route_context.h"
 
 namespace mrb::workstation {
 namespace {
 
 using memory::ContextIndex;
-using memory::Lane;
 using memory::QueryTerm;
+using memory::Ranker;
 
-constexpr std::uint64_t kUsualHits = 50;
-constexpr std::uint64_t kMostHits = 200;
-constexpr std::size_t kMostContexts = 100;
-constexpr std::size_t kMostSearchers = 4;         // contexts that are searched side by side
-constexpr std::size_t kMostPrefixed = 24;         // words that a beginning may stand for
-constexpr std::uint64_t kMostPostings = 400'000;  // memos they may be in, together
-constexpr std::size_t kLaneDepth = 1000;          // hits by words that are fused with other lanes
+constexpr std::uint64_t kDefaultHits = 50;
+constexpr std::uint64_t kMaxHits = 200;
+constexpr std::size_t kMaxContexts = 100;
+constexpr std::size_t kMaxSearchers = 4;         // contexts that are searched side by side
+constexpr std::size_t kMaxPrefixed = 24;         // words that a beginning may stand for
+constexpr std::uint64_t kMaxPostings = 400'000;  // memos they may be in, together
+constexpr std::size_t kLaneDepth = 1000;         // hits by words that are fused with other lanes
 constexpr std::size_t kNearest = 100;
 constexpr std::size_t kSnippet = 280;
 constexpr std::size_t kSnippetLead = 60;
@@ -53,11 +53,10 @@ std::vector<std::uint32_t> Complete(const ContextIndex& index, std::vector<Query
   std::vector<std::uint32_t> added;
   std::uint64_t postings = 0;
   const auto& keywords = index.keywords();
-  for (const std::uint32_t id :
-       index.prefixes().starting_with(keywords, last.text, kMostPrefixed)) {
+  for (const std::uint32_t id : index.prefixes().starting_with(keywords, last.text, kMaxPrefixed)) {
     if (Contains(last.exact, id) || Contains(last.semantic, id)) continue;
     postings += keywords.rows(id).size();
-    if (postings > kMostPostings && !added.empty()) break;
+    if (postings > kMaxPostings && !added.empty()) break;
     std::erase(last.thematic, id);
     (last.exact.empty() ? last.semantic : last.thematic).push_back(id);
     added.push_back(id);
@@ -73,7 +72,7 @@ void DropWideThemes(const ContextIndex& index, std::vector<QueryTerm>& terms) {
   for (QueryTerm& term : terms) {
     const auto wide = std::ranges::find_if(term.thematic, [&](std::uint32_t id) {
       postings += index.keywords().rows(id).size();
-      return postings > kMostPostings;
+      return postings > kMaxPostings;
     });
     term.thematic.erase(wide, term.thematic.end());
   }
@@ -82,7 +81,7 @@ void DropWideThemes(const ContextIndex& index, std::vector<QueryTerm>& terms) {
 struct Hit {
   std::uint32_t row = 0;
   double score = 0;
-  unsigned lanes = 1U << static_cast<unsigned>(Lane::kKeywords);
+  unsigned lanes = 1U << static_cast<unsigned>(Ranker::kKeywords);
   std::string json;
 };
 
@@ -124,7 +123,7 @@ void Rank(Searched& searched, const ContextIndex& index, const Question& questio
     }
     return;
   }
-  memory::RankedLanes lanes;
+  memory::RankedLists lanes;
   for (const auto& hit : words.hits()) lanes[0].push_back(hit.row);
   if (!vector.empty()) {
     for (const auto& near : index.vectors().nearest(vector, kNearest)) lanes[1].push_back(near.row);
@@ -179,7 +178,7 @@ void AddReasons(JsonWriter& json, const Searched& searched, const memory::Keywor
 void AddLanes(JsonWriter& json, unsigned lanes) {
   constexpr std::string_view kNames[] = {"words", "meaning", "date"};
   json.key("lanes").begin_array();
-  for (unsigned lane = 0; lane < memory::kLanes; ++lane) {
+  for (unsigned lane = 0; lane < memory::kRankers; ++lane) {
     if ((lanes >> lane & 1U) != 0) json.value(kNames[lane]);
   }
   json.end_array();
@@ -217,10 +216,10 @@ std::string HitJson(const Searched& searched, const ContextIndex& index, const H
 
 /// A context is held by itself, until its hits are written out: who held several could make
 /// somebody wait who makes us wait.
-void Search(Desk& desk, Searched& searched, const Question& question, std::size_t limit) {
+void Search(RouteContext& route, Searched& searched, const Question& question, std::size_t limit) {
   std::vector<float> vector;
-  if (question.deep) vector = VectorFor(desk.parts.memory, searched.id, question);
-  const auto access = desk.parts.memory.contexts().read(searched.id);
+  if (question.deep) vector = VectorFor(route.parts.memory, searched.id, question);
+  const auto access = route.parts.memory.contexts().read(searched.id);
   if (!access) {
     searched.failure = std::unexpected(access.error());
     return;
@@ -246,22 +245,22 @@ std::vector<std::pair<std::size_t, std::size_t>> Best(std::span<const Searched> 
 
 }  // namespace
 
-Answer AnswerMemorySearch(Desk& desk, const Params& params) {
-  const auto limit = params.number("limit", kUsualHits, kMostHits);
+Answer AnswerMemorySearch(RouteContext& route, const Params& params) {
+  const auto limit = params.number("limit", kDefaultHits, kMaxHits);
   if (!limit) return std::unexpected(limit.error());
   const auto text = params.needed("q");
   if (!text) return std::unexpected(text.error());
   const bool deep = params.is_set("deep");
   const Question question{*text, !deep && text->back() != ' ', deep,
-                          desk.parts.memory.options().now()};
+                          route.parts.memory.options().now()};
   std::vector<Searched> searched;
-  for (std::string& id : ContextsOf(desk.parts.memory.contexts(), params)) {
-    if (searched.size() < kMostContexts) searched.emplace_back(std::move(id));
+  for (std::string& id : ContextsOf(route.parts.memory.contexts(), params)) {
+    if (searched.size() < kMaxContexts) searched.emplace_back(std::move(id));
   }
   std::atomic<std::size_t> next = 0;
-  RunParallel(std::min(searched.size(), kMostSearchers), [&](std::size_t) {
+  RunParallel(std::min(searched.size(), kMaxSearchers), [&](std::size_t) {
     for (std::size_t i = next++; i < searched.size(); i = next++) {
-      Search(desk, searched[i], question, *limit);
+      Search(route, searched[i], question, *limit);
     }
   });
   Failures failures;

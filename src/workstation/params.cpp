@@ -24,7 +24,7 @@ Result<std::uint64_t> Params::number(std::string_view name, std::uint64_t otherw
 Result<Page> Params::page() const {
   const auto offset = number("offset", 0, UINT32_MAX);
   if (!offset) return std::unexpected(offset.error());
-  const auto limit = number("limit", kUsualRows, kMostRows);
+  const auto limit = number("limit", kDefaultRows, kMaxRows);
   if (!limit) return std::unexpected(limit.error());
   return Page{*offset, *limit};
 }

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "common/error.h"
 #include "server/http/http_message.h"
@@ -10,13 +13,13 @@
 namespace mrb::workstation {
 
 /// Rows that one answer holds at most, and without a wish.
-inline constexpr std::uint64_t kMostRows = 1000;
-inline constexpr std::uint64_t kUsualRows = 100;
+inline constexpr std::uint64_t kMaxRows = 1000;
+inline constexpr std::uint64_t kDefaultRows = 100;
 
 /// A part of a list.
 struct Page {
   std::uint64_t offset = 0;
-  std::uint64_t limit = kUsualRows;
+  std::uint64_t limit = kDefaultRows;
 };
 
 /// The parameters of one request: the query's for a GET, for a POST those of the body, which is a
@@ -45,5 +48,18 @@ class Params {
  private:
   std::string_view form_;
 };
+
+/// The rows of one page of `rows` as they would stand in the order of `less`, without putting the
+/// others in order: the work is linear in all of them, whichever page it is.
+template <typename Row, typename Less>
+[[nodiscard]] std::span<Row> PageOf(std::vector<Row>& rows, const Page& page, Less less) {
+  const auto begin = static_cast<std::ptrdiff_t>(std::min<std::uint64_t>(page.offset, rows.size()));
+  const auto count = static_cast<std::ptrdiff_t>(
+      std::min<std::uint64_t>(page.limit, rows.size() - static_cast<std::uint64_t>(begin)));
+  const auto first = rows.begin() + begin;
+  if (first != rows.end()) std::nth_element(rows.begin(), first, rows.end(), less);
+  std::partial_sort(first, first + count, rows.end(), less);
+  return {rows.data() + begin, static_cast<std::size_t>(count)};
+}
 
 }  // namespace mrb::workstation

@@ -4,14 +4,14 @@
 
 #include "common/version.h"
 #include "memory/context/context_registry.h"
-#include "platform/system_memory.h"
-#include "workstation/desk.h"
+#include "platform/system_info.h"
+#include "workstation/route_context.h"
 
 namespace mrb::workstation {
 namespace {
 
 /// Shorter than what proxies and browsers give a request without an answer.
-constexpr std::uint64_t kLongestWait = 25'000;
+constexpr std::uint64_t kMaxWait = 25'000;
 
 std::uint64_t SecondsSince(std::chrono::steady_clock::time_point start) {
   using std::chrono::duration_cast;
@@ -54,27 +54,27 @@ void AddLanes(JsonWriter& json, memory::ContextRegistry& contexts) {
 
 }  // namespace
 
-Answer AnswerStatus(Desk& desk, const Params& /*params*/) {
-  const auto terminals = desk.parts.terminals.list();
+Answer AnswerStatus(RouteContext& route, const Params& /*params*/) {
+  const auto terminals = route.parts.terminals.list();
   const auto alive =
       std::ranges::count_if(terminals, [](const auto& session) { return session->alive(); });
   JsonWriter json = BeginAnswer();
-  json.field("app", kAppName).field("version", kVersion).field("port", desk.parts.port);
-  json.field("uptime", SecondsSince(desk.started)).field("author", desk.parts.author());
+  json.field("app", kAppName).field("version", kVersion).field("port", route.parts.port);
+  json.field("uptime", SecondsSince(route.started)).field("author", route.parts.author());
   AddMemory(json);
-  AddRoots(json, desk.parts.files.files().registry());
-  AddLanes(json, desk.parts.memory.contexts());
+  AddRoots(json, route.parts.files.files().registry());
+  AddLanes(json, route.parts.memory.contexts());
   json.key("terminals").begin_object();
   json.field("all", terminals.size()).field("alive", alive).end_object();
   return EndAnswer(json);
 }
 
-Answer AnswerEvents(Desk& desk, const Params& params) {
+Answer AnswerEvents(RouteContext& route, const Params& params) {
   const auto after = params.number("after", 0, UINT64_MAX);
-  const auto wait = params.number("wait", kLongestWait, kLongestWait);
+  const auto wait = params.number("wait", kMaxWait, kMaxWait);
   if (!after) return std::unexpected(after.error());
   if (!wait) return std::unexpected(wait.error());
-  const auto batch = desk.parts.activity.events().wait(*after, std::chrono::milliseconds(*wait));
+  const auto batch = route.parts.activity.events().wait(*after, std::chrono::milliseconds(*wait));
   if (!batch) return std::unexpected(batch.error());
   JsonWriter json = BeginAnswer();
   json.field("next", batch->last).field("missed", batch->missed);

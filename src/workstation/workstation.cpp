@@ -4,7 +4,7 @@
 #include <array>
 #include <new>
 
-#include "workstation/desk.h"
+#include "workstation/route_context.h"
 
 namespace mrb::workstation {
 namespace {
@@ -72,7 +72,7 @@ server::Response WrongMethod(const Route& route) {
 }  // namespace
 
 struct Workstation::State {
-  Desk desk;
+  RouteContext context;
 };
 
 Workstation::Workstation(WorkstationParts parts) : state_(new State{{.parts = std::move(parts)}}) {}
@@ -85,7 +85,7 @@ server::Response Workstation::answer(const server::Request& request) {
   const auto route = std::ranges::find(kRoutes, name, &Route::name);
   if (route == kRoutes.end()) return server::JsonFailure(server::kNotFound, "no such route");
   if (request.line.method != route->method) return WrongMethod(*route);
-  auto answer = route->handler(state_->desk, Params(request));
+  auto answer = route->handler(state_->context, Params(request));
   if (answer) return *std::move(answer);
   return server::JsonFailure(StatusOf(answer.error().kind), answer.error().text);
 }

@@ -32,7 +32,7 @@ class DispatcherTest : public testing::Test {
   memory::MemoryService memory_{{.contexts_folder = folder_.path("contexts"),
                                  .files = &platform::SystemFiles(),
                                  .now = [] { return std::uint64_t{1}; }}};
-  AuthorBook authors_;
+  BotAuthors authors_;
   vfs::VfsService files_{[this] {
     vfs::VfsOptions options;
     options.files = &platform::SystemFiles();
@@ -41,7 +41,7 @@ class DispatcherTest : public testing::Test {
     return options;
   }()};
   std::string spans_;
-  RegisterBook registers_;
+  BotRegisters registers_;
   Services services_{.memory = &memory_,
                      .files = &files_,
                      .authors = &authors_,

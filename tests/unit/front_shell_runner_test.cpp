@@ -1,4 +1,4 @@
-#include "front/commands/shell_runner.h"
+#include "front/commands/line_driver.h"
 
 #include <gtest/gtest.h>
 

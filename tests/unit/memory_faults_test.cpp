@@ -64,7 +64,7 @@ const Script kModelScript = {
 };
 
 /// One line, with the home's folder for "%".
-std::string play(MemoryHome& home, const std::string& line) {
+std::string Play(MemoryHome& home, const std::string& line) {
   const std::size_t mark = line.find('%');
   return home.run(mark == std::string::npos
                       ? line
@@ -72,7 +72,7 @@ std::string play(MemoryHome& home, const std::string& line) {
 }
 
 /// All that the verbs show of the contexts, and where their folders are.
-std::string state(MemoryHome& home) {
+std::string State(MemoryHome& home) {
   std::string out;
   for (const char* folder : {"e", ".archive/d", ".purged/e-1700000000"}) {
     out += home.exists(folder, "data.mrb4") ? folder : "-";
@@ -97,10 +97,10 @@ struct Expected {
   std::string between;             // "in both" written to c alone
 };
 
-Expected fault_free(const Script& script) {
+Expected FaultFree(const Script& script) {
   MemoryHome home;
   Expected expected;
-  expected.after.push_back(state(home));
+  expected.after.push_back(State(home));
   for (const std::string& line : script) {
     if (line.starts_with("add me, {c, d}")) {
       MemoryHome partly;
@@ -109,10 +109,10 @@ Expected fault_free(const Script& script) {
         (void)partly.run(before);
       }
       (void)partly.run("add me, c, v, , in both");
-      expected.between = state(partly);
+      expected.between = State(partly);
     }
-    EXPECT_FALSE(IsErrorAnswer(play(home, line))) << line;
-    expected.after.push_back(state(home));
+    EXPECT_FALSE(IsErrorAnswer(Play(home, line))) << line;
+    expected.after.push_back(State(home));
   }
   return expected;
 }
@@ -122,14 +122,14 @@ class MemoryFaults : public testing::TestWithParam<std::tuple<const Script*, boo
 TEST_P(MemoryFaults, WhatWasAnsweredOkIsThere) {
   const Script& script = *std::get<0>(GetParam());
   const bool crash = std::get<1>(GetParam());
-  const Expected expected = fault_free(script);
+  const Expected expected = FaultFree(script);
   std::uint64_t cases = 0;
   for (std::uint64_t n = 1;; ++n) {
     platform::FaultyFiles files(platform::SystemFiles());
     MemoryHome home(files);
     crash ? files.crash_at(n) : files.fail_at(n);
     std::size_t done = 0;  // lines before the first failure
-    while (done < script.size() && !IsErrorAnswer(play(home, script[done]))) ++done;
+    while (done < script.size() && !IsErrorAnswer(Play(home, script[done]))) ++done;
     if (done == script.size() && files.operations() < n) break;  // the script ended before n
     ++cases;
     std::set<std::string> allowed = {expected.after[done]};
@@ -141,18 +141,18 @@ TEST_P(MemoryFaults, WhatWasAnsweredOkIsThere) {
     }
     files.reset();
     if (!crash) {  // the process lives on: what it shows is what a restart would show
-      const std::string shown = state(home);
+      const std::string shown = State(home);
       EXPECT_TRUE(allowed.contains(shown)) << "operation " << n << " after " << done << shown;
       home.reopen();
-      EXPECT_EQ(state(home), shown) << "operation " << n << " after " << done;
+      EXPECT_EQ(State(home), shown) << "operation " << n << " after " << done;
     }
     home.reopen();
-    const std::string after = state(home);
+    const std::string after = State(home);
     EXPECT_TRUE(allowed.contains(after)) << "operation " << n << " after " << done << after;
     EXPECT_EQ(home.run("addmemo me, w, t, , , still works").substr(0, 3), "OK:") << n;
     home.reopen();
     EXPECT_EQ(home.run("retrieve me, w, t"), "still works") << n;
-    EXPECT_EQ(state(home), after) << n;
+    EXPECT_EQ(State(home), after) << n;
   }
   std::printf("%llu operations %s\n", static_cast<unsigned long long>(cases),
               crash ? "crashed at" : "failed");

@@ -11,7 +11,6 @@
 
 #include "memory/verbs/memory_service.h"
 #include "platform/files.h"
-#include "platform/replace_file.h"
 #include "temp_folder.h"
 
 namespace mrb::test {

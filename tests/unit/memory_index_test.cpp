@@ -9,7 +9,7 @@
 
 #include "memory/index/context_index.h"
 #include "memory/index/index_builder.h"
-#include "memory/record/record_walk.h"
+#include "memory/record/record_heap.h"
 
 namespace mrb::memory {
 namespace {
@@ -66,14 +66,14 @@ class TestHeap {
   RecordHeap heap;
 };
 
-std::string joined(std::span<const std::uint32_t> numbers) {
+std::string Joined(std::span<const std::uint32_t> numbers) {
   std::string out;
   for (const std::uint32_t number : numbers) out += " " + std::to_string(number);
   return out;
 }
 
 /// Everything an index knows, as text.
-std::string dump(const ContextIndex& index) {
+std::string Dump(const ContextIndex& index) {
   std::string out;
   for (const MemoRow& row : index.memos().span()) {
     out += std::to_string(row.offset) + " " + std::to_string(row.written) + " " +
@@ -81,17 +81,17 @@ std::string dump(const ContextIndex& index) {
            std::to_string(row.ordinal) + " " + std::to_string(row.keywords) + "\n";
   }
   for (std::uint32_t id = 0; id < index.topics().size(); ++id) {
-    out += std::string(index.topics().name(id)) + joined(index.topics().rows(id)) + "\n";
+    out += std::string(index.topics().name(id)) + Joined(index.topics().rows(id)) + "\n";
     EXPECT_EQ(index.topics().find(index.topics().name(id)), id);
   }
   const KeywordIndex& keywords = index.keywords();
   for (std::uint32_t id = 0; id < keywords.size(); ++id) {
-    out += std::string(keywords.name(id)) + joined(keywords.rows(id)) + " semantic" +
-           joined(index.links().semantic(keywords, id)) + " thematic" +
-           joined(index.links().thematic(keywords, id)) + "\n";
+    out += std::string(keywords.name(id)) + Joined(keywords.rows(id)) + " semantic" +
+           Joined(index.links().semantic(keywords, id)) + " thematic" +
+           Joined(index.links().thematic(keywords, id)) + "\n";
     EXPECT_EQ(keywords.find(keywords.name(id)), id);
   }
-  out += "recent" + joined(index.recency().newest_first());
+  out += "recent" + Joined(index.recency().newest_first());
   const MemoTotals& totals = index.totals();
   return out + " " + std::to_string(totals.untimed) + " " + std::to_string(totals.oldest) + " " +
          std::to_string(totals.newest) + " " + std::to_string(totals.vectors);
@@ -102,15 +102,15 @@ TEST(Index, IsTheSameHoweverItCameAbout) {
   for (const std::size_t memos : {0U, 1U, 2U, 40U, 3000U}) {
     TestHeap source;
     source.fill(memos, static_cast<unsigned>(memos) + 5);
-    const std::string one = dump(*source.built(1));
+    const std::string one = Dump(*source.built(1));
     for (const std::size_t threads : {2U, 3U, 16U}) {
-      EXPECT_EQ(dump(*source.built(threads)), one) << memos << " memos, " << threads;
+      EXPECT_EQ(Dump(*source.built(threads)), one) << memos << " memos, " << threads;
       ++compared;
     }
     ContextIndex added(source.heap);
     const auto rows = source.built(1);
     for (const MemoRow& row : rows->memos().span()) ASSERT_TRUE(added.add(row.offset));
-    EXPECT_EQ(dump(added), one) << memos << " memos, one by one";
+    EXPECT_EQ(Dump(added), one) << memos << " memos, one by one";
     // Half at once, the rest one by one: what a session of writes after a load does.
     const std::uint64_t all = source.heap.used();
     const std::uint32_t half = rows->memos().size() / 2;
@@ -120,19 +120,19 @@ TEST(Index, IsTheSameHoweverItCameAbout) {
     for (std::uint32_t row = grown->memos().size(); row < rows->memos().size(); ++row) {
       ASSERT_TRUE(grown->add(rows->memos()[row].offset));
     }
-    EXPECT_EQ(dump(*grown), one) << memos << " memos, half and half";
+    EXPECT_EQ(Dump(*grown), one) << memos << " memos, half and half";
   }
   EXPECT_EQ(compared, 15);
 }
 
-std::set<std::string> names(const ContextIndex& index, std::span<const std::uint32_t> ids) {
+std::set<std::string> NamesOf(const ContextIndex& index, std::span<const std::uint32_t> ids) {
   std::set<std::string> names;
   for (const std::uint32_t id : ids) names.emplace(index.keywords().name(id));
   return names;
 }
 
-std::set<std::string> semantic(const ContextIndex& index, std::string_view keyword) {
-  return names(index, index.links().semantic(index.keywords(), index.keywords().find(keyword)));
+std::set<std::string> Semantic(const ContextIndex& index, std::string_view keyword) {
+  return NamesOf(index, index.links().semantic(index.keywords(), index.keywords().find(keyword)));
 }
 
 TEST(Index, InflectionsAreRelativesWhicheverComesFirst) {
@@ -146,15 +146,15 @@ TEST(Index, InflectionsAreRelativesWhicheverComesFirst) {
     TestHeap source;
     source.append("t", words);
     const auto index = source.built(1);
-    EXPECT_EQ(semantic(*index, "cats"), Names{"cat"});
-    EXPECT_EQ(semantic(*index, "boxes"), Names{"box"});
-    EXPECT_EQ(semantic(*index, "query"), Names{"queries"});
-    EXPECT_EQ(semantic(*index, "create"), (Names{"created", "creating"}));
-    EXPECT_EQ(semantic(*index, "walk"), (Names{"walked", "walking"}));
-    EXPECT_EQ(semantic(*index, "vrc"), Names{"v1.2rc"});
-    EXPECT_EQ(semantic(*index, "build.file2"), Names{"buildfile"});
-    EXPECT_EQ(semantic(*index, "as"), Names{});
-    EXPECT_EQ(semantic(*index, "a1"), Names{});
+    EXPECT_EQ(Semantic(*index, "cats"), Names{"cat"});
+    EXPECT_EQ(Semantic(*index, "boxes"), Names{"box"});
+    EXPECT_EQ(Semantic(*index, "query"), Names{"queries"});
+    EXPECT_EQ(Semantic(*index, "create"), (Names{"created", "creating"}));
+    EXPECT_EQ(Semantic(*index, "walk"), (Names{"walked", "walking"}));
+    EXPECT_EQ(Semantic(*index, "vrc"), Names{"v1.2rc"});
+    EXPECT_EQ(Semantic(*index, "build.file2"), Names{"buildfile"});
+    EXPECT_EQ(Semantic(*index, "as"), Names{});
+    EXPECT_EQ(Semantic(*index, "a1"), Names{});
   }
 }
 
@@ -171,7 +171,7 @@ TEST(Index, WordsThatGoTogetherAreThematic) {
   const auto index = source.built(1);
   const KeywordIndex& keywords = index->keywords();
   const auto thematic = [&](std::string_view keyword) {
-    return names(*index, index->links().thematic(keywords, keywords.find(keyword)));
+    return NamesOf(*index, index->links().thematic(keywords, keywords.find(keyword)));
   };
   EXPECT_EQ(thematic("compiler"), std::set<std::string>{"linker"});
   EXPECT_EQ(thematic("linker"), std::set<std::string>{"compiler"});

@@ -359,8 +359,8 @@ TEST(Fusion, AddsReciprocalRanks) {
   ASSERT_EQ(hits.size(), 3U);
   EXPECT_EQ(hits[0].row, 5U);
   EXPECT_DOUBLE_EQ(hits[0].score, 2.0 / 61);
-  EXPECT_EQ(hits[0].lane_names(), "kw+sem");
-  EXPECT_EQ(hits[1].lane_names(), "kw+tm");
+  EXPECT_EQ(hits[0].ranker_names(), "kw+sem");
+  EXPECT_EQ(hits[1].ranker_names(), "kw+tm");
   EXPECT_EQ(hits[2].row, 7U);
 }
 

@@ -11,13 +11,13 @@
 namespace mrb::memory {
 namespace {
 
-std::string encoded(const RecordFields& fields) {
+std::string Encoded(const RecordFields& fields) {
   std::string bytes(RecordLength(fields).value_or(0), '\xEE');
   WriteRecord(fields, bytes.data());
   return bytes;
 }
 
-std::string hex(std::string_view bytes) {
+std::string Hex(std::string_view bytes) {
   std::string out;
   for (const char c : bytes) {
     out += "0123456789abcdef"[static_cast<unsigned char>(c) >> 4U];
@@ -36,8 +36,8 @@ const RecordFields kFull{.props = 0x88,
                          .vector = kVector};
 
 TEST(Record, HasThisLayout) {
-  EXPECT_EQ(hex(encoded({})), std::string(48, '0'));
-  EXPECT_EQ(hex(encoded(kFull)),
+  EXPECT_EQ(Hex(Encoded({})), std::string(48, '0'));
+  EXPECT_EQ(Hex(Encoded(kFull)),
             "88000080"          // props, vector bit set
             "0807060504030201"  // written
             "03000000486921"    // content
@@ -50,7 +50,7 @@ TEST(Record, HasThisLayout) {
 }
 
 TEST(Record, ReadsBackWhatItWrote) {
-  const std::string bytes = "skipped" + encoded(kFull) + "rest";
+  const std::string bytes = "skipped" + Encoded(kFull) + "rest";
   const RecordView record = ReadRecord(bytes, 7).value_or(RecordView());
   EXPECT_EQ(record.length, bytes.size() - 11);
   EXPECT_EQ(record.props, 0x88 | kVectorBit);
@@ -66,7 +66,7 @@ TEST(Record, ReadsBackWhatItWrote) {
 }
 
 TEST(Record, DoesNotFitWhenCutAnywhereButBeforeTheDimension) {
-  const std::string bytes = encoded(kFull);
+  const std::string bytes = Encoded(kFull);
   const std::size_t dimension_at = bytes.size() - 12;
   for (std::size_t size = 0; size < bytes.size(); ++size) {
     const auto record = ReadRecord(std::string_view(bytes).substr(0, size), 0);
@@ -80,7 +80,7 @@ TEST(Record, DoesNotFitWhenCutAnywhereButBeforeTheDimension) {
 }
 
 TEST(Record, LengthsFromOutsideAreNotTrusted) {
-  const std::string good = encoded(kFull);
+  const std::string good = Encoded(kFull);
   for (const std::size_t field : {12U, 19U, 24U, 28U, 34U, 45U}) {  // every length and count
     for (const char byte : {'\x7F', '\xFF'}) {
       std::string bytes = good;
@@ -94,7 +94,7 @@ TEST(Record, LengthsFromOutsideAreNotTrusted) {
 
 TEST(RecordHeap, ReadsAreBounded) {
   RecordHeap heap;
-  const std::string bytes = encoded(kFull);
+  const std::string bytes = Encoded(kFull);
   ASSERT_TRUE(heap.reserve(bytes.size()));
   EXPECT_EQ(heap.capacity(), kHeapStep);
   std::copy(bytes.begin(), bytes.end(), heap.data());

@@ -23,7 +23,7 @@ struct Step {
   std::string answer;
 };
 
-void play(MemoryHome& home, const std::vector<Step>& steps) {
+void Play(MemoryHome& home, const std::vector<Step>& steps) {
   for (const Step& step : steps) EXPECT_EQ(home.run(step.line), step.answer) << step.line;
 }
 
@@ -33,7 +33,7 @@ TEST(MemorySearch, RanksByCoverage) {
   (void)home.run("addmemo me, c, u, , , red apple pie\nwith cream");
   (void)home.run("addmemo me, c, t, \"Foo Bar\", todo|note, a pie");
   const std::string ranked = " terms (exact 1, semantic .5, thematic .25 per term)";
-  play(home,
+  Play(home,
        {{"keywords me, c, apple, PIE", "OK: 3 memo(s) ranked by coverage of 2" + ranked +
                                            "\n  u#1 [untyped] (2 via apple exact, pie exact)  red "
                                            "apple pie\n  t#2 [note|todo] (1 via pie exact)  a pie"
@@ -62,14 +62,14 @@ TEST(MemorySearch, RanksByCoverage) {
 
 TEST(MemorySearch, CoversContexts) {
   MemoryHome home;
-  play(home,
+  Play(home,
        {{"search me, *, red",
          "OK: no contexts loaded — name them: memory.search <botid>, {ctx}, <query>"},
         {"search me, *", "ERROR: usage  memory.search <botid>, {ctxA,ctxB}|*, <query words>"}});
   for (int i = 0; i < 50; ++i) (void)home.run("addmemo me, a, t, , , red number");
   (void)home.run("add me, b, u, , red house");
   home.reopen();
-  play(home, {{"search me, {b, none}, red house",
+  Play(home, {{"search me, {b, none}, red house",
                "OK: 1 hit(s) across 2 context(s) for 'red house'\nb — 1 hit(s)\n  u#1 [untyped] (2 "
                "via red exact, house exact)  red house\nnone — 0 hit(s)"},
               {"find me, *, house",
@@ -86,8 +86,8 @@ TEST(MemorySearch, CoversContexts) {
 }
 
 /// Every memo looked at alone, its words compared one by one.
-std::map<std::uint32_t, std::uint32_t> slow_scores(const ContextIndex& index,
-                                                   const std::vector<QueryTerm>& terms) {
+std::map<std::uint32_t, std::uint32_t> SlowScores(const ContextIndex& index,
+                                                  const std::vector<QueryTerm>& terms) {
   std::map<std::uint32_t, std::uint32_t> scores;
   for (std::uint32_t row = 0; row < index.memos().size(); ++row) {
     std::uint32_t score = 0;
@@ -132,7 +132,7 @@ TEST(MemorySearch, EqualsTheSlowRanking) {
     }
     const std::vector<QueryTerm> terms = ReadQueryTerms(store.index(), text);
     for (const QueryTerm& term : terms) thematic += term.thematic.size();
-    const auto scores = slow_scores(store.index(), terms);
+    const auto scores = SlowScores(store.index(), terms);
     std::vector<std::pair<std::uint32_t, std::uint32_t>> expected(scores.begin(), scores.end());
     std::ranges::sort(expected, [](const auto& a, const auto& b) {
       return a.second != b.second ? a.second > b.second : a.first < b.first;

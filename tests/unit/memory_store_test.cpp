@@ -13,7 +13,7 @@ namespace {
 
 using test::MemoryHome;
 
-std::string record(std::string_view topic, std::string_view content, std::uint64_t written = 7,
+std::string Record(std::string_view topic, std::string_view content, std::uint64_t written = 7,
                    std::span<const float> vector = {}) {
   const std::string_view keyword = "kw";
   const RecordFields fields{.props = 1,
@@ -28,15 +28,15 @@ std::string record(std::string_view topic, std::string_view content, std::uint64
 }
 
 /// The record as the oldest stores hold it.
-std::string untimed_record(std::string_view topic, std::string_view content) {
-  std::string bytes = record(topic, content);
+std::string UntimedRecord(std::string_view topic, std::string_view content) {
+  std::string bytes = Record(topic, content);
   return bytes.erase(4, 8);
 }
 
 TEST(StoreFile, CutAnywhereItKeepsItsWholeRecordsAndGrowsOn) {
   const float vector[] = {0.5F, 2.0F};
-  const std::string pieces[] = {"MRB4", record("t", "first"), record("u", "other", 8, vector),
-                                record("t", "second")};
+  const std::string pieces[] = {"MRB4", Record("t", "first"), Record("u", "other", 8, vector),
+                                Record("t", "second")};
   std::string whole;
   for (const std::string& piece : pieces) whole += piece;
   MemoryHome home;
@@ -82,7 +82,7 @@ TEST(StoreFile, CutAnywhereItKeepsItsWholeRecordsAndGrowsOn) {
 
 TEST(StoreFile, LegacyStoresAreImportedAndNeverRewritten) {
   MemoryHome home;
-  const std::string old = "MRB2" + untimed_record("t", "ancient") + untimed_record("u", "older");
+  const std::string old = "MRB2" + UntimedRecord("t", "ancient") + UntimedRecord("u", "older");
   home.write("two", "data.mem", old + "torn");
   EXPECT_EQ(home.run("recent me, two"),
             "OK: 2 most recent memo(s) in 'two' (newest first)\n"
@@ -94,19 +94,19 @@ TEST(StoreFile, LegacyStoresAreImportedAndNeverRewritten) {
   (void)home.run("addmemo me, two, t, , , new");
   EXPECT_EQ(home.read("two", "data.mem"), old + "torn");
   EXPECT_TRUE(home.read("two", "data.mrb4")
-                  .starts_with("MRB4" + record("t", "ancient", 0) + record("u", "older", 0)));
+                  .starts_with("MRB4" + Record("t", "ancient", 0) + Record("u", "older", 0)));
   home.reopen();
   EXPECT_EQ(home.run("retrieve me, two, t"), "ancient\nnew");
   EXPECT_EQ(home.run("recent me, two, 1").find("t#2"),
             home.run("recent me, two, 1").find("  t#") + 2);
 
-  const std::string timed = "MRB3" + record("t", "timed", 9);
+  const std::string timed = "MRB3" + Record("t", "timed", 9);
   home.write("three", "data.mem", timed);
   EXPECT_EQ(home.run("delete me, three, t"),
             "OK: deleted 't' from context 'three' (previous file kept at data.mrb4.last)");
   EXPECT_EQ(home.read("three", "data.mem"), timed);
   EXPECT_EQ(home.read("three", "data.mrb4"), "MRB4");
-  EXPECT_EQ(home.read("three", "data.mrb4.last"), "MRB4" + record("t", "timed", 9));
+  EXPECT_EQ(home.read("three", "data.mrb4.last"), "MRB4" + Record("t", "timed", 9));
 }
 
 TEST(StoreFile, WhatIsNoStoreReadsAsEmptyAndIsNotWritten) {
@@ -146,7 +146,7 @@ TEST(StoreFile, OneOwnerAtATime) {
 TEST(StoreFile, ChangesByOthersAreNoticed) {
   MemoryHome home;
   (void)home.run("add me, c, t, , mine");
-  const std::string theirs = "MRB4" + record("t", "theirs, longer than mine");
+  const std::string theirs = "MRB4" + Record("t", "theirs, longer than mine");
   home.write("c", "data.mrb4", theirs);
   EXPECT_NE(home.run("addmemo me, c, t, , , x").find("was changed by someone else"),
             std::string::npos);

@@ -12,7 +12,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-Strings strings(const TokenList& list) {
+Strings StringsOf(const TokenList& list) {
   const auto views = list.views();
   return {views.begin(), views.end()};
 }
@@ -37,12 +37,12 @@ TEST(Tokenizer, Table) {
       {longest + ".q next", {"next"}},
       {longest + ". next", {longest, "next"}},
   };
-  for (const auto& test : cases) EXPECT_EQ(strings(StripToTokens(test.text)), test.tokens);
+  for (const auto& test : cases) EXPECT_EQ(StringsOf(StripToTokens(test.text)), test.tokens);
 }
 
 TEST(Tokenizer, GivenKeywordsComeFirstAsTheyAre) {
   const Strings given = {"Foo Bar", "", "alpha", "Foo Bar", "x"};
-  EXPECT_EQ(strings(BuildKeywordList(given, "beta Alpha foo bar")),
+  EXPECT_EQ(StringsOf(BuildKeywordList(given, "beta Alpha foo bar")),
             (Strings{"Foo Bar", "alpha", "x", "beta", "foo", "bar"}));
 }
 
@@ -52,7 +52,7 @@ TEST(Tokenizer, KnowsTheCommonWords) {
 }
 
 /// The rules spelled out one after the other, slowly.
-Strings naive_tokens(const std::string& text) {
+Strings NaiveTokens(const std::string& text) {
   const auto letter = [](char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
   };
@@ -82,7 +82,7 @@ TEST(Tokenizer, AgreesWithTheNaiveOne) {
     std::string text(random() % 700, ' ');
     const std::size_t kinds = 1 + random() % alphabet.size();
     for (char& c : text) c = alphabet[random() % kinds];
-    ASSERT_EQ(strings(StripToTokens(text)), naive_tokens(text)) << text;
+    ASSERT_EQ(StringsOf(StripToTokens(text)), NaiveTokens(text)) << text;
   }
 }
 

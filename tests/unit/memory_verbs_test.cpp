@@ -23,7 +23,7 @@ struct Step {
   std::string answer;
 };
 
-void play(MemoryHome& home, const std::vector<Step>& steps) {
+void Play(MemoryHome& home, const std::vector<Step>& steps) {
   for (const Step& step : steps) {
     EXPECT_EQ(home.run(step.line), step.answer) << step.line;
     ++home.now;
@@ -32,7 +32,7 @@ void play(MemoryHome& home, const std::vector<Step>& steps) {
 
 TEST(MemoryVerbs, AddReplacesAndAddMemoAppends) {
   MemoryHome home;
-  play(home, {{"add me, notes, t, , hello, world", "OK: memory 't' added in context(s): notes @0"},
+  Play(home, {{"add me, notes, t, , hello, world", "OK: memory 't' added in context(s): notes @0"},
               {"retrieve me, notes, t", "hello, world"},
               {"addmemo me, notes, t, -, usage | procedure, second",
                "OK: memo 2 @55 appended to 't' in context(s): notes"},
@@ -95,7 +95,7 @@ TEST(MemoryVerbs, QueriesBindMemosToFields) {
 
 TEST(MemoryVerbs, SeveralContextsTakeTheSameMemoOrNone) {
   MemoryHome home;
-  play(home, {{"add me, {a, b,a}, t, , shared", "OK: memory 't' added in context(s): a, b @0"},
+  Play(home, {{"add me, {a, b,a}, t, , shared", "OK: memory 't' added in context(s): a, b @0"},
               {"addmemo me, b, t, , , more", "OK: memo 2 @41 appended to 't' in context(s): b"},
               {"add me, {a,b}, t, , new",
                "OK: memory 't' REPLACED in context(s): a, b @0 (REPLACED 3 memo(s))\n"
@@ -107,7 +107,7 @@ TEST(MemoryVerbs, SeveralContextsTakeTheSameMemoOrNone) {
 
 TEST(MemoryVerbs, EditsAndDeletes) {
   MemoryHome home;
-  play(home,
+  Play(home,
        {{"addmemo me, c, t, , , one", "OK: memo 1 @0 appended to 't' in context(s): c"},
         {"addmemo me, c, u, , , other", "OK: memo 1 @35 appended to 'u' in context(s): c"},
         {"addmemo me, c, t, , , two", "OK: memo 2 @74 appended to 't' in context(s): c"},
@@ -116,12 +116,12 @@ TEST(MemoryVerbs, EditsAndDeletes) {
         {"retrieve me, c, t", "a longer first\ntwo"},
         {"retrieve me, c, u", "other"}});
   const std::string before = home.read("c", "data.mrb4");
-  play(home, {{"deletememo me, c, t, 1",
+  Play(home, {{"deletememo me, c, t, 1",
                "OK: memo 1 deleted from 't' (1 left; previous file kept at data.mrb4.last)"},
               {"deletememo me, c, t, 2", "ERROR: 't' has 1 memo(s) in context 'c' — n is 1-based"},
               {"retrieve me, c, t", "two"}});
   EXPECT_EQ(home.read("c", "data.mrb4.last"), before);
-  play(home, {{"deletememo me, c, t, 1",
+  Play(home, {{"deletememo me, c, t, 1",
                "OK: memo 1 deleted from 't' (0 left; previous file kept at data.mrb4.last)"},
               {"memos me, c, t", "ERROR: no memory 't' in context 'c'"},
               {"remove me, c, u",
@@ -141,7 +141,7 @@ TEST(MemoryVerbs, RefusalsWriteNothing) {
   const std::string update =
       "ERROR: usage  memory.update <botid>, <context>, <topic>, <n>, <keywords>, <props>, "
       "<content>\n       props (|-combine, or leave empty): ";
-  play(home,
+  Play(home,
        {{"add me, c, t, kw",
          "ERROR: usage  memory.add <botid>, {contexts}, <topic>, <keywords>, <content>"},
         {"add me, c, t, kw, ",

@@ -9,7 +9,7 @@
 
 #include "common/text.h"
 #include "memory/context/context_store.h"
-#include "memory/text/frame.h"
+#include "memory/text/five_ws.h"
 #include "memory_home.h"
 
 namespace mrb::memory {
@@ -19,19 +19,19 @@ using test::MemoryHome;
 
 constexpr std::uint64_t kNow = 1'700'000'000;  // Tuesday 2023-11-14 22:13 UTC
 
-std::string dates_of(std::string_view text, std::string_view topic = "", std::uint64_t now = kNow) {
-  Frame frame;
+std::string DatesOf(std::string_view text, std::string_view topic = "", std::uint64_t now = kNow) {
+  FiveWs frame;
   frame.read(text, topic, now);
   std::vector<std::string> dates;
-  for (const Frame::Date& date : frame.dates()) dates.push_back(date.stamp.text());
+  for (const FiveWs::Date& date : frame.dates()) dates.push_back(date.stamp.text());
   return Join(dates, " ");
 }
 
-std::string terms_of(std::string_view text, Web web) {
-  Frame frame;
+std::string TermsOf(std::string_view text, Web web) {
+  FiveWs frame;
   frame.read(text, "", kNow);
   std::vector<std::string> terms;
-  for (const Frame::Term& term : frame.terms()) {
+  for (const FiveWs::Term& term : frame.terms()) {
     if (term.web == web) terms.emplace_back(frame.name(term));
   }
   return Join(terms, "|");
@@ -60,10 +60,10 @@ TEST(Frames, ReadDates) {
        "2023-11-11 2023-10-31 2023-10 2021"},
       {"999999999999999999999999 2026999999 days ago 5 10 15", ""},
   };
-  for (const auto& [text, dates] : cases) EXPECT_EQ(dates_of(text), dates) << text;
-  EXPECT_EQ(dates_of("no date", "session-2026-09-12-notes"), "2026-09-12");
-  EXPECT_EQ(dates_of("on 2025-01-01", "session-2026-09-12"), "2025-01-01");
-  EXPECT_EQ(dates_of("yesterday, last week, 3 days ago", "", 0), "") << "untimed";
+  for (const auto& [text, dates] : cases) EXPECT_EQ(DatesOf(text), dates) << text;
+  EXPECT_EQ(DatesOf("no date", "session-2026-09-12-notes"), "2026-09-12");
+  EXPECT_EQ(DatesOf("on 2025-01-01", "session-2026-09-12"), "2025-01-01");
+  EXPECT_EQ(DatesOf("yesterday, last week, 3 days ago", "", 0), "") << "untimed";
 }
 
 TEST(Frames, ReadNamesPlacesAndCauses) {
@@ -75,12 +75,12 @@ TEST(Frames, ReadNamesPlacesAndCauses) {
       {"the letter from Anna", "anna"},
       {"note: not a speaker", ""},
   };
-  for (const auto& [text, terms] : who) EXPECT_EQ(terms_of(text, Web::kWho), terms) << text;
-  EXPECT_EQ(terms_of("met in New York, at the office, near to home from 2020 in May", Web::kWhere),
+  for (const auto& [text, terms] : who) EXPECT_EQ(TermsOf(text, Web::kWho), terms) << text;
+  EXPECT_EQ(TermsOf("met in New York, at the office, near to home from 2020 in May", Web::kWhere),
             "new york|office|home");
-  EXPECT_EQ(terms_of("It failed because the disk  was full, so we moved. Due to rain since 2020; "
-                     "led by Anna to ruin",
-                     Web::kWhy),
+  EXPECT_EQ(TermsOf("It failed because the disk  was full, so we moved. Due to rain since 2020; "
+                    "led by Anna to ruin",
+                    Web::kWhy),
             "the disk was full|rain since 2020|anna to ruin");
 }
 
@@ -145,7 +145,7 @@ TEST(Webs, Verbs) {
 }
 
 /// Everything the webs hold, as text.
-std::string dump(const Webs& webs, std::uint32_t rows) {
+std::string Dump(const Webs& webs, std::uint32_t rows) {
   std::string out;
   for (const Web web : {Web::kWho, Web::kWhere, Web::kWhy}) {
     for (const std::uint32_t id : webs.terms(web).find("")) {
@@ -191,10 +191,10 @@ TEST(Webs, AreTheSameHoweverTheyCameAbout) {
                               .keywords = {},
                               .vector = {}}));
   }
-  const std::string expected = dump(kept_up, 400);
+  const std::string expected = Dump(kept_up, 400);
   EXPECT_GT(expected.size(), 1000U);
   for (const std::size_t threads : {1U, 2U, 7U}) {
-    EXPECT_EQ(dump(*Webs::build(store.heap(), store.index().memos(), threads), 400), expected)
+    EXPECT_EQ(Dump(*Webs::build(store.heap(), store.index().memos(), threads), 400), expected)
         << threads;
   }
 }

@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <thread>
 
+#include "platform/files.h"
 #include "platform/paths.h"
-#include "platform/replace_file.h"
 #include "temp_folder.h"
 
 namespace mrb::platform {

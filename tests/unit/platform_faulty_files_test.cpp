@@ -6,8 +6,8 @@
 #include <array>
 #include <random>
 
+#include "platform/files.h"
 #include "platform/paths.h"
-#include "platform/replace_file.h"
 #include "temp_folder.h"
 
 namespace mrb::platform {

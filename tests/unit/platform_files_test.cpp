@@ -6,7 +6,6 @@
 #include <array>
 
 #include "platform/paths.h"
-#include "platform/replace_file.h"
 #include "temp_folder.h"
 
 namespace mrb::platform {

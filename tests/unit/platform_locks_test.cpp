@@ -5,7 +5,6 @@
 
 #include "platform/file_lock.h"
 #include "platform/process.h"
-#include "platform/single_instance.h"
 #include "temp_folder.h"
 
 namespace mrb::platform {

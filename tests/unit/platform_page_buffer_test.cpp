@@ -10,7 +10,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/system_memory.h"
+#include "platform/system_info.h"
 
 namespace mrb::platform {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "platform/windows_command_line.h"
+#include "platform/command_words.h"
 
 namespace mrb::platform {
 namespace {

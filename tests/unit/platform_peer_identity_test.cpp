@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "platform/socket_list.h"
 #include "platform/uid_identity.h"
 
 namespace mrb::platform {

@@ -5,9 +5,8 @@
 #include <filesystem>
 
 #include "platform/files.h"
-#include "platform/folders.h"
 #include "platform/paths.h"
-#include "platform/replace_file.h"
+#include "platform/process.h"
 #include "temp_folder.h"
 
 namespace mrb::platform {

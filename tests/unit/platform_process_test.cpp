@@ -14,9 +14,8 @@
 #include "platform/file_lock.h"
 #include "platform/files.h"
 #include "platform/log_file.h"
+#include "platform/main_loop.h"
 #include "platform/paths.h"
-#include "platform/replace_file.h"
-#include "platform/until_closed.h"
 #include "temp_folder.h"
 
 namespace mrb::platform {
@@ -131,16 +130,16 @@ TEST(LogFileTest, OnlyALargeLogIsSetAside) {
 }
 
 TEST(UntilClosedTest, ARequestOrASignalEndsTheLoopEvenBeforeItBegins) {
-  PrepareUntilClosed();
+  PrepareMainLoop();
   ShowBalloon("Mirebolt", "text");
   if (OnWindows()) {
     RequestClose();
   } else {
     std::raise(SIGTERM);  // would end this program if nobody had taken charge of it
   }
-  RunUntilClosed({"title", {}});
+  RunMainLoop({"title", {}});
   std::thread closer(RequestClose);
-  RunUntilClosed({"title", {}});
+  RunMainLoop({"title", {}});
   closer.join();
 }
 

@@ -1,4 +1,4 @@
-#include "platform/sync_together.h"
+#include "platform/sync_all.h"
 
 #include <gtest/gtest.h>
 
@@ -39,9 +39,9 @@ TEST(SyncTogetherTest, FlushesEachOnceFromManyThreadsAndNamesTheFirstFailure) {
       CountedFile good;
       CountedFile bad("first");
       CountedFile worse("second");
-      EXPECT_TRUE(SyncTogether(SystemFiles(), std::vector<SyncTarget>{&good, folder.path()}));
+      EXPECT_TRUE(SyncAll(SystemFiles(), std::vector<SyncTarget>{&good, folder.path()}));
       const std::vector<SyncTarget> all{&good, &bad, &worse, &good};
-      EXPECT_EQ(SyncTogether(SystemFiles(), std::span(all).first(3)).error().text, "first");
+      EXPECT_EQ(SyncAll(SystemFiles(), std::span(all).first(3)).error().text, "first");
       EXPECT_EQ(good.count + bad.count + worse.count, 4);
     }
   };
@@ -50,7 +50,7 @@ TEST(SyncTogetherTest, FlushesEachOnceFromManyThreadsAndNamesTheFirstFailure) {
   flush_often();
   other.join();
   third.join();
-  EXPECT_TRUE(SyncTogether(SystemFiles(), {}));
+  EXPECT_TRUE(SyncAll(SystemFiles(), {}));
 }
 
 TEST(SyncTogetherTest, CountsInOrderUnderInjectedFaults) {
@@ -63,7 +63,7 @@ TEST(SyncTogetherTest, CountsInOrderUnderInjectedFaults) {
     files.fail_at(n);
     const std::vector<SyncTarget> targets{first.get(), second.get(), folder.path()};
     const std::vector<std::string> places{folder.path("1"), folder.path("2"), folder.path()};
-    EXPECT_EQ(SyncTogether(files, targets).error().text, "injected fault at " + places[n - 1]);
+    EXPECT_EQ(SyncAll(files, targets).error().text, "injected fault at " + places[n - 1]);
     EXPECT_EQ(files.operations(), 3U);
   }
 }

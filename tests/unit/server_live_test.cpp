@@ -6,13 +6,13 @@
 #include <thread>
 #include <vector>
 
-#include "common/detached_thread.h"
+#include "common/parallel.h"
 #include "platform/peer_identity.h"
 #include "platform/sockets.h"
 #include "server/http/chat_layer.h"
 #include "server/http/connection_threads.h"
 #include "server/http/interpreter_bridge.h"
-#include "server/http/leaving_sockets.h"
+#include "server/http/lingering_closer.h"
 #include "server/http/websocket_frame.h"
 #include "server/routes/route_table.h"
 #include "server/routes/server.h"
@@ -365,7 +365,7 @@ TEST(LeavingSocketsTest, LetsThePeerTalkOnUntilItCloses) {
   ASSERT_TRUE(platform::StartSockets());
   auto listener = platform::Listener::listen(0, true);
   ASSERT_TRUE(listener.has_value());
-  LeavingSockets leaving;
+  LingeringCloser leaving;
   // Enough that some are looked at by a later add(), the rest by the sweep.
   constexpr int kPeers = 40;
   std::vector<Client> clients;

@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "server/http/plain_name.h"
 #include "server/routes/page_path.h"
 #include "server/routes/route_table.h"
 #include "temp_folder.h"
@@ -98,7 +97,7 @@ class PagesTest : public testing::Test {
 
   test::TempFolder folder_;
   ServerOptions options_;
-  CachedPages cached_;
+  PageCache cached_;
 };
 
 TEST_F(PagesTest, TakesTheFirstPlaceThatIsNotEmpty) {
@@ -116,7 +115,7 @@ TEST_F(PagesTest, TakesTheFirstPlaceThatIsNotEmpty) {
   EXPECT_EQ(get("/index.html").type, "text/html; charset=utf-8");
   write("bin/src/orchestration_tabs.html", "tabs");
   EXPECT_EQ(get("/orch").body, "tabs");
-  EXPECT_EQ(LoadCachedPages(platform::SystemFiles(), folder_.path("bin")).index, "beside");
+  EXPECT_EQ(LoadPageCache(platform::SystemFiles(), folder_.path("bin")).index, "beside");
 }
 
 TEST_F(PagesTest, ServesFilesOfTheUi) {

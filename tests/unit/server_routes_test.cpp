@@ -3,7 +3,7 @@
 #include <fstream>
 
 #include "server/http/interpreter_bridge.h"
-#include "server/http/listening.h"
+#include "server/http/listen_retry.h"
 #include "server/routes/console_tail.h"
 #include "server/routes/route_table.h"
 #include "temp_folder.h"

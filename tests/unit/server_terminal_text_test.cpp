@@ -3,8 +3,8 @@
 #include <random>
 
 #include "server/terminals/exec_command.h"
-#include "server/terminals/host_book.h"
 #include "server/terminals/marker_scanner.h"
+#include "server/terminals/saved_hosts.h"
 #include "server/terminals/terminal_command.h"
 #include "server/terminals/terminal_output.h"
 

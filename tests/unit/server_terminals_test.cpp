@@ -20,7 +20,7 @@ class TerminalsTest : public testing::Test {
   TerminalsTest() {
     TerminalOptions options;
     options.files = &platform::SystemFiles();
-    options.host_book = folder_.path("config") + "/hosts";
+    options.saved_hosts = folder_.path("config") + "/hosts";
     options.log = [this](std::string_view line) { log_ += line; };
     options.post = [this](const TerminalPost& post) {
       const std::scoped_lock lock(mutex_);
@@ -140,7 +140,7 @@ TEST_F(TerminalsTest, ExecutesInAShell) {
   }
   const std::string tail = exec("yes | head -c 3000000; echo last", "&raw=1");
   EXPECT_TRUE(tail.ends_with("y\r\nlast\r\n"));
-  EXPECT_LE(tail.size(), TerminalOutput::kMost);
+  EXPECT_LE(tail.size(), TerminalOutput::kMax);
   EXPECT_GE(tail.size(), TerminalOutput::kKept - 100);
   EXPECT_EQ(field(exec("exit 5"), "exitCode"), "5");
 }

@@ -5,7 +5,7 @@
 #include <random>
 
 #include "platform/faulty_files.h"
-#include "platform/replace_file.h"
+#include "platform/files.h"
 #include "temp_folder.h"
 #include "vfs/policy/watched_files.h"
 

@@ -151,7 +151,7 @@ TEST(LineSearch, EqualsPlainBacktracking) {
 TEST(ClassSearch, FindsWhatAPlainLoopFinds) {
   std::mt19937 random(9);
   for (int round = 0; round < 3000; ++round) {
-    std::vector<ByteSet> sets(1 + random() % ClassSearch::kMostSets);
+    std::vector<ByteSet> sets(1 + random() % ClassSearch::kMaxSets);
     for (ByteSet& set : sets) {
       for (std::size_t i = 1 + random() % 40; i > 0; --i) set.set(random() % 256);
     }

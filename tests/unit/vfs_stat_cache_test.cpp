@@ -74,7 +74,7 @@ TEST_F(StatCacheTest, LeavesOutWhatMayStillChangeUnseen) {
   put("a", "one");
   VersionStore store(with_boot());
   ASSERT_TRUE(store.ingest().has_value());
-  ASSERT_TRUE(store.remember_looks().has_value());
+  ASSERT_TRUE(store.save_stat_cache().has_value());
   const std::string bytes =
       bytes_of(MirrorLayout(folder_.path("mirror")).stat_cache()).value_or("");
   const auto written = StatCache::read(bytes, kBoot);

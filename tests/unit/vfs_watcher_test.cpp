@@ -6,7 +6,6 @@
 #include <stdexcept>
 
 #include "platform/files.h"
-#include "platform/replace_file.h"
 #include "temp_folder.h"
 #include "vfs/watch/watch_lock.h"
 

@@ -57,7 +57,7 @@ class WorkstationTest : public testing::Test {
         .changed = [this](const auto& change) { activity_.memory_changed(change); }});
     terminals_ = std::make_unique<server::Terminals>(
         server::TerminalOptions{.files = &platform::SystemFiles(),
-                                .host_book = folder_.path("hosts"),
+                                .saved_hosts = folder_.path("hosts"),
                                 .log = {},
                                 .post = {},
                                 .focus = {},

@@ -9,7 +9,7 @@ namespace {
 constexpr std::string_view kBlankLine = "\r\n\r\n";
 constexpr std::string_view kOut = "\"out\":\"";
 constexpr std::size_t kDigits = 4;  // of \uXXXX
-constexpr std::size_t kLongestEscape = 2 + kDigits;
+constexpr std::size_t kMaxEscape = 2 + kDigits;
 
 /// The first quote that no backslash stands before.
 std::size_t FindQuote(std::string_view raw) {
@@ -37,7 +37,7 @@ std::size_t AppendUnescaped(std::string& text, std::string_view raw) {
     case 'u':
       if (FindQuote(raw.substr(2, kDigits)) < kDigits) return 2;
       text += '?';
-      return kLongestEscape;
+      return kMaxEscape;
     default:
       text += c;
       return 2;
@@ -102,7 +102,7 @@ std::string_view AnswerReader::unescape(std::string_view raw, bool is_last) {
       return {};
     }
     raw.remove_prefix(plain.size());
-    if (raw.empty() || (raw.size() < kLongestEscape && !is_last)) return raw;
+    if (raw.empty() || (raw.size() < kMaxEscape && !is_last)) return raw;
     raw.remove_prefix(AppendUnescaped(piece_, raw));
   }
   return raw;

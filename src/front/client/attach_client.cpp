@@ -9,7 +9,6 @@
 #include "common/text.h"
 #include "common/url.h"
 #include "platform/console.h"
-#include "platform/raw_console.h"
 #include "server/http/loopback_request.h"
 
 namespace mrb::front {

@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "common/error.h"
+#include "platform/console.h"
 #include "platform/pseudo_console.h"
-#include "platform/raw_console.h"
 
 namespace mrb::front {
 

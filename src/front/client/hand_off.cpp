@@ -29,9 +29,9 @@ constexpr Milliseconds kExecTimeout{4000};
 constexpr Milliseconds kPollInterval{100};
 constexpr int kStartProbes = 80;
 constexpr int kQuietProbes = 60;
-constexpr std::size_t kLongestFolder = 260;
+constexpr std::size_t kMaxFolder = 260;
 // A probe answer is some 60 bytes; whatever sends more than this is not our resident.
-constexpr std::size_t kLongestProbeAnswer = 65536;
+constexpr std::size_t kMaxProbeAnswer = 65536;
 
 std::optional<server::ResidentConnection> Connect(std::int32_t port, Milliseconds timeout) {
   if (!platform::StartSockets()) return std::nullopt;
@@ -62,7 +62,7 @@ std::string HolderOf(ProbeResult told, const platform::ServerIdentity& server) {
 std::string ReadAnswerUntil(Socket& socket, Clock::time_point deadline) {
   std::string answer;
   std::array<char, 2048> chunk{};
-  while (answer.size() < kLongestProbeAnswer) {
+  while (answer.size() < kMaxProbeAnswer) {
     const auto left = std::chrono::ceil<Milliseconds>(deadline - Clock::now());
     if (left.count() <= 0 || !socket.set_receive_timeout(left)) break;
     const auto received = socket.receive(chunk.data(), chunk.size());
@@ -185,7 +185,7 @@ bool PostConsoleExec(std::int32_t port, std::string_view command_line,
 std::string FolderHeader() {
   const std::string folder = platform::CurrentDirectory();
   const bool has_line_end = folder.find_first_of("\r\n") != std::string::npos;
-  if (folder.empty() || folder.size() >= kLongestFolder || has_line_end) return {};
+  if (folder.empty() || folder.size() >= kMaxFolder || has_line_end) return {};
   return "X-Mrb-Cwd: " + folder + "\r\n";
 }
 

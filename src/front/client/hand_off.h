@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "front/client/console_io.h"
-#include "front/client/health_text.h"
+#include "front/client/health_probe.h"
 
 namespace mrb::front {
 

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "common/json_scan.h"
-#include "front/client/mcp_lines.h"
+#include "front/client/mcp_stdio.h"
 #include "mcp/messages.h"
 #include "mcp/sessions.h"
 #include "platform/sockets.h"
@@ -110,7 +110,7 @@ class Relay {
 int McpBridge(std::int32_t port, const ResidentStart& start) {
   if (!platform::StartSockets()) return 1;
   Relay relay(port, start);
-  McpLines([&relay](const std::string& message) { return relay.answer(message); }).serve();
+  McpStdio([&relay](const std::string& message) { return relay.answer(message); }).serve();
   return 0;
 }
 

@@ -3,25 +3,25 @@
 #include <utility>
 
 #include "common/answer.h"
-#include "platform/folders.h"
+#include "platform/process.h"
 #include "server/http/interpreter_bridge.h"
 
 namespace mrb::front {
 
-std::string AuthorBook::author_of(std::string_view bot) const {
+std::string BotAuthors::author_of(std::string_view bot) const {
   const std::lock_guard lock(mutex_);
   const auto found = authors_.find(bot);
   return found == authors_.end() ? std::string(bot) : found->second;
 }
 
-bool AuthorBook::set(std::string_view bot, std::string_view author) {
+bool BotAuthors::set(std::string_view bot, std::string_view author) {
   const std::lock_guard lock(mutex_);
   const auto found = authors_.find(bot);
   if (found != authors_.end()) {
     found->second = author;
     return true;
   }
-  if (authors_.size() >= kMostBots) return false;
+  if (authors_.size() >= kMaxBots) return false;
   authors_.emplace(bot, author);
   return true;
 }

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "front/commands/register_book.h"
+#include "front/commands/bot_registers.h"
 #include "vfs/verbs/vfs_service.h"
 
 namespace mrb::memory {
@@ -17,7 +17,7 @@ namespace mrb::front {
 
 /// The author identity that each bot has set: stamped on its versions, and the owner of its locks.
 /// Thread-safe.
-class AuthorBook {
+class BotAuthors {
  public:
   /// The bot's own id until it has set another name.
   [[nodiscard]] std::string author_of(std::string_view bot) const;
@@ -27,7 +27,7 @@ class AuthorBook {
 
  private:
   // Bots are named by their callers: without a bound a script could fill the resident's memory.
-  static constexpr std::size_t kMostBots = 10'000;
+  static constexpr std::size_t kMaxBots = 10'000;
 
   mutable std::mutex mutex_;
   std::map<std::string, std::string, std::less<>> authors_;  // guarded by mutex_
@@ -37,8 +37,8 @@ class AuthorBook {
 struct Services {
   memory::MemoryService* memory = nullptr;
   vfs::VfsService* files = nullptr;
-  AuthorBook* authors = nullptr;
-  RegisterBook* registers = nullptr;
+  BotAuthors* authors = nullptr;
+  BotRegisters* registers = nullptr;
   /// Told of the begin (true) and end (false) of each handler call, by a name like "fs.cat"; may be
   /// empty. Called on the caller's thread.
   std::function<void(std::string_view span, bool begin)> trace;

@@ -15,7 +15,7 @@ std::string Help(const Engine& /*engine*/, std::string_view /*verb*/, std::strin
 }
 
 std::string Author(const Engine& engine, std::string_view verb, std::string_view name) {
-  AuthorBook& authors = *engine.services->authors;
+  BotAuthors& authors = *engine.services->authors;
   if (name.empty() && verb == "whoami") {
     return OkAnswer("you are '" + authors.author_of(engine.bot) + "'");
   }

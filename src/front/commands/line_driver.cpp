@@ -6,7 +6,6 @@
 #include "front/commands/dispatcher.h"
 #include "front/commands/engine.h"
 #include "front/commands/plain_language.h"
-#include "front/commands/shell_runner.h"
 #include "server/http/interpreter_bridge.h"
 #include "vfs/query/query_text.h"
 
@@ -31,6 +30,16 @@ std::string RunQueryLine(const Engine& engine, std::string_view line) {
   return engine.services->files->query(CallOf(engine), query.expression, query.options);
 }
 
+void AppendLine(std::string& text, const std::string& line) {
+  if (!text.empty()) text += '\n';
+  text += line;
+}
+
+std::string LaunchFailure(const Error& error) {
+  if (error.kind == ErrorKind::kUnavailable) return ErrorAnswer("shell pipe creation failed");
+  return ErrorAnswer("shell launch failed (err " + std::to_string(error.system) + ")");
+}
+
 }  // namespace
 
 LineOutcome RunLine(const Engine& engine, std::string_view line) {
@@ -48,6 +57,25 @@ LineOutcome RunLine(const Engine& engine, std::string_view line) {
     Dispatch(engine, outcome.answer, command.line);
   }
   return outcome;
+}
+
+std::string RunShell(const std::string& command, const std::string& folder,
+                     const platform::ShellLimits& limits) {
+  auto outcome = platform::RunShellCommand(command, folder, limits);
+  if (!outcome) return LaunchFailure(outcome.error());
+  std::string text = std::move(outcome->output);
+  text.resize(text.find_last_not_of('\n') + 1);  // npos + 1: nothing but line feeds
+  if (outcome->cut) {
+    AppendLine(text, "[output cut after " + std::to_string(limits.output) + " bytes]");
+  }
+  if (outcome->killed) {
+    AppendLine(text, "[killed: no exit after 120s — command tree terminated]");
+  } else if (outcome->exit_code != 0) {
+    AppendLine(text, "[exit " + std::to_string(outcome->exit_code) + "]");
+  } else if (text.empty()) {
+    text = "(no output)";
+  }
+  return text;
 }
 
 }  // namespace mrb::front

@@ -7,7 +7,7 @@ namespace mrb::memory {
 
 namespace {
 // A list's length is a 32-bit count; the largest power of two below that ends the doubling.
-constexpr std::uint32_t kMostCapacity = 1U << 31;
+constexpr std::uint32_t kMaxCapacity = 1U << 31;
 }  // namespace
 
 std::uint64_t ListArena::extend(std::uint64_t words) {
@@ -17,9 +17,7 @@ std::uint64_t ListArena::extend(std::uint64_t words) {
 }
 
 void ListArena::enlarge(ListBlock& block) {
-  if (block.count >= kMostCapacity) {
-    throw std::bad_alloc();
-  }
+  if (block.count >= kMaxCapacity) throw std::bad_alloc();
   const std::uint32_t capacity = std::bit_ceil(block.count + 1);
   auto& fitting = free_[static_cast<std::size_t>(std::countr_zero(capacity))];
   std::uint64_t start = 0;

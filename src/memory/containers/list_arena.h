@@ -25,9 +25,7 @@ class ListArena {
   }
 
   void push(ListBlock& block, std::uint32_t word) {
-    if (block.count == block.capacity) {
-      enlarge(block);
-    }
+    if (block.count == block.capacity) enlarge(block);
     words_[block.start + block.count++] = word;
   }
 

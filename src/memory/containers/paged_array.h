@@ -47,9 +47,7 @@ class PagedArray {
   /// New entries hold zero bytes, or what was there before the array was cut; nothing is
   /// constructed.
   void resize(std::size_t size) {
-    if (size > pages_.capacity() / sizeof(T)) {
-      grow(size);
-    }
+    if (size > pages_.capacity() / sizeof(T)) grow(size);
     size_ = size;
   }
 
@@ -60,13 +58,11 @@ class PagedArray {
   static constexpr std::size_t kFirstBytes = 16384;
 
   void grow(std::size_t size) {
-    constexpr std::size_t kMost = static_cast<std::size_t>(-1) / (2 * sizeof(T));
+    constexpr std::size_t kMax = static_cast<std::size_t>(-1) / (2 * sizeof(T));
     // A quarter more than asked keeps the number of steps logarithmic; untouched pages cost
     // nothing.
     const std::size_t entries = std::max({size, size_ + size_ / 4, kFirstBytes / sizeof(T)});
-    if (size > kMost || !pages_.grow(entries * sizeof(T)).has_value()) {
-      throw std::bad_alloc();
-    }
+    if (size > kMax || !pages_.grow(entries * sizeof(T)).has_value()) throw std::bad_alloc();
   }
 
   platform::PageBuffer pages_;

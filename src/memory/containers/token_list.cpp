@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "memory/containers/name_hash.h"
+#include "memory/containers/name_table.h"
 
 namespace mrb::memory {
 
@@ -16,16 +16,12 @@ std::string_view TokenList::operator[](std::size_t i) const {
 }
 
 bool TokenList::insert(std::string_view name) {
-  if (2 * ends_.size() >= slots_.size()) {
-    rehash(std::max(kFirstSlots, 2 * slots_.size()));
-  }
+  if (2 * ends_.size() >= slots_.size()) rehash(std::max(kFirstSlots, 2 * slots_.size()));
   const std::uint64_t hash = HashName(name);
   const auto upper = static_cast<std::uint32_t>(hash >> 32U);
   std::size_t at = hash & (slots_.size() - 1);
   for (; slots_[at].number != 0; at = (at + 1) & (slots_.size() - 1)) {
-    if (slots_[at].hash == upper && (*this)[slots_[at].number - 1] == name) {
-      return false;
-    }
+    if (slots_[at].hash == upper && (*this)[slots_[at].number - 1] == name) return false;
   }
   bytes_.append(name);
   ends_.push_back(bytes_.size());

@@ -3,9 +3,9 @@
 #include <utility>
 
 #include "memory/record/store_format.h"
+#include "platform/files.h"
 #include "platform/paths.h"
 #include "platform/process.h"
-#include "platform/replace_file.h"
 
 namespace mrb::memory {
 
@@ -31,9 +31,7 @@ std::unique_lock<platform::SharedMutex> Context::own() {
 
 Status Context::make_folder() {
   const bool first = !platform::Exists(files_, contexts_folder_);
-  if (const Status made = platform::MakeDirectories(files_, folder_); !made) {
-    return made;
-  }
+  if (const Status made = platform::MakeDirectories(files_, folder_); !made) return made;
   if (first) {
     if (const Status kept = files_.sync_directory(platform::ParentPath(contexts_folder_)); !kept) {
       return kept;
@@ -46,9 +44,7 @@ Status Context::take_lock() {
   const std::string path = JoinPath(folder_, kLockFileName);
   auto lock = platform::FileLock::try_acquire(path);
   if (!lock) {
-    if (lock.error().kind != ErrorKind::kBusy) {
-      return std::unexpected(lock.error());
-    }
+    if (lock.error().kind != ErrorKind::kBusy) return std::unexpected(lock.error());
     const std::string holder = platform::FileLock::read_note(path);
     return Fail(ErrorKind::kBusy, "context '" + id_ + "' is in use by another mb process (pid " +
                                       (holder.empty() ? "unknown" : holder) + ")");
@@ -68,13 +64,9 @@ Status Context::open(bool create) {
       if (folder.error().kind != ErrorKind::kNotFound || !create) {
         return std::unexpected(folder.error());
       }
-      if (const Status made = make_folder(); !made) {
-        return made;
-      }
+      if (const Status made = make_folder(); !made) return made;
     }
-    if (const Status locked = take_lock(); !locked) {
-      return locked;
-    }
+    if (const Status locked = take_lock(); !locked) return locked;
   }
   store_.reset();  // before the new one, or both would be in memory
   auto store = std::make_unique<ContextStore>(files_, folder_);
@@ -117,13 +109,9 @@ void Context::evict() {
 }
 
 Status Context::move_to(const std::string& to, const std::function<Status()>& settle) {
-  if (const auto there = files_.status(folder_); !there) {
-    return std::unexpected(there.error());
-  }
+  if (const auto there = files_.status(folder_); !there) return std::unexpected(there.error());
   if (!lock_) {
-    if (const Status locked = take_lock(); !locked) {
-      return locked;
-    }
+    if (const Status locked = take_lock(); !locked) return locked;
   }
   store_.reset();
   named_ = false;
@@ -134,9 +122,7 @@ Status Context::move_to(const std::string& to, const std::function<Status()>& se
     lock_.reset();
     moved = files_.rename_new(folder_, to);
   }
-  if (moved) {
-    moved = settle_move(to, settle);
-  }
+  if (moved) moved = settle_move(to, settle);
   lock_.reset();
   return moved;
 }
@@ -144,9 +130,7 @@ Status Context::move_to(const std::string& to, const std::function<Status()>& se
 Status Context::settle_move(const std::string& to, const std::function<Status()>& settle) {
   Status settled = settle ? settle() : Status();
   for (const std::string& parent : {platform::ParentPath(to), contexts_folder_}) {
-    if (settled) {
-      settled = files_.sync_directory(parent);
-    }
+    if (settled) settled = files_.sync_directory(parent);
   }
   if (settled) {
     return {};

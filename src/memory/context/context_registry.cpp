@@ -8,8 +8,8 @@
 #include "common/text.h"
 #include "memory/record/context_id.h"
 #include "memory/record/store_format.h"
+#include "platform/files.h"
 #include "platform/paths.h"
-#include "platform/replace_file.h"
 
 namespace mrb::memory {
 
@@ -17,13 +17,13 @@ namespace {
 
 constexpr std::size_t kListedPerThread = 1000;  // fewer are listed before a thread has started
 
-ReadAccess no_context() {
+ReadAccess NoContext() {
   static const ContextStore kNothing;
   return {nullptr, {}, &kNothing};
 }
 
 /// Two spellings of one folder are one context: where the system folds letter case, so do we.
-std::string registry_key(std::string_view id) {
+std::string RegistryKey(std::string_view id) {
   return platform::PathSeparator() == '\\' ? LowerAscii(id) : std::string(id);
 }
 
@@ -40,12 +40,10 @@ void ContextRegistry::tell_moved(std::string_view id) const {
 }
 
 std::shared_ptr<Context> ContextRegistry::find(std::string_view id, bool create) {
-  const std::string key = registry_key(id);
+  const std::string key = RegistryKey(id);
   {
     const std::lock_guard lock(mutex_);
-    if (const auto known = contexts_.find(key); known != contexts_.end()) {
-      return known->second;
-    }
+    if (const auto known = contexts_.find(key); known != contexts_.end()) return known->second;
   }
   // Names that nobody has written to must not pile up here.
   if (!create && !platform::Exists(files_, platform::JoinPath(contexts_folder_, id))) {
@@ -60,13 +58,9 @@ std::shared_ptr<Context> ContextRegistry::find(std::string_view id, bool create)
 }
 
 Result<ReadAccess> ContextRegistry::read(std::string_view id) {
-  if (const Status good = CheckContextId(id); !good) {
-    return std::unexpected(good.error());
-  }
+  if (const Status good = CheckContextId(id); !good) return std::unexpected(good.error());
   const auto context = find(id, false);
-  if (!context) {
-    return no_context();
-  }
+  if (!context) return NoContext();
   for (;;) {
     auto shared = context->share();
     if (const ContextStore* store = context->loaded()) {
@@ -75,18 +69,14 @@ Result<ReadAccess> ContextRegistry::read(std::string_view id) {
     shared.unlock();
     const auto alone = context->own();
     if (const Status opened = context->open(false); !opened) {
-      if (opened.error().kind == ErrorKind::kNotFound) {
-        return no_context();
-      }
+      if (opened.error().kind == ErrorKind::kNotFound) return NoContext();
       return std::unexpected(opened.error());
     }
   }
 }
 
 Result<WriteAccess> ContextRegistry::write(std::string_view id) {
-  if (const Status good = CheckContextId(id); !good) {
-    return std::unexpected(good.error());
-  }
+  if (const Status good = CheckContextId(id); !good) return std::unexpected(good.error());
   WriteAccess access;
   access.context = find(id, true);
   access.lock = access.context->own();
@@ -94,9 +84,7 @@ Result<WriteAccess> ContextRegistry::write(std::string_view id) {
     return std::unexpected(opened.error());
   }
   const auto store = access.context->writable_store();
-  if (!store) {
-    return std::unexpected(store.error());
-  }
+  if (!store) return std::unexpected(store.error());
   access.store = *store;
   return access;
 }
@@ -112,15 +100,13 @@ std::vector<std::string> ContextRegistry::loaded() {
   std::vector<std::string> ids;
   for (const auto& context : known) {
     const auto shared = context->share();
-    if (context->loaded() != nullptr) {
-      ids.push_back(context->id());
-    }
+    if (context->loaded() != nullptr) ids.push_back(context->id());
   }
   return ids;
 }
 
 std::strong_ordering ContextRegistry::compare(std::string_view a, std::string_view b) {
-  return registry_key(a) <=> registry_key(b);
+  return RegistryKey(a) <=> RegistryKey(b);
 }
 
 std::string ContextRegistry::folder(std::string_view id) const {
@@ -135,7 +121,7 @@ ContextRegistry::Listed ContextRegistry::look_at(std::string id) {
   std::shared_ptr<Context> known;
   {
     const std::lock_guard lock(mutex_);
-    const auto found = contexts_.find(registry_key(id));
+    const auto found = contexts_.find(RegistryKey(id));
     known = found == contexts_.end() ? nullptr : found->second;
   }
   Listed listed{.id = std::move(id)};
@@ -163,9 +149,7 @@ Result<std::vector<ContextRegistry::Listed>> ContextRegistry::list() {
   std::vector<Listed> listed;
   auto entries = files_.list(contexts_folder_);
   if (!entries) {
-    if (entries.error().kind == ErrorKind::kNotFound) {
-      return listed;
-    }
+    if (entries.error().kind == ErrorKind::kNotFound) return listed;
     return std::unexpected(entries.error());
   }
   std::erase_if(*entries, [](const platform::DirectoryEntry& entry) {
@@ -190,9 +174,7 @@ Status ContextRegistry::move_out(std::string_view id, const std::string& to) {
   const auto context = find(id, true);
   const auto alone = context->own();
   const Status moved = context->move_to(to, {});
-  if (moved) {
-    tell_moved(id);
-  }
+  if (moved) tell_moved(id);
   return moved;
 }
 
@@ -202,9 +184,7 @@ Status ContextRegistry::rename(std::string_view id, std::string_view new_id) {
   const bool first = compare(id, new_id) < 0;
   const auto one = first ? from->own() : to->own();
   const auto other = first ? to->own() : from->own();
-  if (platform::Exists(files_, to->folder())) {
-    return Fail(ErrorKind::kAlreadyExists, to->folder());
-  }
+  if (platform::Exists(files_, to->folder())) return Fail(ErrorKind::kAlreadyExists, to->folder());
   to->evict();  // what is left of one whose folder someone took away
   const Status moved = from->move_to(to->folder(), [&] {
     return platform::ReplaceFile(files_, platform::JoinPath(to->folder(), kContextIdFileName),
@@ -224,9 +204,7 @@ Status ContextRegistry::move_in(const std::string& from, std::string_view id) {
     return Fail(ErrorKind::kAlreadyExists, context->folder());
   }
   context->evict();
-  if (const Status moved = files_.rename_new(from, context->folder()); !moved) {
-    return moved;
-  }
+  if (const Status moved = files_.rename_new(from, context->folder()); !moved) return moved;
   for (const std::string& parent : {contexts_folder_, platform::ParentPath(from)}) {
     if (const Status kept = files_.sync_directory(parent); !kept) {
       const Status back = files_.rename_new(context->folder(), from);
@@ -239,9 +217,7 @@ Status ContextRegistry::move_in(const std::string& from, std::string_view id) {
 
 Status ContextRegistry::check_writable(std::string_view id) {
   const auto access = read(id);
-  if (!access) {
-    return std::unexpected(access.error());
-  }
+  if (!access) return std::unexpected(access.error());
   if (const Status allowed = access->store->writable(); !allowed) {
     return Fail(allowed.error().kind,
                 "context '" + std::string(id) + "' cannot be written: " + allowed.error().text);

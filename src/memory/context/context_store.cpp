@@ -6,10 +6,10 @@
 #include <utility>
 
 #include "memory/index/index_builder.h"
-#include "memory/record/record_walk.h"
+#include "memory/record/record_heap.h"
 #include "memory/record/store_format.h"
+#include "platform/files.h"
 #include "platform/paths.h"
-#include "platform/replace_file.h"
 
 namespace mrb::memory {
 
@@ -30,13 +30,9 @@ ContextStore::ContextStore(platform::FileSystem& files, std::string folder)
 
 Result<LoadedStore> ContextStore::read_files(std::size_t threads) {
   auto loaded = LoadStoreFile(*files_, file_->path(), threads);
-  if (loaded || loaded.error().kind != ErrorKind::kNotFound) {
-    return loaded;
-  }
+  if (loaded || loaded.error().kind != ErrorKind::kNotFound) return loaded;
   loaded = LoadStoreFile(*files_, platform::JoinPath(folder_, kLegacyStoreFileName), threads);
-  if (!loaded && loaded.error().kind == ErrorKind::kNotFound) {
-    return LoadedStore();
-  }
+  if (!loaded && loaded.error().kind == ErrorKind::kNotFound) return LoadedStore();
   if (loaded) {
     using Kind = LoadedStore::Kind;
     const bool store = loaded->kind == Kind::kLegacy || loaded->kind == Kind::kCurrent;
@@ -48,16 +44,12 @@ Result<LoadedStore> ContextStore::read_files(std::size_t threads) {
 
 Result<std::uint64_t> ContextStore::load(std::size_t threads) {
   auto loaded = read_files(threads);
-  if (!loaded) {
-    return std::unexpected(loaded.error());
-  }
+  if (!loaded) return std::unexpected(loaded.error());
   const bool current = loaded->kind == LoadedStore::Kind::kCurrent;
   foreign_ = loaded->kind == LoadedStore::Kind::kForeign;
   convert_ = loaded->kind == LoadedStore::Kind::kLegacy;
   heap_ = std::move(loaded->heap);
-  if (const Status room = heap_.reserve(heap_.used()); !room) {
-    return std::unexpected(room.error());
-  }
+  if (const Status room = heap_.reserve(heap_.used()); !room) return std::unexpected(room.error());
   dropped_ = loaded->dropped;
   vector_missing_ = loaded->vector_missing;
   file_->loaded(loaded->file_size, current ? kMagic.size() + heap_.used() : 0);
@@ -90,9 +82,7 @@ std::string ContextStore::check_disk() const {
     const bool none = start.error().kind == ErrorKind::kNotFound && heap_.used() == 0;
     return none ? "" : "cannot open " + file_->path();
   }
-  if (*start != kMagic) {
-    return start->empty() && heap_.used() == 0 ? "" : "file is not MRB4";
-  }
+  if (*start != kMagic) return start->empty() && heap_.used() == 0 ? "" : "file is not MRB4";
   const std::uint64_t bytes = bytes_on_disk() - kMagic.size();
   return bytes == heap_.used() ? ""
                                : std::to_string(bytes) + " record bytes on disk vs " +
@@ -114,16 +104,12 @@ std::uint64_t ContextStore::record_end(std::uint32_t row) const {
 /// Before anything follows a record that ends for want of its dimension word, that word is written:
 /// otherwise the next record's first bytes would be read as it.
 Status ContextStore::prepare_write() {
-  if (const Status allowed = writable(); !allowed) {
-    return allowed;
-  }
+  if (const Status allowed = writable(); !allowed) return allowed;
   if (!vector_missing_) {
     return {};
   }
   const std::uint64_t used = heap_.used();
-  if (const Status room = heap_.reserve(used + kDimensionBytes); !room) {
-    return room;
-  }
+  if (const Status room = heap_.reserve(used + kDimensionBytes); !room) return room;
   std::memset(heap_.data() + used, 0, kDimensionBytes);
   if (file_ && !convert_) {
     if (const Status closed = append_to_file({heap_.data() + used, kDimensionBytes}); !closed) {
@@ -152,9 +138,7 @@ Status ContextStore::rewrite(std::span<const std::string_view> pieces) {
 /// the place of the only one: the overlays move along.
 Status ContextStore::rewrite_without(std::span<const std::uint32_t> rows, std::uint64_t in_place,
                                      std::span<const std::string_view> pieces) {
-  if (rows.empty()) {
-    return rewrite(pieces);
-  }
+  if (rows.empty()) return rewrite(pieces);
   OverlaySet::Move move;
   std::vector<std::uint64_t> starts;
   std::vector<std::uint64_t> gone = {0};  // [n]: bytes that the first n rows took
@@ -166,9 +150,7 @@ Status ContextStore::rewrite_without(std::span<const std::uint32_t> rows, std::u
     const auto before = std::ranges::lower_bound(starts, offset) - starts.begin();
     const bool removed =
         before < std::ssize(starts) && starts[static_cast<std::size_t>(before)] == offset;
-    if (removed || !index_->memos().find(offset)) {
-      return std::nullopt;
-    }
+    if (removed || !index_->memos().find(offset)) return std::nullopt;
     return offset - gone[static_cast<std::size_t>(before)] + (before > 0 ? in_place : 0);
   };
   for (const std::string_view piece : pieces) {
@@ -185,13 +167,9 @@ Status ContextStore::rewrite_without(std::span<const std::uint32_t> rows, std::u
     }
     return out;
   };
-  if (const Status prepared = overlays_.prepare(move); !prepared) {
-    return prepared;
-  }
+  if (const Status prepared = overlays_.prepare(move); !prepared) return prepared;
   const Status written = rewrite(pieces);
-  if (!written && !stale_) {
-    overlays_.abandon();
-  }
+  if (!written && !stale_) overlays_.abandon();
   return written;
 }
 
@@ -220,16 +198,12 @@ void ContextStore::rebuild() {
 }
 
 Result<std::uint64_t> ContextStore::append(const RecordFields& fields) {
-  if (const Status ready = prepare_write(); !ready) {
-    return std::unexpected(ready.error());
-  }
+  if (const Status ready = prepare_write(); !ready) return std::unexpected(ready.error());
   if (index_->memos().size() + 1 >= kMaxMemos) {
     return Fail(ErrorKind::kNoSpace, "the context holds as many memos as it can number");
   }
   const auto length = RecordLength(fields);
-  if (!length) {
-    return TooLongError();
-  }
+  if (!length) return TooLongError();
   const std::uint64_t offset = heap_.used();
   if (const Status room = heap_.reserve(offset + *length); !room) {
     return std::unexpected(room.error());
@@ -239,9 +213,7 @@ Result<std::uint64_t> ContextStore::append(const RecordFields& fields) {
   if (file_) {
     const std::string_view whole(heap_.data(), offset + *length);
     const Status written = convert_ ? rewrite(std::span(&whole, 1)) : append_to_file(record);
-    if (!written) {
-      return std::unexpected(written.error());
-    }
+    if (!written) return std::unexpected(written.error());
   }
   heap_.set_used(offset + *length);
   try {
@@ -261,9 +233,7 @@ void ContextStore::tell(MemoryChange::What what, std::string_view topic) const {
 
 Result<std::uint64_t> ContextStore::exchange(std::span<const std::uint32_t> rows,
                                              const RecordBatch& added, bool keep_previous) {
-  if (const Status ready = prepare_write(); !ready) {
-    return std::unexpected(ready.error());
-  }
+  if (const Status ready = prepare_write(); !ready) return std::unexpected(ready.error());
   if (index_->memos().size() - rows.size() + added.count() >= kMaxMemos) {
     return Fail(ErrorKind::kNoSpace, "the context would hold more memos than it can number");
   }
@@ -306,9 +276,7 @@ Result<std::uint64_t> ContextStore::exchange(std::span<const std::uint32_t> rows
 
 Result<std::uint64_t> ContextStore::export_to(const std::string& path) const {
   const std::uint64_t size = bytes_on_disk();
-  if (!file_ || size == 0) {
-    return Fail(ErrorKind::kNotFound, "no store file");
-  }
+  if (!file_ || size == 0) return Fail(ErrorKind::kNotFound, "no store file");
   // What the heap does not hold of the file: bytes that were dropped, a file of another format.
   const std::uint64_t known = convert_ || foreign_ ? 0 : kMagic.size() + heap_.used();
   std::vector<std::string_view> pieces;
@@ -318,9 +286,7 @@ Result<std::uint64_t> ContextStore::export_to(const std::string& path) const {
   }
   if (const std::uint64_t from = pieces.empty() ? 0 : known; from < size) {
     auto read = file_->read_from(from);
-    if (!read) {
-      return std::unexpected(read.error());
-    }
+    if (!read) return std::unexpected(read.error());
     tail = std::move(*read);
     pieces.push_back(tail);
   }
@@ -331,20 +297,14 @@ Result<std::uint64_t> ContextStore::export_to(const std::string& path) const {
 }
 
 Status ContextStore::replace(std::uint32_t row, const RecordFields& fields) {
-  if (const Status ready = prepare_write(); !ready) {
-    return ready;
-  }
+  if (const Status ready = prepare_write(); !ready) return ready;
   RecordBatch batch;
-  if (const Status encoded = batch.add(fields); !encoded) {
-    return encoded;
-  }
+  if (const Status encoded = batch.add(fields); !encoded) return encoded;
   const std::string_view record = batch.bytes();
   const std::uint64_t start = index_->memos()[row].offset;
   const std::uint64_t end = record_end(row);
   const std::uint64_t behind = heap_.used() - end;
-  if (const Status room = heap_.reserve(start + record.size() + behind); !room) {
-    return room;
-  }
+  if (const Status room = heap_.reserve(start + record.size() + behind); !room) return room;
   const std::string_view pieces[] = {heap_.text(0, start), record, heap_.text(end, behind)};
   if (const Status written = rewrite_without(std::span(&row, 1), record.size(), pieces); !written) {
     return written;
@@ -358,9 +318,7 @@ Status ContextStore::replace(std::uint32_t row, const RecordFields& fields) {
 }
 
 Status ContextStore::save() {
-  if (const Status ready = prepare_write(); !ready) {
-    return ready;
-  }
+  if (const Status ready = prepare_write(); !ready) return ready;
   const std::string_view whole = heap_.bytes();
   return rewrite(std::span(&whole, 1));
 }

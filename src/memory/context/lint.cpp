@@ -6,7 +6,7 @@ namespace mrb::memory {
 
 namespace {
 
-std::string at(std::uint64_t offset) {
+std::string At(std::uint64_t offset) {
   return "@" + std::to_string(offset);
 }
 
@@ -39,7 +39,7 @@ class Linter {
     const std::string_view heap = store_.heap().bytes();
     std::uint64_t offset = 0;
     while (offset < heap.size()) {
-      if (heap.size() - offset < kSmallestRecord) {
+      if (heap.size() - offset < kMinRecord) {
         report_.add("buffer: partial record header at " + std::to_string(offset));
         break;
       }
@@ -105,12 +105,8 @@ class Linter {
     }
     const MemoRow& memo = memos_[row];
     const RecordView record = ReadRecord(store_.heap().bytes(), memo.offset).value_or(RecordView());
-    if (memo.props != record.props) {
-      say("cached props differ from the record");
-    }
-    if (record.topic != name) {
-      say("record names a different topic");
-    }
+    if (memo.props != record.props) say("cached props differ from the record");
+    if (record.topic != name) say("record names a different topic");
     if (memos_.find(memo.offset) != row || memo.topic != topic || memo.ordinal != i) {
       say("pointer set disagrees");
     }
@@ -123,13 +119,9 @@ class Linter {
       const auto say = [&](const std::string& what) {
         report_.add("keyword '" + std::string(keywords.name(id)) + "': " + what);
       };
-      if (rows.empty()) {
-        say("empty posting list");
-      }
+      if (rows.empty()) say("empty posting list");
       for (const std::uint32_t row : rows) {
-        if (!is_live(row)) {
-          say("dangling offset " + std::to_string(offset_of(row)));
-        }
+        if (!is_live(row)) say("dangling offset " + std::to_string(offset_of(row)));
       }
     }
   }
@@ -147,7 +139,7 @@ class Linter {
       }
       for (const std::uint32_t row : date.anchored) {
         if (time.anchor(row) != date.stamp) {
-          report_.add("temporal: date '" + date.stamp.text() + "' lists " + at(offset_of(row)) +
+          report_.add("temporal: date '" + date.stamp.text() + "' lists " + At(offset_of(row)) +
                       " which is not anchored on it");
         }
         chain_.push_back(row);
@@ -164,15 +156,15 @@ class Linter {
     std::uint32_t before = kNoId;
     for (const std::uint32_t row : chain_) {
       if (!is_live(row)) {
-        report_.add("temporal: chained memo " + at(offset_of(row)) + " is not a record");
+        report_.add("temporal: chained memo " + At(offset_of(row)) + " is not a record");
         continue;
       }
       linked[row] = true;
       if (!time.anchor(row).is_set()) {
-        report_.add("temporal: chained memo " + at(offset_of(row)) + " has no anchor");
+        report_.add("temporal: chained memo " + At(offset_of(row)) + " has no anchor");
       }
       if (time.earlier(row) != before) {
-        report_.add("temporal: back pointer mismatch " + at(offset_of(row)));
+        report_.add("temporal: back pointer mismatch " + At(offset_of(row)));
       }
       before = row;
     }
@@ -180,7 +172,7 @@ class Linter {
     std::uint64_t steps = 0;
     for (std::uint32_t row = time.tail(); row != kNoId; row = time.earlier(row), ++steps) {
       if (row >= linked.size() || !linked[row]) {
-        report_.add("temporal: chain points at unlinked " + at(offset_of(row)));
+        report_.add("temporal: chain points at unlinked " + At(offset_of(row)));
         break;
       }
       if (walked[row]) {
@@ -212,19 +204,17 @@ class Linter {
 
   void check_keys(const Overlay& overlay) {
     for (const Overlay::Key& key : overlay.keys()) {
-      if (!is_record(key.offset)) {
-        say(overlay, "keys a dead offset " + at(key.offset));
-      }
+      if (!is_record(key.offset)) say(overlay, "keys a dead offset " + At(key.offset));
       if (key.label >= overlay.labels().size()) {
-        say(overlay, "memo " + at(key.offset) + " has a bad label id");
+        say(overlay, "memo " + At(key.offset) + " has a bad label id");
       } else if (const Overlay::Label& label = overlay.labels()[key.label];
                  !std::ranges::binary_search(label.memos, key.offset)) {
-        say(overlay, "memo " + at(key.offset) + " is missing from label '" + label.name + "'");
+        say(overlay, "memo " + At(key.offset) + " is missing from label '" + label.name + "'");
       }
     }
     for (const Overlay::Vector& vector : overlay.vectors()) {
       if (!is_record(vector.offset)) {
-        say(overlay, "holds a vector for a dead offset " + at(vector.offset));
+        say(overlay, "holds a vector for a dead offset " + At(vector.offset));
       }
     }
   }
@@ -236,7 +226,7 @@ class Linter {
       for (const std::uint64_t offset : label.memos) {
         const auto key = std::ranges::lower_bound(keys, offset, {}, &Overlay::Key::offset);
         if (key == keys.end() || key->offset != offset || key->label != id) {
-          say(overlay, "label '" + label.name + "' lists " + at(offset) + " which it does not key");
+          say(overlay, "label '" + label.name + "' lists " + At(offset) + " which it does not key");
         }
       }
     }
@@ -251,7 +241,7 @@ class Linter {
     }
     for (const std::uint64_t offset : records_) {
       if (offset < overlay.mark() && !overlay.is_keyed(offset)) {
-        say(overlay, "has an unkeyed memo " + at(offset) + " below its mark");
+        say(overlay, "has an unkeyed memo " + At(offset) + " below its mark");
       }
     }
   }

@@ -16,9 +16,7 @@ struct LintReport {
   std::uint64_t count = 0;
 
   void add(std::string finding) {
-    if (++count <= kMaxLines) {
-      findings.push_back(std::move(finding));
-    }
+    if (++count <= kMaxLines) findings.push_back(std::move(finding));
   }
 };
 

@@ -8,7 +8,7 @@
 
 #include "common/parallel.h"
 #include "memory/index/index_builder.h"
-#include "memory/record/record_walk.h"
+#include "memory/record/record_heap.h"
 #include "memory/record/store_format.h"
 
 namespace mrb::memory {
@@ -22,8 +22,8 @@ constexpr std::uint64_t kSlice = 2U << 20;  // bytes read at a time; still in th
 /// Reads `size` bytes from `offset` of the file into `out`, slice by slice on several threads. The
 /// first thread also reports how far the bytes are complete after each slice of its own.
 template <typename Progress>
-Status read_slices(OpenFile& file, std::uint64_t offset, char* out, std::uint64_t size,
-                   std::size_t threads, Progress progress) {
+Status ReadSlices(OpenFile& file, std::uint64_t offset, char* out, std::uint64_t size,
+                  std::size_t threads, Progress progress) {
   const std::uint64_t slices = (size + kSlice - 1) / kSlice;
   std::vector<std::atomic<bool>> done(slices);
   std::vector<Status> failures(threads);
@@ -45,9 +45,7 @@ Status read_slices(OpenFile& file, std::uint64_t offset, char* out, std::uint64_
       while (thread == 0 && complete < slices && done[complete].load(std::memory_order_acquire)) {
         ++complete;
       }
-      if (thread == 0) {
-        progress(std::min(size, complete * kSlice));
-      }
+      if (thread == 0) progress(std::min(size, complete * kSlice));
     }
   });
   const auto failure = std::ranges::find_if(failures, [](const Status& s) { return !s; });
@@ -55,18 +53,14 @@ Status read_slices(OpenFile& file, std::uint64_t offset, char* out, std::uint64_
 }
 
 /// Records with a write time: the heap is the file's own bytes.
-Status read_timed(OpenFile& file, LoadedStore& store, std::size_t threads) {
+Status ReadTimed(OpenFile& file, LoadedStore& store, std::size_t threads) {
   const std::uint64_t size = store.file_size - kMagic.size();
-  if (const Status room = store.heap.reserve(size); !room) {
-    return room;
-  }
+  if (const Status room = store.heap.reserve(size); !room) return room;
   char* const bytes = store.heap.data();
   RecordWalk walk(store.rows);
-  const Status read = read_slices(file, kMagic.size(), bytes, size, threads,
-                                  [&](std::uint64_t n) { walk.advance({bytes, n}, false); });
-  if (!read) {
-    return read;
-  }
+  const Status read = ReadSlices(file, kMagic.size(), bytes, size, threads,
+                                 [&](std::uint64_t n) { walk.advance({bytes, n}, false); });
+  if (!read) return read;
   walk.advance({bytes, size}, true);
   store.heap.set_used(walk.end());
   store.dropped = size - walk.end();
@@ -75,12 +69,12 @@ Status read_timed(OpenFile& file, LoadedStore& store, std::size_t threads) {
 }
 
 /// Records without a write time: each gets a 0 there on its way to the heap.
-Status read_untimed(OpenFile& file, LoadedStore& store, std::size_t threads) {
+Status ReadUntimed(OpenFile& file, LoadedStore& store, std::size_t threads) {
   const std::uint64_t size = store.file_size - kMagic.size();
   PagedArray<char> source;
   source.resize(size);
   if (const Status read =
-          read_slices(file, kMagic.size(), source.data(), size, threads, [](std::uint64_t) {});
+          ReadSlices(file, kMagic.size(), source.data(), size, threads, [](std::uint64_t) {});
       !read) {
     return read;
   }
@@ -89,9 +83,7 @@ Status read_untimed(OpenFile& file, LoadedStore& store, std::size_t threads) {
   std::uint64_t used = 0;
   while (const auto record = ReadRecord(data, at, RecordHead::kUntimed)) {
     const std::uint64_t length = record->length + sizeof(std::uint64_t);
-    if (const Status room = store.heap.reserve(used + length); !room) {
-      return room;
-    }
+    if (const Status room = store.heap.reserve(used + length); !room) return room;
     char* const out = store.heap.data() + used;
     StoreLittleEndian(out, record->props);
     StoreLittleEndian(out + 4, std::uint64_t{0});
@@ -108,20 +100,16 @@ Status read_untimed(OpenFile& file, LoadedStore& store, std::size_t threads) {
 }
 
 /// The kind by the first bytes; a file shorter than a magic may be the start of ours.
-Result<LoadedStore::Kind> recognise(OpenFile& file, std::string& magic) {
+Result<LoadedStore::Kind> Recognise(OpenFile& file, std::string& magic) {
   magic.resize(kMagic.size());
   const auto got = file.read_at(0, magic.data(), magic.size());
-  if (!got) {
-    return std::unexpected(got.error());
-  }
+  if (!got) return std::unexpected(got.error());
   magic.resize(*got);
   using Kind = LoadedStore::Kind;
   if (magic.size() < kMagic.size()) {
     return kMagic.starts_with(magic) ? Kind::kEmpty : Kind::kForeign;
   }
-  if (magic == kMagic) {
-    return Kind::kCurrent;
-  }
+  if (magic == kMagic) return Kind::kCurrent;
   const bool legacy = magic == kMagicTimedLegacy || magic == kMagicUntimedLegacy;
   return legacy ? Kind::kLegacy : Kind::kForeign;
 }
@@ -131,32 +119,24 @@ Result<LoadedStore::Kind> recognise(OpenFile& file, std::string& magic) {
 Result<LoadedStore> LoadStoreFile(platform::FileSystem& files, const std::string& path,
                                   std::size_t threads) {
   auto file = files.open(path, platform::FileSystem::OpenMode::kRead);
-  if (!file) {
-    return std::unexpected(file.error());
-  }
+  if (!file) return std::unexpected(file.error());
   LoadedStore store;
   const auto size = (*file)->size();
-  if (!size) {
-    return std::unexpected(size.error());
-  }
+  if (!size) return std::unexpected(size.error());
   store.file_size = *size;
   std::string magic;
-  const auto kind = recognise(**file, magic);
-  if (!kind) {
-    return std::unexpected(kind.error());
-  }
+  const auto kind = Recognise(**file, magic);
+  if (!kind) return std::unexpected(kind.error());
   store.kind = *kind;
   Status read;
   if (*kind == LoadedStore::Kind::kEmpty) {
     store.dropped = store.file_size;
   } else if (*kind != LoadedStore::Kind::kForeign) {
     const std::size_t count = threads != 0 ? threads : IndexThreads(store.file_size);
-    read = magic == kMagicUntimedLegacy ? read_untimed(**file, store, count)
-                                        : read_timed(**file, store, count);
+    read = magic == kMagicUntimedLegacy ? ReadUntimed(**file, store, count)
+                                        : ReadTimed(**file, store, count);
   }
-  if (!read) {
-    return std::unexpected(read.error());
-  }
+  if (!read) return std::unexpected(read.error());
   if (store.rows.size() >= kMaxMemos) {
     return Fail(ErrorKind::kUnavailable, path + " holds more memos than this build can number");
   }

@@ -13,9 +13,7 @@ EmbedSettings ParseEmbedSettings(std::string_view text) {
   EmbedSettings settings;
   for (const std::string_view line : Split(text, '\n')) {
     const std::size_t equals = line.find('=');
-    if (equals == std::string_view::npos) {
-      continue;
-    }
+    if (equals == std::string_view::npos) continue;
     const std::string_view name = Trim(line.substr(0, equals));
     const std::string_view value = Trim(line.substr(equals + 1));
     if (name == "EmbedLane") {

@@ -17,8 +17,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-std::string request_text(const EmbedderAddress& address, const std::string& model,
-                         std::string_view text) {
+std::string RequestText(const EmbedderAddress& address, const std::string& model,
+                        std::string_view text) {
   const std::string body =
       "{\"model\":" + JsonString(model) + ",\"prompt\":" + JsonString(text) + "}";
   std::string host;
@@ -31,22 +31,16 @@ std::string request_text(const EmbedderAddress& address, const std::string& mode
 }
 
 /// Sends the request and reads the whole answer before the deadline, however it drips.
-Result<HttpAnswer> exchange(const EmbedderAddress& address, const EmbedderTimes& times,
+Result<HttpAnswer> Exchange(const EmbedderAddress& address, const EmbedderTimes& times,
                             const std::string& request) {
-  if (const Status ready = platform::StartSockets(); !ready) {
-    return std::unexpected(ready.error());
-  }
+  if (const Status ready = platform::StartSockets(); !ready) return std::unexpected(ready.error());
   auto socket = platform::Socket::connect(address.ipv4, address.port, times.connect);
-  if (!socket) {
-    return Fail(ErrorKind::kUnavailable, socket.error().text);
-  }
+  if (!socket) return Fail(ErrorKind::kUnavailable, socket.error().text);
   const Clock::time_point deadline = Clock::now() + times.answer;
   if (const Status set = socket->set_send_timeout(times.answer); !set) {
     return std::unexpected(set.error());
   }
-  if (const Status sent = socket->send_all(request); !sent) {
-    return std::unexpected(sent.error());
-  }
+  if (const Status sent = socket->send_all(request); !sent) return std::unexpected(sent.error());
   HttpAnswer answer;
   std::vector<char> buffer(std::size_t{64} << 10U);
   while (!answer.complete()) {
@@ -59,13 +53,9 @@ Result<HttpAnswer> exchange(const EmbedderAddress& address, const EmbedderTimes&
       return std::unexpected(set.error());
     }
     const auto got = socket->receive(buffer.data(), buffer.size());
-    if (!got) {
-      return std::unexpected(got.error());
-    }
+    if (!got) return std::unexpected(got.error());
     const Status taken = *got == 0 ? answer.end() : answer.feed({buffer.data(), *got});
-    if (!taken) {
-      return std::unexpected(taken.error());
-    }
+    if (!taken) return std::unexpected(taken.error());
   }
   return answer;
 }
@@ -75,9 +65,7 @@ Result<HttpAnswer> exchange(const EmbedderAddress& address, const EmbedderTimes&
 Result<EmbedderAddress> ParseEmbedderAddress(std::string_view text) {
   text = Trim(text);
   constexpr std::string_view kScheme = "http://";
-  if (text.starts_with(kScheme)) {
-    text.remove_prefix(kScheme.size());
-  }
+  if (text.starts_with(kScheme)) text.remove_prefix(kScheme.size());
   text = text.substr(0, text.find('/'));
   EmbedderAddress address;
   const auto bad = [&] {
@@ -87,25 +75,17 @@ Result<EmbedderAddress> ParseEmbedderAddress(std::string_view text) {
   const std::size_t colon = text.find(':');
   if (colon != std::string_view::npos) {
     const auto port = ParseDecimal(text.substr(colon + 1));
-    if (!port || *port == 0 || *port > 65'535) {
-      return bad();
-    }
+    if (!port || *port == 0 || *port > 65'535) return bad();
     address.port = static_cast<std::uint16_t>(*port);
   }
   const std::string_view host = text.substr(0, colon);
-  if (host.empty() || EqualsIgnoreCase(host, "localhost") || host == "0.0.0.0") {
-    return address;
-  }
+  if (host.empty() || EqualsIgnoreCase(host, "localhost") || host == "0.0.0.0") return address;
   const auto parts = Split(host, '.');
-  if (parts.size() != 4) {
-    return bad();
-  }
+  if (parts.size() != 4) return bad();
   address.ipv4 = 0;
   for (const std::string_view part : parts) {
     const auto number = ParseDecimal(part);
-    if (!number || *number > 255) {
-      return bad();
-    }
+    if (!number || *number > 255) return bad();
     address.ipv4 = address.ipv4 << 8U | static_cast<std::uint32_t>(*number);
   }
   return address;
@@ -142,10 +122,8 @@ Result<std::vector<float>> ParseEmbedding(std::string_view json) {
 
 Embedder HttpEmbedder(EmbedderAddress address, EmbedderTimes times) {
   return [=](const std::string& model, std::string_view text) -> Result<std::vector<float>> {
-    const auto answer = exchange(address, times, request_text(address, model, text));
-    if (!answer) {
-      return std::unexpected(answer.error());
-    }
+    const auto answer = Exchange(address, times, RequestText(address, model, text));
+    if (!answer) return std::unexpected(answer.error());
     if (answer->status() != 200) {
       return Fail(ErrorKind::kIo,
                   "the embedding server answered " + std::to_string(answer->status()));
@@ -157,9 +135,7 @@ Embedder HttpEmbedder(EmbedderAddress address, EmbedderTimes times) {
 Embedder SystemEmbedder() {
   const auto address =
       ParseEmbedderAddress(platform::EnvironmentVariable("OLLAMA_HOST").value_or(""));
-  if (address) {
-    return HttpEmbedder(*address);
-  }
+  if (address) return HttpEmbedder(*address);
   return [reason = address.error()](const std::string&, std::string_view) {
     return Result<std::vector<float>>(Fail(ErrorKind::kUnavailable, "OLLAMA_HOST: " + reason.text));
   };

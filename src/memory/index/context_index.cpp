@@ -16,9 +16,7 @@ ContextIndex::ContextIndex(const RecordHeap& heap, IndexTables tables)
 
 bool ContextIndex::add(std::uint64_t offset) {
   const auto record = ReadRecord(heap_->bytes(), offset);
-  if (!record || tables_.memos.size() >= kMaxMemos) {
-    return false;
-  }
+  if (!record || tables_.memos.size() >= kMaxMemos) return false;
   const std::uint32_t row = tables_.memos.size();
   const std::uint32_t topic = tables_.topics.intern(record->topic);
   const auto ordinal = static_cast<std::uint32_t>(tables_.topics.rows(topic).size());
@@ -33,12 +31,8 @@ bool ContextIndex::add(std::uint64_t offset) {
                                   static_cast<std::uint32_t>(posted.size())});
   tables_.totals.count(record->written, record->has_vector());
   topic_counts_.resize(tables_.keywords.size());
-  if (webs_) {
-    webs_->add(row, *record);
-  }
-  if (vectors_) {
-    vectors_->add(row, VectorOf(record->vector_bytes));
-  }
+  if (webs_) webs_->add(row, *record);
+  if (vectors_) vectors_->add(row, VectorOf(record->vector_bytes));
   for (const std::uint32_t keyword : posted) {
     const std::size_t memos = tables_.keywords.rows(keyword).size();
     if (memos >= kFirstPick && std::has_single_bit(memos)) {
@@ -54,9 +48,7 @@ std::vector<std::uint32_t> ContextIndex::post(std::uint32_t row, const RecordVie
   for (KeywordCursor cursor = record.keywords(); cursor.next(keyword);) {
     const std::uint32_t known = tables_.keywords.size();
     const std::uint32_t id = tables_.keywords.intern(keyword);
-    if (id == known) {
-      tables_.links.add_keyword(tables_.keywords, id);
-    }
+    if (id == known) tables_.links.add_keyword(tables_.keywords, id);
     const auto rows = tables_.keywords.rows(id);
     if (rows.empty() || rows.back() != row) {  // a record may name a keyword twice
       tables_.keywords.push(id, row);
@@ -74,9 +66,7 @@ ThematicPicks ContextIndex::find_picks(std::uint32_t keyword) {
     for (KeywordCursor cursor = record(row).keywords();
          ids.size() < kMaxSampleWords && cursor.next(name);) {
       const std::uint32_t id = tables_.keywords.find(name);
-      if (std::ranges::find(ids, id) == ids.end()) {
-        ids.push_back(id);
-      }
+      if (std::ranges::find(ids, id) == ids.end()) ids.push_back(id);
     }
     return std::span<const std::uint32_t>(ids);
   };
@@ -91,17 +81,13 @@ std::span<const std::uint32_t> ContextIndex::topic_rows(std::string_view topic) 
 
 const Webs& ContextIndex::webs() const {
   const std::lock_guard lock(derived_mutex_);
-  if (!webs_) {
-    webs_ = Webs::build(*heap_, tables_.memos, IndexThreads(heap_->used()));
-  }
+  if (!webs_) webs_ = Webs::build(*heap_, tables_.memos, IndexThreads(heap_->used()));
   return *webs_;
 }
 
 const VectorIndex& ContextIndex::vectors() const {
   const std::lock_guard lock(derived_mutex_);
-  if (!vectors_) {
-    vectors_ = std::make_unique<VectorIndex>(*heap_, tables_.memos);
-  }
+  if (!vectors_) vectors_ = std::make_unique<VectorIndex>(*heap_, tables_.memos);
   return *vectors_;
 }
 

@@ -13,7 +13,7 @@
 #include "memory/index/topic_counts.h"
 #include "memory/index/vector_index.h"
 #include "memory/index/webs.h"
-#include "memory/index/written_bounds.h"
+#include "memory/index/write_time_index.h"
 #include "memory/record/record.h"
 
 namespace mrb::memory {
@@ -48,7 +48,7 @@ class ContextIndex {
 
   /// The rows of the `count` most recently written memos; see NewestRows(). Any reader may ask.
   [[nodiscard]] std::vector<std::uint32_t> newest(std::size_t count) const {
-    return NewestRows(tables_.memos, written_bounds_, count);
+    return NewestRows(tables_.memos, write_times_, count);
   }
 
   /// The record of a row, without its vector (see ReadWholeRecord).
@@ -92,7 +92,7 @@ class ContextIndex {
   SmallCounter counter_;  // scratch of find_picks()
   mutable RecencyList recency_;
   mutable TopicCounts topic_counts_;
-  mutable WrittenBounds written_bounds_;
+  mutable WriteTimeIndex write_times_;
   mutable std::mutex derived_mutex_;
   mutable std::unique_ptr<Webs> webs_;            // guarded by derived_mutex_ among readers
   mutable std::unique_ptr<VectorIndex> vectors_;  // likewise

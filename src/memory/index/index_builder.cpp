@@ -35,14 +35,12 @@ struct Mapping {
 
 /// Adds the names of `local` to `all` in order, and their row counts to the counts there.
 template <typename Names>
-Mapping merge_names(Names& all, const Names& local) {
+Mapping MergeNames(Names& all, const Names& local) {
   Mapping map;
   map.global.resize(local.size());
   map.before.resize(local.size());
   for (std::uint32_t id = 0; id < local.size(); ++id) {
-    if (id + kMergeAhead < local.size()) {
-      all.prefetch(Names::hash(local.name(id + kMergeAhead)));
-    }
+    if (id + kMergeAhead < local.size()) all.prefetch(Names::hash(local.name(id + kMergeAhead)));
     const std::uint32_t global = all.intern(local.name(id));
     ListBlock& rows = all.entry(global).rows;
     map.global[id] = global;
@@ -54,7 +52,7 @@ Mapping merge_names(Names& all, const Names& local) {
 
 /// The first range's names are the global ones, as they are.
 template <typename Names>
-Mapping first_mapping(const Names& names) {
+Mapping FirstMapping(const Names& names) {
   Mapping map;
   map.global.resize(names.size());
   map.before.resize(names.size());
@@ -67,7 +65,7 @@ Mapping first_mapping(const Names& names) {
 /// Gives every list its room: an eighth more than it needs, or the first memo added after a load
 /// would move long lists.
 template <typename Names>
-void place_lists(Names& names) {
+void PlaceLists(Names& names) {
   std::uint64_t total = 0;
   for (std::uint32_t id = 0; id < names.size(); ++id) {
     ListBlock& rows = names.entry(id).rows;
@@ -79,7 +77,7 @@ void place_lists(Names& names) {
 }
 
 template <typename Names>
-void start_lists(Mapping& map, const Names& names) {
+void StartLists(Mapping& map, const Names& names) {
   map.next.resize(map.global.size());
   for (std::size_t id = 0; id < map.global.size(); ++id) {
     map.next[id] = names.entry(map.global[id]).rows.start + map.before[id];
@@ -185,14 +183,10 @@ void IndexBuilder::read_block(const Range& range, std::uint32_t first, std::span
   }
   for (Memo& memo : block) {
     memo.topic = range.topics.guess(memo.topic_hash, memo.record.topic.size());
-    if (memo.topic != kNoId) {
-      __builtin_prefetch(&range.topics.entry(memo.topic));
-    }
+    if (memo.topic != kNoId) __builtin_prefetch(&range.topics.entry(memo.topic));
   }
   for (const Memo& memo : block) {
-    if (memo.topic != kNoId) {
-      __builtin_prefetch(range.topics.name(memo.topic).data());
-    }
+    if (memo.topic != kNoId) __builtin_prefetch(range.topics.name(memo.topic).data());
   }
 }
 
@@ -231,9 +225,7 @@ std::uint32_t IndexBuilder::post(Range& range, std::uint32_t row, KeywordCursor&
     }
     for (Pending& word : std::span(batch).first(count)) {
       word.id = range.keywords.guess(word.hash, word.name.size());
-      if (word.id != kNoId) {
-        __builtin_prefetch(&range.tallies[word.id]);
-      }
+      if (word.id != kNoId) __builtin_prefetch(&range.tallies[word.id]);
     }
     for (Pending& word : std::span(batch).first(count)) {
       if (word.id == kNoId || !range.keywords.is(word.id, word.name)) {
@@ -252,26 +244,26 @@ std::uint32_t IndexBuilder::post(Range& range, std::uint32_t row, KeywordCursor&
 }
 
 void IndexBuilder::merge() {
-  ranges_[0].topic_map = first_mapping(ranges_[0].topics);
-  ranges_[0].keyword_map = first_mapping(ranges_[0].keywords);
+  ranges_[0].topic_map = FirstMapping(ranges_[0].topics);
+  ranges_[0].keyword_map = FirstMapping(ranges_[0].keywords);
   tables_.topics = std::move(ranges_[0].topics);
   tables_.keywords = std::move(ranges_[0].keywords);
   tables_.totals = ranges_[0].totals;
   for (std::size_t i = 1; i < ranges_.size(); ++i) {
     Range& range = ranges_[i];
-    range.topic_map = merge_names(tables_.topics, range.topics);
-    range.keyword_map = merge_names(tables_.keywords, range.keywords);
+    range.topic_map = MergeNames(tables_.topics, range.topics);
+    range.keyword_map = MergeNames(tables_.keywords, range.keywords);
     tables_.totals.merge(range.totals);
     range.topics = TopicTable(heap_);
     range.keywords = KeywordIndex(heap_);
   }
-  place_lists(tables_.topics);
-  place_lists(tables_.keywords);
+  PlaceLists(tables_.topics);
+  PlaceLists(tables_.keywords);
 }
 
 void IndexBuilder::scatter(Range& range) {
-  start_lists(range.topic_map, tables_.topics);
-  start_lists(range.keyword_map, tables_.keywords);
+  StartLists(range.topic_map, tables_.topics);
+  StartLists(range.keyword_map, tables_.keywords);
   std::uint32_t* const topic_lists = tables_.topics.arena().data();
   std::uint32_t* const keyword_lists = tables_.keywords.arena().data();
   const std::uint32_t* posted = range.posted.data();

@@ -17,9 +17,7 @@ void MemoTotals::count(std::uint64_t written, bool vector) {
 void MemoTotals::merge(const MemoTotals& other) {
   untimed += other.untimed;
   vectors += other.vectors;
-  if (other.oldest != 0) {
-    oldest = oldest == 0 ? other.oldest : std::min(oldest, other.oldest);
-  }
+  if (other.oldest != 0) oldest = oldest == 0 ? other.oldest : std::min(oldest, other.oldest);
   newest = std::max(newest, other.newest);
 }
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "memory/index/keyword_links.h"
-#include "memory/index/named_lists.h"
+#include "memory/index/posting_table.h"
 #include "memory/record/memo_table.h"
 #include "memory/record/record.h"
 #include "memory/record/record_heap.h"

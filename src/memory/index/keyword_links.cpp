@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "memory/containers/name_hash.h"
+#include "memory/containers/name_table.h"
 #include "memory/text/inflections.h"
 
 namespace mrb::memory {
@@ -40,9 +40,7 @@ void KeywordLinks::add_keyword(KeywordIndex& keywords, std::uint32_t id) {
     const std::uint32_t other = keywords.find(form);
     // In a bulk load the later keywords are there already; they link themselves when their turn
     // comes.
-    if (other < id) {
-      link(keywords, id, other);
-    }
+    if (other < id) link(keywords, id, other);
   }
   link_bare_forms(keywords, id);
 }
@@ -57,9 +55,7 @@ std::size_t KeywordLinks::probe_bare(const KeywordIndex& keywords, std::string_v
 void KeywordLinks::link_bare_forms(KeywordIndex& keywords, std::uint32_t id) {
   const std::string_view word = keywords.name(id);
   const std::string form = BareForm(word);
-  if (form.empty()) {
-    return;
-  }
+  if (form.empty()) return;
   const std::size_t slot = probe_bare(keywords, form);
   const std::uint32_t group = bare_forms_.id_at(slot);
   if (form == word) {
@@ -68,9 +64,7 @@ void KeywordLinks::link_bare_forms(KeywordIndex& keywords, std::uint32_t id) {
     }
     return;
   }
-  if (const std::uint32_t bare = keywords.find(form); bare < id) {
-    link(keywords, id, bare);
-  }
+  if (const std::uint32_t bare = keywords.find(form); bare < id) link(keywords, id, bare);
   if (group == kNoId) {
     bare_groups_.push_back({{id}, 1});
     bare_forms_.place(slot, HashName(form), static_cast<std::uint32_t>(form.size()),
@@ -81,9 +75,7 @@ void KeywordLinks::link_bare_forms(KeywordIndex& keywords, std::uint32_t id) {
 }
 
 void KeywordLinks::set_picks(KeywordIndex& keywords, std::uint32_t id, const ThematicPicks& picks) {
-  if (picks.count == 0 && find(keywords, id) == nullptr) {
-    return;
-  }
+  if (picks.count == 0 && find(keywords, id) == nullptr) return;
   const auto place = [&](const ListBlock& block) {
     const auto list = lists_.list(block);
     return static_cast<std::size_t>(std::ranges::lower_bound(list, id) - list.begin());
@@ -113,9 +105,7 @@ std::vector<std::uint32_t> KeywordLinks::thematic(const KeywordIndex& keywords,
     const auto picks = links->picks.span();
     related.assign(picks.begin(), picks.end());
     for (const std::uint32_t other : lists_.list(links->picked_by)) {
-      if (std::ranges::find(picks, other) == picks.end()) {
-        related.push_back(other);
-      }
+      if (std::ranges::find(picks, other) == picks.end()) related.push_back(other);
     }
   }
   return related;
@@ -133,9 +123,7 @@ std::vector<std::uint32_t> KeywordLinks::relatives(const KeywordIndex& keywords,
   AppendInflections(word, forms);
   std::ranges::for_each(forms, [&](const std::string& form) { add(keywords.find(form)); });
   const std::string bare = BareForm(word);
-  if (bare.empty()) {
-    return found;
-  }
+  if (bare.empty()) return found;
   if (bare != word) {
     add(keywords.find(bare));
   } else if (const auto group = bare_forms_.id_at(probe_bare(keywords, bare)); group != kNoId) {

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "memory/containers/name_table.h"
-#include "memory/index/named_lists.h"
-#include "memory/index/thematic_picks.h"
+#include "memory/index/cooccurrence.h"
+#include "memory/index/posting_table.h"
 
 namespace mrb::memory {
 

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kStartBytes = 8;
 
-std::uint64_t start_of(std::string_view name, unsigned char padding) {
+std::uint64_t StartOf(std::string_view name, unsigned char padding) {
   std::uint64_t start = 0;
   for (std::size_t i = 0; i < kStartBytes; ++i) {
     start = start << 8U | (i < name.size() ? static_cast<unsigned char>(name[i]) : padding);
@@ -23,12 +23,10 @@ std::uint64_t start_of(std::string_view name, unsigned char padding) {
 
 void KeywordPrefixes::follow(const KeywordIndex& keywords) {
   const std::size_t known = entries_.size();
-  if (known == keywords.size()) {
-    return;
-  }
+  if (known == keywords.size()) return;
   entries_.reserve(keywords.size());
   for (auto id = static_cast<std::uint32_t>(known); id < keywords.size(); ++id) {
-    entries_.push_back({start_of(keywords.name(id), 0), id});
+    entries_.push_back({StartOf(keywords.name(id), 0), id});
   }
   SortTail(entries_, known, &Entry::start);
 }
@@ -36,9 +34,9 @@ void KeywordPrefixes::follow(const KeywordIndex& keywords) {
 std::vector<std::uint32_t> KeywordPrefixes::starting_with(const KeywordIndex& keywords,
                                                           std::string_view prefix,
                                                           std::size_t most) const {
-  const auto first = std::ranges::lower_bound(entries_, start_of(prefix, 0), {}, &Entry::start);
+  const auto first = std::ranges::lower_bound(entries_, StartOf(prefix, 0), {}, &Entry::start);
   const auto last =
-      std::ranges::upper_bound(first, entries_.end(), start_of(prefix, 0xFF), {}, &Entry::start);
+      std::ranges::upper_bound(first, entries_.end(), StartOf(prefix, 0xFF), {}, &Entry::start);
   std::vector<std::pair<std::uint64_t, std::uint32_t>> found;  // how few memos, which
   for (auto entry = first; entry != last; ++entry) {
     const auto& known = keywords.entry(entry->id);

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "memory/index/named_lists.h"
+#include "memory/index/posting_table.h"
 
 namespace mrb::memory {
 

@@ -37,9 +37,7 @@ class PostedIds {
     const std::uint64_t start = range.starts[row - range.first_row];
     const std::uint64_t end = range.starts[row - range.first_row + 1];
     const auto local = range.ids.subspan(start, std::min(end - start, kMaxSampleWords));
-    if (range.global.empty()) {
-      return local;
-    }
+    if (range.global.empty()) return local;
     std::ranges::transform(local, ids_.begin(), [&](std::uint32_t id) { return range.global[id]; });
     return std::span(ids_).first(local.size());
   }
@@ -72,14 +70,10 @@ class RelativesCheck {
     }
     const auto known = [&](const std::string& form) { return keywords_.find(form) != kNoId; };
     const std::string bare = BareForm(word);
-    if (std::ranges::any_of(forms, known)) {
-      found_[id] = true;
-    }
+    if (std::ranges::any_of(forms, known)) found_[id] = true;
     if (!bare.empty() && bare != word) {
       found_[id] = true;  // a later keyword may be its bare form
-      if (const std::uint32_t other = keywords_.find(bare); other != kNoId) {
-        found_[other] = true;
-      }
+      if (const std::uint32_t other = keywords_.find(bare); other != kNoId) found_[other] = true;
     }
   }
 
@@ -88,8 +82,8 @@ class RelativesCheck {
   std::vector<std::atomic<bool>> found_;
 };
 
-ThematicPicks picks_of(const KeywordIndex& keywords, std::uint32_t id, SmallCounter& counter,
-                       PostedIds& ids_of) {
+ThematicPicks PicksOf(const KeywordIndex& keywords, std::uint32_t id, SmallCounter& counter,
+                      PostedIds& ids_of) {
   const std::vector<std::uint32_t> rows = SampleRows(keywords, id);
   std::ranges::for_each(rows, [&](std::uint32_t row) { ids_of.prefetch_start(row); });
   std::ranges::for_each(rows, [&](std::uint32_t row) { ids_of.prefetch_ids(row); });
@@ -110,18 +104,14 @@ void BuildLinks(KeywordIndex& keywords, KeywordLinks& links, std::span<const Pos
     for (std::uint64_t from; (from = next.fetch_add(kBlock)) < keywords.size();) {
       const std::uint64_t to = std::min<std::uint64_t>(keywords.size(), from + kBlock);
       for (auto id = static_cast<std::uint32_t>(from); id < to; ++id) {
-        picks[id] = picks_of(keywords, id, counter, ids_of);
+        picks[id] = PicksOf(keywords, id, counter, ids_of);
         relatives.look(id, forms);
       }
     }
   });
   for (std::uint32_t id = 0; id < keywords.size(); ++id) {
-    if (relatives.found(id)) {
-      links.add_keyword(keywords, id);
-    }
-    if (picks[id].count > 0) {
-      links.set_picks(keywords, id, picks[id]);
-    }
+    if (relatives.found(id)) links.add_keyword(keywords, id);
+    if (picks[id].count > 0) links.set_picks(keywords, id, picks[id]);
   }
 }
 

@@ -4,7 +4,7 @@
 #include <span>
 
 #include "memory/index/keyword_links.h"
-#include "memory/index/named_lists.h"
+#include "memory/index/posting_table.h"
 
 namespace mrb::memory {
 

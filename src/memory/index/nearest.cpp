@@ -15,21 +15,21 @@ constexpr std::size_t kFloatsPerThread = 1U << 20U;  // fewer are done before a 
 
 // Four floats at once is what every machine of this kind has.
 using Four = float __attribute__((vector_size(16)));
-constexpr std::size_t kLanes = 4;
+constexpr std::size_t kRankers = 4;
 
-Four load(const float* at) {
+Four Load(const float* at) {
   Four four;
   std::memcpy(&four, at, sizeof four);
   return four;
 }
 
 /// Four sums side by side, so that none waits for the one before it.
-float dot(const float* a, const float* b, std::size_t size) {
+float Dot(const float* a, const float* b, std::size_t size) {
   Four sums[4] = {};
   std::size_t i = 0;
-  for (; i + 4 * kLanes <= size; i += 4 * kLanes) {
+  for (; i + 4 * kRankers <= size; i += 4 * kRankers) {
     for (std::size_t lane = 0; lane < 4; ++lane) {
-      sums[lane] += load(a + i + lane * kLanes) * load(b + i + lane * kLanes);
+      sums[lane] += Load(a + i + lane * kRankers) * Load(b + i + lane * kRankers);
     }
   }
   const Four all = (sums[0] + sums[1]) + (sums[2] + sums[3]);
@@ -40,7 +40,7 @@ float dot(const float* a, const float* b, std::size_t size) {
   return sum;
 }
 
-bool better(const Near& a, const Near& b) {
+bool Better(const Near& a, const Near& b) {
   return a.cosine != b.cosine ? a.cosine > b.cosine : a.place < b.place;
 }
 
@@ -71,17 +71,15 @@ std::vector<Near> FindNearest(std::span<const float> flat, std::span<const float
     const std::size_t last = rows * (thread + 1) / threads;
     for (std::size_t row = rows * thread / threads; row < last; ++row) {
       const Near near{static_cast<std::uint32_t>(row),
-                      dot(flat.data() + row * query.size(), query.data(), query.size())};
-      if (!(near.cosine > 0) || count == 0) {
-        continue;
-      }
+                      Dot(flat.data() + row * query.size(), query.data(), query.size())};
+      if (!(near.cosine > 0) || count == 0) continue;
       if (best.size() < count) {
         best.push_back(near);
-        std::ranges::push_heap(best, better);  // the worst of them on top
-      } else if (better(near, best.front())) {
-        std::ranges::pop_heap(best, better);
+        std::ranges::push_heap(best, Better);  // the worst of them on top
+      } else if (Better(near, best.front())) {
+        std::ranges::pop_heap(best, Better);
         best.back() = near;
-        std::ranges::push_heap(best, better);
+        std::ranges::push_heap(best, Better);
       }
     }
   });
@@ -89,7 +87,7 @@ std::vector<Near> FindNearest(std::span<const float> flat, std::span<const float
   for (const std::vector<Near>& part : found) {
     all.insert(all.end(), part.begin(), part.end());
   }
-  std::ranges::sort(all, better);
+  std::ranges::sort(all, Better);
   all.resize(std::min(all.size(), count));
   return all;
 }

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "memory/containers/name_hash.h"
+#include "memory/containers/name_table.h"
 
 namespace mrb::memory {
 
@@ -15,9 +15,7 @@ std::uint32_t TermWeb::intern(std::string_view name) {
   const auto length = static_cast<std::uint32_t>(name.size());
   const std::size_t slot =
       table_.probe(hash, length, [&](std::uint32_t id) { return term(id) == name; });
-  if (const std::uint32_t known = table_.id_at(slot); known != kNoId) {
-    return known;
-  }
+  if (const std::uint32_t known = table_.id_at(slot); known != kNoId) return known;
   const auto id = static_cast<std::uint32_t>(entries_.size());
   entries_.push_back({names_.size(), length, {}});
   names_ += name;
@@ -29,9 +27,7 @@ void TermWeb::add(std::string_view name, std::uint32_t row) {
   const std::size_t known = entries_.size();
   const std::uint32_t id = intern(name);
   const auto noted = rows(id);
-  if (noted.empty() || noted.back() != row) {
-    lists_.push(entries_[id].rows, row);
-  }
+  if (noted.empty() || noted.back() != row) lists_.push(entries_[id].rows, row);
   if (id == known && ordered_) {
     const auto by_name = [&](std::uint32_t other) { return term(other); };
     order_.insert(std::ranges::lower_bound(order_, name, {}, by_name), id);

@@ -6,9 +6,7 @@ namespace mrb::memory {
 
 void TimeWeb::push(ListBlock& block, std::uint32_t row) {
   const auto list = lists_.list(block);
-  if (list.empty() || list.back() != row) {
-    lists_.push(block, row);
-  }
+  if (list.empty() || list.back() != row) lists_.push(block, row);
 }
 
 /// Puts the row, the newest so far, behind all of its date: before the first of the next date that
@@ -40,17 +38,13 @@ void TimeWeb::chain(Dates::iterator date, std::uint32_t row) {
 void TimeWeb::add(std::uint32_t row, std::span<const DateStamp> dates) {
   links_.resize(std::size_t{row} + 1);
   links_[row] = {};
-  if (dates.empty()) {
-    return;
-  }
+  if (dates.empty()) return;
   for (const DateStamp stamp : dates) {
     push(dates_[stamp.packed()].mentioned, row);
   }
   const auto anchor = dates_.find(dates.front().packed());
   links_[row].anchor = anchor->first;
-  if (!deferred_) {
-    chain(anchor, row);
-  }
+  if (!deferred_) chain(anchor, row);
   lists_.push(anchor->second.anchored, row);
   ++chained_;
 }

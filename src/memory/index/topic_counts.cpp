@@ -10,9 +10,7 @@ std::uint32_t TopicCounts::count(const MemoTable& memos, const TopicTable& topic
   const auto rows = keywords.rows(keyword);
   const std::atomic_ref<std::uint64_t> kept(counts_[keyword]);
   const std::uint64_t known = kept.load(std::memory_order_relaxed);
-  if (known >> 32U == rows.size()) {
-    return static_cast<std::uint32_t>(known);
-  }
+  if (known >> 32U == rows.size()) return static_cast<std::uint32_t>(known);
   std::uint32_t count = 0;
   if (rows.size() == 1) {
     count = 1;

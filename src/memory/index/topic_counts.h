@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "memory/containers/paged_array.h"
-#include "memory/index/named_lists.h"
+#include "memory/index/posting_table.h"
 #include "memory/record/memo_table.h"
 
 namespace mrb::memory {

@@ -18,16 +18,12 @@ std::vector<float> VectorOf(std::string_view vector_bytes) {
 
 VectorIndex::VectorIndex(const RecordHeap& heap, const MemoTable& memos) {
   for (std::uint32_t row = 0; row < memos.size(); ++row) {
-    if ((memos[row].props & kVectorBit) != 0) {
-      add(row, VectorOf(VectorBytesOf(heap, memos, row)));
-    }
+    if ((memos[row].props & kVectorBit) != 0) add(row, VectorOf(VectorBytesOf(heap, memos, row)));
   }
 }
 
 void VectorIndex::add(std::uint32_t row, std::span<const float> vector) {
-  if (vector.empty()) {
-    return;
-  }
+  if (vector.empty()) return;
   Group& group = groups_[vector.size()];
   const std::size_t at = group.floats.size();
   group.floats.resize(at + vector.size());
@@ -39,9 +35,7 @@ void VectorIndex::add(std::uint32_t row, std::span<const float> vector) {
 std::vector<NearMemo> VectorIndex::nearest(std::span<const float> query, std::size_t count) const {
   std::vector<NearMemo> memos;
   const auto group = groups_.find(query.size());
-  if (group == groups_.end()) {
-    return memos;
-  }
+  if (group == groups_.end()) return memos;
   const std::vector<float> unit = Normalised(query);
   for (const Near& near : FindNearest(group->second.floats.span(), unit, count)) {
     memos.push_back({group->second.rows[near.place], near.cosine});

@@ -6,12 +6,12 @@
 namespace mrb::memory {
 
 void Webs::add(std::uint32_t row, const RecordView& record) {
-  frame_.read(record.content, record.topic, record.written);
-  for (const Frame::Term& term : frame_.terms()) {
-    terms_[static_cast<std::size_t>(term.web)].add(frame_.name(term), row);
+  five_ws_.read(record.content, record.topic, record.written);
+  for (const FiveWs::Term& term : five_ws_.terms()) {
+    terms_[static_cast<std::size_t>(term.web)].add(five_ws_.name(term), row);
   }
   dates_.clear();
-  for (const Frame::Date& date : frame_.dates()) {
+  for (const FiveWs::Date& date : five_ws_.dates()) {
     dates_.push_back(date.stamp);
   }
   time_.add(row, dates_);

@@ -9,7 +9,7 @@
 #include "memory/record/memo_table.h"
 #include "memory/record/record.h"
 #include "memory/record/record_heap.h"
-#include "memory/text/frame.h"
+#include "memory/text/five_ws.h"
 
 namespace mrb::memory {
 
@@ -36,7 +36,7 @@ class Webs {
 
   std::array<TermWeb, kWebs> terms_;
   TimeWeb time_;
-  Frame frame_;                   // scratch of add()
+  FiveWs five_ws_;                // scratch of add()
   std::vector<DateStamp> dates_;  // likewise
 };
 

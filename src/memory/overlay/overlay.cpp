@@ -9,11 +9,9 @@ namespace {
 /// Where `offset` is, or belongs, in a list that is ascending by offset. Lists mostly grow at their
 /// ends.
 template <typename List>
-auto place_of(List& list, std::uint64_t offset) {
+auto PlaceOf(List& list, std::uint64_t offset) {
   using Entry = typename List::value_type;
-  if (list.empty() || list.back().offset < offset) {
-    return list.end();
-  }
+  if (list.empty() || list.back().offset < offset) return list.end();
   return std::ranges::lower_bound(list, offset, {}, &Entry::offset);
 }
 
@@ -21,7 +19,7 @@ auto place_of(List& list, std::uint64_t offset) {
 
 bool Overlay::is_keyed(std::uint64_t offset) const {
   const auto there = [&](const auto& list) {
-    const auto at = place_of(list, offset);
+    const auto at = PlaceOf(list, offset);
     return at != list.end() && at->offset == offset;
   };
   return is_local() ? there(vectors_) : there(keys_);
@@ -29,25 +27,21 @@ bool Overlay::is_keyed(std::uint64_t offset) const {
 
 std::uint32_t Overlay::intern(std::string_view label) {
   const auto known = std::ranges::find(labels_, label, &Label::name);
-  if (known != labels_.end()) {
-    return static_cast<std::uint32_t>(known - labels_.begin());
-  }
+  if (known != labels_.end()) return static_cast<std::uint32_t>(known - labels_.begin());
   labels_.push_back({std::string(label), {}});
   return static_cast<std::uint32_t>(labels_.size() - 1);
 }
 
 Overlay::Keyed Overlay::set_key(std::uint64_t offset, std::uint32_t label) {
   Keyed result = Keyed::kNew;
-  const auto at = place_of(keys_, offset);
+  const auto at = PlaceOf(keys_, offset);
   if (at == keys_.end() || at->offset != offset) {
     keys_.insert(at, {offset, label});
   } else if (at->label == label) {
     return Keyed::kSame;
   } else {
     result = Keyed::kMoved;
-    if (at->label < labels_.size()) {
-      std::erase(labels_[at->label].memos, offset);
-    }
+    if (at->label < labels_.size()) std::erase(labels_[at->label].memos, offset);
     at->label = label;
   }
   if (label < labels_.size()) {
@@ -59,7 +53,7 @@ Overlay::Keyed Overlay::set_key(std::uint64_t offset, std::uint32_t label) {
 
 void Overlay::set_vector(std::uint64_t offset, std::span<const float> vector) {
   Vector entry{offset, floats_.size(), static_cast<std::uint32_t>(vector.size())};
-  const auto at = place_of(vectors_, offset);
+  const auto at = PlaceOf(vectors_, offset);
   const bool known = at != vectors_.end() && at->offset == offset;
   if (known && at->dimension == entry.dimension) {
     std::ranges::copy(vector, floats_.begin() + static_cast<std::ptrdiff_t>(at->start));
@@ -80,9 +74,7 @@ void Overlay::settle_mark(const MemoTable& memos, std::uint64_t end) {
       while (key != list.end() && key->offset < memo.offset) {
         ++key;
       }
-      if (key == list.end() || key->offset != memo.offset) {
-        return memo.offset;
-      }
+      if (key == list.end() || key->offset != memo.offset) return memo.offset;
     }
     return end;
   };
@@ -94,7 +86,7 @@ std::vector<std::uint32_t> Overlay::worklist(const MemoTable& memos, std::size_t
   const auto all = memos.span();
   const auto first = std::ranges::lower_bound(all, mark_, {}, &MemoRow::offset);
   const auto collect = [&](const auto& list) {
-    auto key = place_of(list, mark_);
+    auto key = PlaceOf(list, mark_);
     for (auto memo = first; memo != all.end() && rows.size() < limit; ++memo) {
       while (key != list.end() && key->offset < memo->offset) {
         ++key;

@@ -67,9 +67,7 @@ Result<Overlay> DecodeOverlay(std::string_view bytes) {
     for (std::size_t i = 0; i < vector.size(); ++i) {
       vector[i] = std::bit_cast<float>(LoadU32(raw.data() + i * 4));
     }
-    if (in.good()) {
-      overlay.set_vector(offset, vector);
-    }
+    if (in.good()) overlay.set_vector(offset, vector);
   }
   const bool named = CheckContextId(overlay.name()).has_value();
   if (!magic || !named || !in.good() || !in.at_end()) {

@@ -7,8 +7,8 @@
 #include "common/little_endian.h"
 #include "common/text.h"
 #include "memory/record/store_format.h"
+#include "platform/files.h"
 #include "platform/paths.h"
-#include "platform/replace_file.h"
 
 namespace mrb::memory {
 
@@ -22,7 +22,7 @@ constexpr std::string_view kPreparedSuffix = ".next";
 /// What tells a heap from the one before the change: its length, the bytes from where they differ,
 /// and its last ones.
 template <typename Read>
-std::string note_of(std::uint64_t bytes, std::uint64_t changed_at, Read read) {
+std::string NoteOf(std::uint64_t bytes, std::uint64_t changed_at, Read read) {
   const auto hash = [&](std::uint64_t from) {
     return Fnv1a(read(from, std::min(kNotedBytes, bytes - from)));
   };
@@ -35,14 +35,14 @@ std::string note_of(std::uint64_t bytes, std::uint64_t changed_at, Read read) {
   return note;
 }
 
-bool describes(std::string_view note, const RecordHeap& heap) {
+bool Describes(std::string_view note, const RecordHeap& heap) {
   if (note.size() != 4 * sizeof(std::uint64_t) ||
       LoadLittleEndian<std::uint64_t>(std::span(note).first<sizeof(std::uint64_t)>()) !=
           heap.used()) {
     return false;
   }
   const std::uint64_t changed_at = LoadU64(note.data() + sizeof(std::uint64_t));
-  return note == note_of(heap.used(), changed_at, [&](std::uint64_t from, std::uint64_t bytes) {
+  return note == NoteOf(heap.used(), changed_at, [&](std::uint64_t from, std::uint64_t bytes) {
            return heap.text(from, bytes);
          });
 }
@@ -61,27 +61,19 @@ Status OverlaySet::write(const std::string& path, std::string_view bytes) {
 Status OverlaySet::recover(const RecordHeap& heap) {
   const std::string note_path = JoinPath(folder_, kOverlayNoteName);
   const auto note = platform::ReadFile(*files_, note_path);
-  const bool done = note && describes(*note, heap);
+  const bool done = note && Describes(*note, heap);
   const auto entries = files_->list(folder_);
-  if (!entries) {
-    return std::unexpected(entries.error());
-  }
+  if (!entries) return std::unexpected(entries.error());
   for (const platform::DirectoryEntry& entry : *entries) {
-    if (!entry.name.starts_with(kOverlayPrefix) || !entry.name.ends_with(kPreparedSuffix)) {
-      continue;
-    }
+    if (!entry.name.starts_with(kOverlayPrefix) || !entry.name.ends_with(kPreparedSuffix)) continue;
     const std::string path = JoinPath(folder_, entry.name);
     const Status settled =
         done ? files_->rename_replace(path, path.substr(0, path.size() - kPreparedSuffix.size()))
              : files_->remove_file(path);
-    if (!settled) {
-      return settled;
-    }
+    if (!settled) return settled;
   }
   if (note || note.error().kind != ErrorKind::kNotFound) {
-    if (const Status kept = files_->sync_directory(folder_); !kept) {
-      return kept;
-    }
+    if (const Status kept = files_->sync_directory(folder_); !kept) return kept;
     return files_->remove_file(note_path);
   }
   return {};
@@ -90,21 +82,13 @@ Status OverlaySet::recover(const RecordHeap& heap) {
 Status OverlaySet::load(const RecordHeap& heap, const MemoTable& memos) {
   overlays_.clear();
   damaged_.clear();
-  if (const Status recovered = recover(heap); !recovered) {
-    return recovered;
-  }
+  if (const Status recovered = recover(heap); !recovered) return recovered;
   const auto entries = files_->list(folder_);
-  if (!entries) {
-    return std::unexpected(entries.error());
-  }
+  if (!entries) return std::unexpected(entries.error());
   for (const platform::DirectoryEntry& entry : *entries) {
-    if (!entry.name.starts_with(kOverlayPrefix) || !entry.name.ends_with(kOverlaySuffix)) {
-      continue;
-    }
+    if (!entry.name.starts_with(kOverlayPrefix) || !entry.name.ends_with(kOverlaySuffix)) continue;
     const auto bytes = platform::ReadFile(*files_, JoinPath(folder_, entry.name));
-    if (!bytes) {
-      return std::unexpected(bytes.error());
-    }
+    if (!bytes) return std::unexpected(bytes.error());
     auto overlay = DecodeOverlay(*bytes);
     if (!overlay || !EqualsIgnoreCase(path_of(overlay->name()), JoinPath(folder_, entry.name))) {
       damaged_.push_back(entry.name);
@@ -137,9 +121,7 @@ Status OverlaySet::set_settings(const EmbedSettings& settings) {
   const Status written =
       write(JoinPath(folder_, kEmbedSettingsName), FormatEmbedSettings(settings));
   uncertain_ = uncertain_ || !written;
-  if (written) {
-    settings_ = settings;
-  }
+  if (written) settings_ = settings;
   return written;
 }
 
@@ -163,9 +145,7 @@ Status OverlaySet::drop(std::string_view type) {
       overlays_, [&](const Overlay& overlay) { return EqualsIgnoreCase(overlay.name(), type); });
   if (files_ != nullptr) {
     const Status removed = files_->remove_file(path_of(known->name()));
-    if (!removed && removed.error().kind != ErrorKind::kNotFound) {
-      return removed;
-    }
+    if (!removed && removed.error().kind != ErrorKind::kNotFound) return removed;
     if (const Status kept = files_->sync_directory(folder_); !kept) {
       uncertain_ = true;
       return kept;
@@ -189,7 +169,7 @@ Status OverlaySet::prepare(const Move& move) {
       return written;
     }
   }
-  const std::string note = note_of(move.heap_bytes, move.changed_at, move.read);
+  const std::string note = NoteOf(move.heap_bytes, move.changed_at, move.read);
   if (const Status written = write(JoinPath(folder_, kOverlayNoteName), note); !written) {
     abandon();
     return written;
@@ -217,13 +197,9 @@ Status OverlaySet::commit(const RecordHeap& heap, const MemoTable& memos) {
   for (const Overlay& overlay : overlays_) {
     const std::string path = path_of(overlay.name());
     const Status placed = files_->rename_replace(std::string(path).append(kPreparedSuffix), path);
-    if (!placed) {
-      return placed;
-    }
+    if (!placed) return placed;
   }
-  if (const Status kept = files_->sync_directory(folder_); !kept) {
-    return kept;
-  }
+  if (const Status kept = files_->sync_directory(folder_); !kept) return kept;
   if (const Status removed = files_->remove_file(JoinPath(folder_, kOverlayNoteName)); !removed) {
     return removed;
   }
@@ -234,9 +210,7 @@ Status OverlaySet::commit(const RecordHeap& heap, const MemoTable& memos) {
 void OverlaySet::abandon() {
   prepared_.clear();
   prepared_for_move_ = false;
-  if (!pending_) {
-    return;
-  }
+  if (!pending_) return;
   // What cannot be removed now is dropped by the next load: its note is not of this store.
   (void)files_->remove_file(JoinPath(folder_, kOverlayNoteName));
   for (const Overlay& overlay : overlays_) {

@@ -31,7 +31,7 @@ struct PostingList {
   unsigned kind = 0;
 };
 
-std::vector<PostingList> lists_of(const ContextIndex& index, std::span<const QueryTerm> terms) {
+std::vector<PostingList> ListsOf(const ContextIndex& index, std::span<const QueryTerm> terms) {
   std::vector<PostingList> lists;
   const auto add = [&](MatchKind kind, std::vector<std::uint32_t> QueryTerm::* ids) {
     for (std::size_t term = 0; term < terms.size(); ++term) {
@@ -55,9 +55,7 @@ class Threshold {
       : limit_(limit), counts_(kScoreUnit * terms + 1) {}
 
   bool admit(std::uint32_t score) {
-    if (score <= least_) {
-      return false;
-    }
+    if (score <= least_) return false;
     ++counts_[score];
     for (++above_; above_ >= limit_;) {
       above_ -= counts_[++least_];
@@ -135,9 +133,7 @@ class RangeScan {
         touched_[slot / 64] |= std::uint64_t{1} << (slot % 64);
       }
       cursor.at = at;
-      if (at != cursor.end) {
-        next = std::min(next, *at);
-      }
+      if (at != cursor.end) next = std::min(next, *at);
     }
     return next;
   }
@@ -166,7 +162,7 @@ class RangeScan {
 };
 
 /// Both ways of the ranges as one list, in the order of the ranks.
-std::vector<Hit> merge(const std::vector<RangeHits>& ranges, std::size_t terms, std::size_t limit) {
+std::vector<Hit> Merge(const std::vector<RangeHits>& ranges, std::size_t terms, std::size_t limit) {
   std::vector<std::size_t> places(kScoreUnit * terms + 2);  // [s]: hits of a higher score than s
   std::size_t count = 0;
   for (const RangeHits& range : ranges) {
@@ -191,7 +187,7 @@ std::vector<Hit> merge(const std::vector<RangeHits>& ranges, std::size_t terms, 
 }
 
 template <std::size_t kWords>
-std::vector<RangeHits> scan(const std::vector<PostingList>& lists, std::uint32_t rows,
+std::vector<RangeHits> Scan(const std::vector<PostingList>& lists, std::uint32_t rows,
                             std::size_t threads, std::size_t terms, std::size_t limit) {
   std::vector<RangeHits> ranges(threads);
   RunParallel(threads, [&](std::size_t i) {
@@ -208,7 +204,7 @@ std::vector<RangeHits> scan(const std::vector<PostingList>& lists, std::uint32_t
 
 CoverageHits RankByCoverage(const ContextIndex& index, std::span<const QueryTerm> terms,
                             std::size_t limit) {
-  const std::vector<PostingList> lists = lists_of(index, terms);
+  const std::vector<PostingList> lists = ListsOf(index, terms);
   std::uint64_t postings = 0;
   for (const PostingList& list : lists) {
     postings += list.rows.size();
@@ -219,12 +215,12 @@ CoverageHits RankByCoverage(const ContextIndex& index, std::span<const QueryTerm
   CoverageHits out;
   std::vector<RangeHits> ranges;
   if (terms.size() <= 32) {
-    ranges = scan<1>(lists, rows, threads, terms.size(), limit);
+    ranges = Scan<1>(lists, rows, threads, terms.size(), limit);
   } else {
     out.stride_ = kMaxQueryTerms / 32;
-    ranges = scan<kMaxQueryTerms / 32>(lists, rows, threads, terms.size(), limit);
+    ranges = Scan<kMaxQueryTerms / 32>(lists, rows, threads, terms.size(), limit);
   }
-  out.hits_ = merge(ranges, terms.size(), limit);
+  out.hits_ = Merge(ranges, terms.size(), limit);
   for (RangeHits& range : ranges) {
     if (out.marks_.empty()) {
       out.marks_ = std::move(range.marks);

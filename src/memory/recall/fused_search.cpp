@@ -6,20 +6,18 @@
 
 namespace mrb::memory {
 
-std::string FusedHit::lane_names() const {
-  constexpr std::array<std::string_view, kLanes> kNames = {"kw", "sem", "tm"};
+std::string FusedHit::ranker_names() const {
+  constexpr std::array<std::string_view, kRankers> kNames = {"kw", "sem", "tm"};
   std::string names;
-  for (std::size_t lane = 0; lane < kLanes; ++lane) {
-    if ((lanes >> lane & 1U) != 0) {
-      names.append(names.empty() ? "" : "+").append(kNames[lane]);
-    }
+  for (std::size_t lane = 0; lane < kRankers; ++lane) {
+    if ((lanes >> lane & 1U) != 0) names.append(names.empty() ? "" : "+").append(kNames[lane]);
   }
   return names;
 }
 
-std::vector<FusedHit> Fuse(const RankedLanes& lanes) {
+std::vector<FusedHit> Fuse(const RankedLists& lanes) {
   std::vector<FusedHit> found;
-  for (std::size_t lane = 0; lane < kLanes; ++lane) {
+  for (std::size_t lane = 0; lane < kRankers; ++lane) {
     for (std::size_t i = 0; i < lanes[lane].size(); ++i) {
       found.push_back(
           {lanes[lane][i], 1 / (kFusionOffset + static_cast<double>(i + 1)), 1U << lane});

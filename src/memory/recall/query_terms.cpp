@@ -11,14 +11,12 @@ namespace {
 constexpr std::size_t kMaxSimilar = 8;       // more is no hint any more
 constexpr std::size_t kMinSimilarBytes = 3;  // shorter beginnings are shared by chance
 
-void add_new(std::vector<std::uint32_t>& list, std::uint32_t id) {
-  if (std::ranges::find(list, id) == list.end()) {
-    list.push_back(id);
-  }
+void AddNew(std::vector<std::uint32_t>& list, std::uint32_t id) {
+  if (std::ranges::find(list, id) == list.end()) list.push_back(id);
 }
 
 /// Adds the relatives of the term's keywords, or of its word when that is no keyword.
-void add_relatives(const ContextIndex& index, QueryTerm& term) {
+void AddRelatives(const ContextIndex& index, QueryTerm& term) {
   const auto known = [](const std::vector<std::uint32_t>& list, std::uint32_t id) {
     return std::ranges::find(list, id) != list.end();
   };
@@ -28,16 +26,12 @@ void add_relatives(const ContextIndex& index, QueryTerm& term) {
   }
   for (const std::uint32_t id : term.exact) {
     for (const std::uint32_t other : index.links().semantic(index.keywords(), id)) {
-      if (!known(term.exact, other)) {
-        add_new(term.semantic, other);
-      }
+      if (!known(term.exact, other)) AddNew(term.semantic, other);
     }
   }
   for (const std::uint32_t id : term.exact) {
     for (const std::uint32_t other : index.links().thematic(index.keywords(), id)) {
-      if (!known(term.exact, other) && !known(term.semantic, other)) {
-        add_new(term.thematic, other);
-      }
+      if (!known(term.exact, other) && !known(term.semantic, other)) AddNew(term.thematic, other);
     }
   }
 }
@@ -70,11 +64,9 @@ std::vector<QueryTerm> ReadQueryTerms(const ContextIndex& index, std::string_vie
     terms.assign(1, {});
     terms.front().text = query;
   }
-  if (whole != kNoId) {
-    add_new(terms.front().exact, whole);
-  }
+  if (whole != kNoId) AddNew(terms.front().exact, whole);
   for (QueryTerm& term : terms) {
-    add_relatives(index, term);
+    AddRelatives(index, term);
   }
   return terms;
 }
@@ -82,18 +74,12 @@ std::vector<QueryTerm> ReadQueryTerms(const ContextIndex& index, std::string_vie
 std::vector<std::uint32_t> SimilarKeywords(const ContextIndex& index, std::string_view word) {
   std::vector<std::uint32_t> similar;
   const KeywordIndex& keywords = index.keywords();
-  if (word.size() < kMinSimilarBytes) {
-    return similar;
-  }
+  if (word.size() < kMinSimilarBytes) return similar;
   for (std::uint32_t id = 0; id < keywords.size() && similar.size() < kMaxSimilar; ++id) {
     const std::uint32_t length = keywords.entry(id).name_length;
-    if (length < kMinSimilarBytes) {
-      continue;
-    }
+    if (length < kMinSimilarBytes) continue;
     const std::string_view name = keywords.name(id);
-    if (name.starts_with(word) || word.starts_with(name)) {
-      similar.push_back(id);
-    }
+    if (name.starts_with(word) || word.starts_with(name)) similar.push_back(id);
   }
   return similar;
 }

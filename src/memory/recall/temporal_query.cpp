@@ -9,16 +9,12 @@ namespace mrb::memory {
 namespace {
 
 /// "2", "202", "2023-", "2023-0", "2023-09-1": what may become a stamp.
-bool is_stamp_prefix(std::string_view text) {
+bool IsStampPrefix(std::string_view text) {
   constexpr std::string_view kShape = "dddd-dd-dd";
-  if (text.empty() || text.size() > kShape.size()) {
-    return false;
-  }
+  if (text.empty() || text.size() > kShape.size()) return false;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const bool digit = text[i] >= '0' && text[i] <= '9';
-    if (kShape[i] == 'd' ? !digit : text[i] != '-') {
-      return false;
-    }
+    if (kShape[i] == 'd' ? !digit : text[i] != '-') return false;
   }
   return true;
 }
@@ -34,26 +30,22 @@ std::string TemporalQuery::text() const {
   for (const DateStamp stamp : stamps) {
     parts.push_back(stamp.text());
   }
-  if (!prefix.empty()) {
-    parts.push_back(prefix);
-  }
-  if (month != 0) {
-    parts.push_back("month " + std::to_string(month));
-  }
+  if (!prefix.empty()) parts.push_back(prefix);
+  if (month != 0) parts.push_back("month " + std::to_string(month));
   parts.insert(parts.end(), cues.begin(), cues.end());
   return Join(parts, ", ");
 }
 
 TemporalQuery ReadTemporalQuery(std::string_view query, std::uint64_t now) {
   TemporalQuery out;
-  Frame frame;
-  frame.read(query, "", now);
-  for (const Frame::Date& date : frame.dates()) {
+  FiveWs five_ws;
+  five_ws.read(query, "", now);
+  for (const FiveWs::Date& date : five_ws.dates()) {
     if (std::ranges::find(out.stamps, date.stamp) == out.stamps.end()) {
       out.stamps.push_back(date.stamp);
     }
   }
-  FrameWords words;
+  WordScan words;
   words.read(query);
   for (std::size_t i = 0; i < words.size(); ++i) {
     const std::string word = LowerAscii(words.word(i));
@@ -61,7 +53,7 @@ TemporalQuery ReadTemporalQuery(std::string_view query, std::uint64_t now) {
       out.cues.push_back(word);
     }
   }
-  if (out.stamps.empty() && is_stamp_prefix(query) && query.find('-') != std::string_view::npos) {
+  if (out.stamps.empty() && IsStampPrefix(query) && query.find('-') != std::string_view::npos) {
     out.prefix = query;
   }
   if (out.stamps.empty() && words.size() == 1 && words[0].meaning.kind == WordKind::kMonth) {
@@ -81,9 +73,7 @@ std::vector<DatedRow> FindDated(const ContextIndex& index, const TemporalQuery& 
     for (const TimeWeb::DateRows& date : time.between(kFirst, kBehindAll)) {
       const bool wanted = query.month != 0 ? date.stamp.month() == query.month
                                            : date.stamp.text().starts_with(query.prefix);
-      if (wanted) {
-        dates.push_back(date);
-      }
+      if (wanted) dates.push_back(date);
     }
   }
   std::ranges::sort(dates, {}, &TimeWeb::DateRows::stamp);

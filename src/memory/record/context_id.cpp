@@ -18,17 +18,15 @@ constexpr std::array<std::string_view, 24> kDeviceNames = {
 /// The characters that separate paths, streams, wildcards or fields of a command.
 constexpr std::string_view kForbidden = "/\\:*?\"<>|,{}";
 
-bool is_device_name(std::string_view id) {
+bool IsDeviceName(std::string_view id) {
   // "nul.txt" and "nul .txt" are the device as well.
   const std::string base = LowerAscii(Trim(id.substr(0, id.find('.'))));
   return std::ranges::find(kDeviceNames, base) != kDeviceNames.end();
 }
 
 /// What is wrong with the id; empty when nothing is.
-std::string_view broken_rule(std::string_view id) {
-  if (id.empty() || id.size() > kMaxContextIdBytes) {
-    return "1 to 128 bytes are needed";
-  }
+std::string_view BrokenRule(std::string_view id) {
+  if (id.empty() || id.size() > kMaxContextIdBytes) return "1 to 128 bytes are needed";
   if (std::ranges::any_of(id, IsControl) || !IsUtf8(id)) {
     return "control characters and invalid UTF-8 are not allowed";
   }
@@ -38,13 +36,13 @@ std::string_view broken_rule(std::string_view id) {
   if (id.front() == '.' || id.back() == '.' || id.back() == ' ') {
     return "a leading dot and a trailing dot or blank are not allowed";
   }
-  return is_device_name(id) ? "it is the name of a device" : "";
+  return IsDeviceName(id) ? "it is the name of a device" : "";
 }
 
 }  // namespace
 
 Status CheckContextId(std::string_view id) {
-  const std::string_view rule = broken_rule(id);
+  const std::string_view rule = BrokenRule(id);
   if (rule.empty()) {
     return {};
   }

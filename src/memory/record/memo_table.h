@@ -34,9 +34,7 @@ class MemoTable {
   [[nodiscard]] std::optional<std::uint32_t> find(std::uint64_t offset) const {
     const auto all = rows_.span();
     const auto at = std::ranges::lower_bound(all, offset, {}, &MemoRow::offset);
-    if (at == all.end() || at->offset != offset) {
-      return std::nullopt;
-    }
+    if (at == all.end() || at->offset != offset) return std::nullopt;
     return static_cast<std::uint32_t>(at - all.begin());
   }
 

@@ -22,16 +22,12 @@ const std::string& MemoTypeNames() {
 }
 
 Result<std::uint32_t> ParseMemoTypes(std::string_view field) {
-  if (Trim(field).empty()) {
-    return 0;
-  }
+  if (Trim(field).empty()) return 0;
   std::uint32_t bits = 0;
   for (const std::string_view piece : Split(field, '|')) {
     const std::string_view name = Trim(piece);
     const auto found = std::ranges::find(kNames, name);
-    if (found == kNames.end()) {
-      return Fail(ErrorKind::kInvalidArgument, std::string(name));
-    }
+    if (found == kNames.end()) return Fail(ErrorKind::kInvalidArgument, std::string(name));
     bits |= 1U << (found - kNames.begin());
   }
   return bits;

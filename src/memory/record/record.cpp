@@ -91,9 +91,7 @@ std::optional<RecordView> ReadRecord(std::string_view data, std::uint64_t offset
       record.vector_bytes = in.take(dimension * sizeof(float));
     }
   }
-  if (!in.ok()) {
-    return std::nullopt;
-  }
+  if (!in.ok()) return std::nullopt;
   record.length = in.used();
   return record;
 }
@@ -113,14 +111,12 @@ RecordView ReadWholeRecord(std::string_view bytes) {
 
 std::optional<std::uint64_t> RecordLength(const RecordFields& fields) {
   std::uint64_t longest = std::max(fields.content.size(), fields.topic.size());
-  std::uint64_t length = kSmallestRecord + fields.content.size() + fields.topic.size();
+  std::uint64_t length = kMinRecord + fields.content.size() + fields.topic.size();
   for (const std::string_view keyword : fields.keywords) {
     longest = std::max<std::uint64_t>(longest, keyword.size());
     length += 4 + keyword.size();
   }
-  if (!fields.vector.empty()) {
-    length += 4 + fields.vector.size() * sizeof(float);
-  }
+  if (!fields.vector.empty()) length += 4 + fields.vector.size() * sizeof(float);
   if (std::max({longest, std::uint64_t{fields.keywords.size()},
                 std::uint64_t{fields.vector.size()}}) > kMaxFieldBytes) {
     return std::nullopt;

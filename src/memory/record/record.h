@@ -13,7 +13,7 @@ namespace mrb::memory {
 /// Integers are little-endian; nothing is aligned or terminated.
 
 inline constexpr std::uint64_t kRecordHeadBytes = 12;  ///< props and write time
-inline constexpr std::uint64_t kSmallestRecord = 24;   ///< no content, topic, keywords or vector
+inline constexpr std::uint64_t kMinRecord = 24;        ///< no content, topic, keywords or vector
 inline constexpr std::uint64_t kMaxFieldBytes = 0xFFFFFFFFU;  ///< lengths are 32-bit words
 
 /// How a record begins: with props and write time, or (the oldest stores) with props alone.
@@ -28,13 +28,9 @@ class KeywordCursor {
 
   /// False when there is no further keyword.
   bool next(std::string_view& keyword) {
-    if (left_ == 0 || end_ - at_ < 4) {
-      return false;
-    }
+    if (left_ == 0 || end_ - at_ < 4) return false;
     const std::uint32_t length = LoadU32(at_);
-    if (static_cast<std::uint64_t>(end_ - at_) - 4 < length) {
-      return false;
-    }
+    if (static_cast<std::uint64_t>(end_ - at_) - 4 < length) return false;
     keyword = std::string_view(at_ + 4, length);
     at_ += 4 + static_cast<std::uint64_t>(length);
     --left_;

@@ -8,9 +8,7 @@ std::unexpected<Error> TooLongError() {
 
 Status RecordBatch::add(const RecordFields& fields) {
   const auto length = RecordLength(fields);
-  if (!length) {
-    return TooLongError();
-  }
+  if (!length) return TooLongError();
   const std::size_t at = bytes_.size();
   bytes_.resize(at + *length);
   WriteRecord(fields, bytes_.data() + at);
@@ -21,9 +19,7 @@ Status RecordBatch::add(const RecordFields& fields) {
 void RecordBatch::add_whole(std::string_view record) {
   bytes_ += record;
   const auto read = ReadRecord(record, 0);
-  if (read && read->vector_missing) {
-    bytes_.append(sizeof(std::uint32_t), '\0');
-  }
+  if (read && read->vector_missing) bytes_.append(sizeof(std::uint32_t), '\0');
   ++count_;
 }
 

@@ -44,9 +44,7 @@ Status RecordHeap::reserve(std::uint64_t bytes) {
 }
 
 std::uint32_t RecordHeap::read_u32(std::uint64_t offset) const {
-  if (offset > used_ || used_ - offset < sizeof(std::uint32_t)) {
-    return 0;
-  }
+  if (offset > used_ || used_ - offset < sizeof(std::uint32_t)) return 0;
   return LoadU32(pages_.data() + offset);
 }
 
@@ -67,6 +65,25 @@ std::uint64_t RecordHeap::record_length(std::uint64_t offset) const {
 
 std::string_view RecordHeap::text(std::uint64_t offset, std::uint64_t length) const {
   return offset <= used_ ? bytes().substr(offset, length) : std::string_view();
+}
+
+void RecordWalk::advance(std::string_view data, bool last) {
+  if (data.size() < retry_at_ && !last) return;
+  while (rows_.size() < kMaxMemos) {
+    const auto record = ReadRecord(data, end_);
+    if (!record || (record->vector_missing && !last)) {
+      // A record of many slices is walked again from its start: not at every slice, or a crafted
+      // one would cost the square of its size.
+      retry_at_ = data.size() + (data.size() - end_);
+      return;
+    }
+    MemoRow row;
+    row.offset = end_;
+    row.keywords = record->keyword_count;
+    rows_.push_back(row);
+    end_ += record->length;
+    vector_missing_ = record->vector_missing;
+  }
 }
 
 }  // namespace mrb::memory

@@ -1,8 +1,8 @@
 #include "memory/record/store_file.h"
 
 #include "memory/record/store_format.h"
+#include "platform/files.h"
 #include "platform/paths.h"
-#include "platform/replace_file.h"
 
 namespace mrb::memory {
 
@@ -30,9 +30,7 @@ Status StoreFile::check_unchanged(std::uint64_t size) const {
   if (size_ ? size == *size_ : size >= good_) {
     return {};
   }
-  if (size == 0) {
-    return Fail(ErrorKind::kNotFound, path() + " is gone");
-  }
+  if (size == 0) return Fail(ErrorKind::kNotFound, path() + " is gone");
   return Fail(ErrorKind::kCorrupt, path() + " was changed by someone else (" +
                                        std::to_string(size) + " bytes, " +
                                        std::to_string(size_.value_or(good_)) + " expected)");
@@ -45,23 +43,15 @@ void StoreFile::cut_back(platform::OpenFile& file, const Error& reason) {
     return;
   }
   size_.reset();
-  if (!first_failure_) {
-    first_failure_ = reason;
-  }
+  if (!first_failure_) first_failure_ = reason;
 }
 
 Status StoreFile::write_tail(platform::OpenFile& file, std::string_view bytes) {
   if (good_ == 0) {
-    if (const Status magic = file.append(kMagic); !magic) {
-      return magic;
-    }
+    if (const Status magic = file.append(kMagic); !magic) return magic;
   }
-  if (const Status written = file.append(bytes); !written) {
-    return written;
-  }
-  if (const Status flushed = file.sync(); !flushed) {
-    return flushed;
-  }
+  if (const Status written = file.append(bytes); !written) return written;
+  if (const Status flushed = file.sync(); !flushed) return flushed;
   return good_ == 0 ? files_.sync_directory(folder_) : Status();
 }
 
@@ -69,23 +59,15 @@ Status StoreFile::append(std::string_view bytes) {
   // A file that had a good part must still be there; a new one is made by the first append.
   auto file = files_.open(
       path(), good_ == 0 ? FileSystem::OpenMode::kAppendNew : FileSystem::OpenMode::kAppend);
-  if (!file) {
-    return std::unexpected(file.error());
-  }
+  if (!file) return std::unexpected(file.error());
   const auto size = (*file)->size();
-  if (!size) {
-    return std::unexpected(size.error());
-  }
-  if (const Status same = check_unchanged(*size); !same) {
-    return same;
-  }
+  if (!size) return std::unexpected(size.error());
+  if (const Status same = check_unchanged(*size); !same) return same;
   if (*size > good_) {
     const Error failure =
         first_failure_.value_or(Error{ErrorKind::kIo, "cannot cut back " + path()});
     cut_back(**file, failure);
-    if (!size_) {
-      return std::unexpected(failure);
-    }
+    if (!size_) return std::unexpected(failure);
   }
   if (const Status written = write_tail(**file, bytes); !written) {
     cut_back(**file, written.error());
@@ -97,9 +79,7 @@ Status StoreFile::append(std::string_view bytes) {
 }
 
 Status StoreFile::replace(std::span<const std::string_view> heap_pieces) {
-  if (const Status same = check_unchanged(size_on_disk()); !same) {
-    return same;
-  }
+  if (const Status same = check_unchanged(size_on_disk()); !same) return same;
   std::vector<std::string_view> pieces = {kMagic};
   pieces.insert(pieces.end(), heap_pieces.begin(), heap_pieces.end());
   if (const Status replaced = platform::ReplaceFile(files_, path(), pieces); !replaced) {
@@ -116,32 +96,22 @@ Status StoreFile::replace(std::span<const std::string_view> heap_pieces) {
 
 Result<std::string> StoreFile::read_start(std::size_t bytes) const {
   const auto file = files_.open(path(), FileSystem::OpenMode::kRead);
-  if (!file) {
-    return std::unexpected(file.error());
-  }
+  if (!file) return std::unexpected(file.error());
   std::string start(bytes, '\0');
   const auto got = (*file)->read_at(0, start.data(), start.size());
-  if (!got) {
-    return std::unexpected(got.error());
-  }
+  if (!got) return std::unexpected(got.error());
   start.resize(*got);
   return start;
 }
 
 Result<std::string> StoreFile::read_from(std::uint64_t offset) const {
   const auto file = files_.open(path(), FileSystem::OpenMode::kRead);
-  if (!file) {
-    return std::unexpected(file.error());
-  }
+  if (!file) return std::unexpected(file.error());
   const auto size = (*file)->size();
-  if (!size) {
-    return std::unexpected(size.error());
-  }
+  if (!size) return std::unexpected(size.error());
   std::string bytes(*size > offset ? *size - offset : 0, '\0');
   const auto got = (*file)->read_at(offset, bytes.data(), bytes.size());
-  if (!got) {
-    return std::unexpected(got.error());
-  }
+  if (!got) return std::unexpected(got.error());
   bytes.resize(*got);
   return bytes;
 }

@@ -14,15 +14,15 @@ constexpr std::uint64_t kFirstBareYear = 1900;
 constexpr std::uint64_t kLastBareYear = 2099;
 constexpr std::int64_t kMaxAgo = 100'000;  // units; more lies before every calendar
 
-FoundDates found(DateStamp stamp, std::size_t words) {
+FoundDates Found(DateStamp stamp, std::size_t words) {
   return {{stamp}, words};
 }
 
-bool is_bare_year(std::uint64_t year) {
+bool IsBareYear(std::uint64_t year) {
   return year >= kFirstBareYear && year <= kLastBareYear;
 }
 
-bool is_digit(char c) {
+bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
@@ -32,15 +32,13 @@ struct Number {
   std::size_t digits = 0;
 };
 
-Number number_of(const FrameWords& words, std::size_t i) {
+Number NumberOf(const WordScan& words, std::size_t i) {
   Number number;
-  if (i >= words.size() || !words[i].digit) {
-    return number;
-  }
-  constexpr std::size_t kMostDigits = 9;  // more is no part of a date
+  if (i >= words.size() || !words[i].digit) return number;
+  constexpr std::size_t kMaxDigits = 9;  // more is no part of a date
   const std::string_view word = words.word(i);
-  while (number.digits < word.size() && is_digit(word[number.digits])) {
-    if (number.digits == kMostDigits) {
+  while (number.digits < word.size() && IsDigit(word[number.digits])) {
+    if (number.digits == kMaxDigits) {
       return {};
     }
     number.value = number.value * 10 + static_cast<std::uint64_t>(word[number.digits++] - '0');
@@ -49,17 +47,15 @@ Number number_of(const FrameWords& words, std::size_t i) {
 }
 
 /// The number that is all of word `i`.
-Number whole_number(const FrameWords& words, std::size_t i) {
-  const Number number = number_of(words, i);
+Number WholeNumber(const WordScan& words, std::size_t i) {
+  const Number number = NumberOf(words, i);
   return number.digits != 0 && number.digits == words[i].size() ? number : Number{};
 }
 
 /// A day of the month: "12" or "12th".
-std::uint64_t day_of(const FrameWords& words, std::size_t i) {
-  const Number number = number_of(words, i);
-  if (number.digits == 0 || number.digits > 2) {
-    return 0;
-  }
+std::uint64_t DayOf(const WordScan& words, std::size_t i) {
+  const Number number = NumberOf(words, i);
+  if (number.digits == 0 || number.digits > 2) return 0;
   const std::string tail = LowerAscii(words.word(i).substr(number.digits));
   const bool day = tail.empty() || tail == "st" || tail == "nd" || tail == "rd" || tail == "th";
   return day ? number.value : 0;
@@ -67,53 +63,49 @@ std::uint64_t day_of(const FrameWords& words, std::size_t i) {
 
 /// The year in word `i`: four digits with nothing attached to them that would make them something
 /// else ("2026.5", "2026-rc1").
-std::uint64_t year_of(const FrameWords& words, std::size_t i) {
-  const Number number = whole_number(words, i);
-  if (number.digits != 4 || !is_bare_year(number.value)) {
-    return 0;
-  }
+std::uint64_t YearOf(const WordScan& words, std::size_t i) {
+  const Number number = WholeNumber(words, i);
+  if (number.digits != 4 || !IsBareYear(number.value)) return 0;
   const std::string_view gap = words.gap(i);
   const bool attached = gap.size() == 1 && gap != " " && gap != "\n" && i + 1 < words.size();
   return attached ? 0 : number.value;
 }
 
-bool is_gap(const FrameWords& words, std::size_t i, std::string_view wanted) {
+bool IsGap(const WordScan& words, std::size_t i, std::string_view wanted) {
   return i + 1 < words.size() && words.gap(i) == wanted;
 }
 
-bool loose_gap(const FrameWords& words, std::size_t i) {
+bool LooseGap(const WordScan& words, std::size_t i) {
   const std::string_view gap = i + 1 < words.size() ? words.gap(i) : "\n";
   return gap == " " || gap == ", " || gap == "," || gap == ". " || gap == "." || gap == "  ";
 }
 
 /// Three numbers with one mark between: year first, or the year last.
-FoundDates three_numbers(const FrameWords& words, std::size_t i) {
+FoundDates ThreeNumbers(const WordScan& words, std::size_t i) {
   const std::string_view mark = i + 2 < words.size() ? words.gap(i) : "";
   if ((mark != "-" && mark != "/" && mark != "." && mark != "_") || words.gap(i + 1) != mark) {
     return {};
   }
-  const Number a = whole_number(words, i);
-  const Number b = whole_number(words, i + 1);
-  const Number c = number_of(words, i + 2);
+  const Number a = WholeNumber(words, i);
+  const Number b = WholeNumber(words, i + 1);
+  const Number c = NumberOf(words, i + 2);
   const std::string_view tail = words.word(i + 2).substr(c.digits);
   const bool timed = tail.starts_with('T') || tail.starts_with('t');  // 2026-09-12T10:00
   if (a.digits == 0 || b.digits == 0 || b.digits > 2 || c.digits == 0 ||
       (!tail.empty() && !timed)) {
     return {};
   }
-  if (is_gap(words, i + 2, mark) && mark != "-") {
+  if (IsGap(words, i + 2, mark) && mark != "-") {
     return {};  // a fourth part: an address or a version
   }
   const auto stamp = [](std::uint64_t year, std::uint64_t month, std::uint64_t day) {
     return month != 0 && day != 0 && IsDate(year, month, day)
-               ? found({static_cast<unsigned>(year), static_cast<unsigned>(month),
+               ? Found({static_cast<unsigned>(year), static_cast<unsigned>(month),
                         static_cast<unsigned>(day)},
                        3)
                : FoundDates();
   };
-  if (a.digits == 4 && c.digits <= 2) {
-    return stamp(a.value, b.value, c.value);
-  }
+  if (a.digits == 4 && c.digits <= 2) return stamp(a.value, b.value, c.value);
   if (a.digits > 2 || !tail.empty() || (c.digits != 4 && (c.digits != 2 || mark == "."))) {
     return {};
   }
@@ -124,28 +116,25 @@ FoundDates three_numbers(const FrameWords& words, std::size_t i) {
 }
 
 /// "2026-09".
-FoundDates year_and_month(const FrameWords& words, std::size_t i) {
-  const Number year = whole_number(words, i);
-  const Number month = whole_number(words, i + 1);
-  if (!is_gap(words, i, "-") || year.digits != 4 || !is_bare_year(year.value) ||
-      month.digits != 2 || month.value < 1 || month.value > 12 ||
-      (is_gap(words, i + 1, "-") && words[i + 2].digit)) {
+FoundDates YearAndMonth(const WordScan& words, std::size_t i) {
+  const Number year = WholeNumber(words, i);
+  const Number month = WholeNumber(words, i + 1);
+  if (!IsGap(words, i, "-") || year.digits != 4 || !IsBareYear(year.value) || month.digits != 2 ||
+      month.value < 1 || month.value > 12 || (IsGap(words, i + 1, "-") && words[i + 2].digit)) {
     return {};
   }
-  return found({static_cast<unsigned>(year.value), static_cast<unsigned>(month.value), 0}, 2);
+  return Found({static_cast<unsigned>(year.value), static_cast<unsigned>(month.value), 0}, 2);
 }
 
-std::optional<unsigned> quarter_of(const FrameWords& words, std::size_t i) {
-  if (i >= words.size()) {
-    return std::nullopt;
-  }
+std::optional<unsigned> QuarterOf(const WordScan& words, std::size_t i) {
+  if (i >= words.size()) return std::nullopt;
   const std::string_view word = words.word(i);
   const bool quarter =
       word.size() == 2 && (word[0] == 'Q' || word[0] == 'q') && word[1] >= '1' && word[1] <= '4';
   return quarter ? std::optional(static_cast<unsigned>(word[1] - '1')) : std::nullopt;
 }
 
-FoundDates quarter(std::uint64_t year, unsigned number) {
+FoundDates Quarter(std::uint64_t year, unsigned number) {
   FoundDates dates;
   dates.words = 2;
   for (unsigned month = 1; month <= 3; ++month) {
@@ -154,39 +143,39 @@ FoundDates quarter(std::uint64_t year, unsigned number) {
   return dates;
 }
 
-std::uint64_t year_of_moment(std::uint64_t now) {
+std::uint64_t YearOfMoment(std::uint64_t now) {
   return now == 0 ? 0 : CivilFromSeconds(now).year;
 }
 
 /// A month's day, the year behind it if there is one, else that of the moment.
-FoundDates day_of_month(const FrameWords& words, std::size_t next, std::size_t taken,
-                        unsigned month, std::uint64_t day, std::uint64_t now) {
+FoundDates DayOfMonth(const WordScan& words, std::size_t next, std::size_t taken, unsigned month,
+                      std::uint64_t day, std::uint64_t now) {
   const bool close =
-      next < words.size() && (loose_gap(words, next - 1) || words.gap(next - 1) == "-");
-  const std::uint64_t year = close ? year_of(words, next) : 0;
-  const std::uint64_t used = year != 0 ? year : year_of_moment(now);
+      next < words.size() && (LooseGap(words, next - 1) || words.gap(next - 1) == "-");
+  const std::uint64_t year = close ? YearOf(words, next) : 0;
+  const std::uint64_t used = year != 0 ? year : YearOfMoment(now);
   if (day == 0 || !IsDate(used, month, day)) {
     return {};
   }
-  return found({static_cast<unsigned>(used), month, static_cast<unsigned>(day)},
+  return Found({static_cast<unsigned>(used), month, static_cast<unsigned>(day)},
                taken + (year != 0 ? 1 : 0));
 }
 
 /// "Sep 12, 2026", "September 2026", "Sept 12".
-FoundDates month_first(const FrameWords& words, std::size_t i, std::uint64_t now) {
+FoundDates MonthFirst(const WordScan& words, std::size_t i, std::uint64_t now) {
   const auto month = static_cast<unsigned>(words[i].meaning.value);
-  if (i + 1 >= words.size() || !loose_gap(words, i)) {
+  if (i + 1 >= words.size() || !LooseGap(words, i)) {
     return {};
   }
-  if (const std::uint64_t year = year_of(words, i + 1); year != 0) {
-    return found({static_cast<unsigned>(year), month, 0}, 2);
+  if (const std::uint64_t year = YearOf(words, i + 1); year != 0) {
+    return Found({static_cast<unsigned>(year), month, 0}, 2);
   }
-  return day_of_month(words, i + 2, 2, month, day_of(words, i + 1), now);
+  return DayOfMonth(words, i + 2, 2, month, DayOf(words, i + 1), now);
 }
 
 /// "12 Sept 2026", "12th of September".
-FoundDates day_first(const FrameWords& words, std::size_t i, std::uint64_t now) {
-  const std::uint64_t day = day_of(words, i);
+FoundDates DayFirst(const WordScan& words, std::size_t i, std::uint64_t now) {
+  const std::uint64_t day = DayOf(words, i);
   if (day == 0 || i + 1 >= words.size() || (words.gap(i) != " " && words.gap(i) != "-")) {
     return {};
   }
@@ -195,12 +184,12 @@ FoundDates day_first(const FrameWords& words, std::size_t i, std::uint64_t now) 
   if (words.meaning(month).kind != WordKind::kMonth) {
     return {};
   }
-  return day_of_month(words, month + 1, month + 1 - i,
-                      static_cast<unsigned>(words[month].meaning.value), day, now);
+  return DayOfMonth(words, month + 1, month + 1 - i,
+                    static_cast<unsigned>(words[month].meaning.value), day, now);
 }
 
 /// `months` months before or after the moment's own.
-DateStamp month_at(std::uint64_t now, std::int64_t months) {
+DateStamp MonthAt(std::uint64_t now, std::int64_t months) {
   const CivilTime time = CivilFromSeconds(now);
   const std::int64_t all = static_cast<std::int64_t>(time.year) * 12 + time.month - 1 + months;
   return all < 12 || all / 12 > 9999
@@ -208,20 +197,20 @@ DateStamp month_at(std::uint64_t now, std::int64_t months) {
              : DateStamp(static_cast<unsigned>(all / 12), static_cast<unsigned>(all % 12 + 1), 0);
 }
 
-DateStamp year_at(std::uint64_t now, std::int64_t years) {
+DateStamp YearAt(std::uint64_t now, std::int64_t years) {
   const std::int64_t year = static_cast<std::int64_t>(CivilFromSeconds(now).year) + years;
   return year < 1 || year > 9999 ? DateStamp() : DateStamp(static_cast<unsigned>(year), 0, 0);
 }
 
-FoundDates if_set(DateStamp stamp, std::size_t words) {
-  return stamp.is_set() ? found(stamp, words) : FoundDates();
+FoundDates IfSet(DateStamp stamp, std::size_t words) {
+  return stamp.is_set() ? Found(stamp, words) : FoundDates();
 }
 
 /// "last week", "next Friday", "this year".
-FoundDates directed(const FrameWords& words, std::size_t i, std::uint64_t now) {
+FoundDates Directed(const WordScan& words, std::size_t i, std::uint64_t now) {
   const std::int64_t direction = words[i].meaning.value;
   const WordMeaning what = words.meaning(i + 1);
-  if (!is_gap(words, i, " ")) {
+  if (!IsGap(words, i, " ")) {
     return {};
   }
   const std::int64_t today = static_cast<std::int64_t>(now) / kSecondsPerDay;
@@ -234,18 +223,18 @@ FoundDates directed(const FrameWords& words, std::size_t i, std::uint64_t now) {
     } else if (direction > 0 && day <= today) {
       day += 7;
     }
-    return found(DateStamp::from_days(day), 2);
+    return Found(DateStamp::from_days(day), 2);
   }
   if (what.kind != WordKind::kUnit) {
     return {};
   }
   switch (static_cast<Unit>(what.value)) {
     case Unit::kDay:
-      return found(DateStamp::from_days(today + direction), 2);
+      return Found(DateStamp::from_days(today + direction), 2);
     case Unit::kMonth:
-      return if_set(month_at(now, direction), 2);
+      return IfSet(MonthAt(now, direction), 2);
     case Unit::kYear:
-      return if_set(year_at(now, direction), 2);
+      return IfSet(YearAt(now, direction), 2);
     case Unit::kWeek:
       break;
   }
@@ -258,8 +247,8 @@ FoundDates directed(const FrameWords& words, std::size_t i, std::uint64_t now) {
 }
 
 /// "3 days ago", "a month ago".
-FoundDates some_time_ago(const FrameWords& words, std::size_t i, std::uint64_t now) {
-  const Number digits = whole_number(words, i);
+FoundDates SomeTimeAgo(const WordScan& words, std::size_t i, std::uint64_t now) {
+  const Number digits = WholeNumber(words, i);
   const std::int64_t count = words[i].meaning.kind == WordKind::kNumber
                                  ? words[i].meaning.value
                                  : static_cast<std::int64_t>(digits.value);
@@ -271,19 +260,19 @@ FoundDates some_time_ago(const FrameWords& words, std::size_t i, std::uint64_t n
   const std::int64_t today = static_cast<std::int64_t>(now) / kSecondsPerDay;
   switch (static_cast<Unit>(words[i + 1].meaning.value)) {
     case Unit::kDay:
-      return count > today ? FoundDates() : found(DateStamp::from_days(today - count), 3);
+      return count > today ? FoundDates() : Found(DateStamp::from_days(today - count), 3);
     case Unit::kWeek:
-      return 7 * count > today ? FoundDates() : found(DateStamp::from_days(today - 7 * count), 3);
+      return 7 * count > today ? FoundDates() : Found(DateStamp::from_days(today - 7 * count), 3);
     case Unit::kMonth:
-      return if_set(month_at(now, -count), 3);
+      return IfSet(MonthAt(now, -count), 3);
     case Unit::kYear:
       break;
   }
-  return if_set(year_at(now, -count), 3);
+  return IfSet(YearAt(now, -count), 3);
 }
 
 /// A date that begins with digits.
-FoundDates from_digits(const FrameWords& words, std::size_t i, std::uint64_t now) {
+FoundDates FromDigits(const WordScan& words, std::size_t i, std::uint64_t now) {
   const char before = words.before(i);
   const bool attached = before == '.' || before == '-' || before == '/' || before == '#' ||
                         before == '$' || before == ':';
@@ -291,52 +280,44 @@ FoundDates from_digits(const FrameWords& words, std::size_t i, std::uint64_t now
   if (part && words[i - 1].digit) {
     return {};
   }
-  using Reader = FoundDates (*)(const FrameWords&, std::size_t);
-  for (const Reader read : {Reader(three_numbers), Reader(year_and_month)}) {
-    if (auto dates = read(words, i); dates.words != 0) {
-      return dates;
-    }
+  using Reader = FoundDates (*)(const WordScan&, std::size_t);
+  for (const Reader read : {Reader(ThreeNumbers), Reader(YearAndMonth)}) {
+    if (auto dates = read(words, i); dates.words != 0) return dates;
   }
   if (part || before == '#' || before == '$') {
     return {};
   }
-  if (auto dates = day_first(words, i, now); dates.words != 0) {
-    return dates;
+  if (auto dates = DayFirst(words, i, now); dates.words != 0) return dates;
+  const std::uint64_t year = YearOf(words, i);
+  if (year == 0) return now == 0 ? FoundDates() : SomeTimeAgo(words, i, now);
+  if (const auto number = QuarterOf(words, i + 1); number && LooseGap(words, i)) {
+    return Quarter(year, *number);
   }
-  const std::uint64_t year = year_of(words, i);
-  if (year == 0) {
-    return now == 0 ? FoundDates() : some_time_ago(words, i, now);
-  }
-  if (const auto number = quarter_of(words, i + 1); number && loose_gap(words, i)) {
-    return quarter(year, *number);
-  }
-  return found({static_cast<unsigned>(year), 0, 0}, 1);
+  return Found({static_cast<unsigned>(year), 0, 0}, 1);
 }
 
 }  // namespace
 
-FoundDates ReadDate(const FrameWords& words, std::size_t i, std::uint64_t now) {
-  if (words[i].digit) {
-    return from_digits(words, i, now);
-  }
+FoundDates ReadDate(const WordScan& words, std::size_t i, std::uint64_t now) {
+  if (words[i].digit) return FromDigits(words, i, now);
   switch (words[i].meaning.kind) {
     case WordKind::kMonth:
-      return month_first(words, i, now);
+      return MonthFirst(words, i, now);
     case WordKind::kDay:
       return now == 0 ? FoundDates()
-                      : found(DateStamp::from_days(static_cast<std::int64_t>(now) / kSecondsPerDay +
+                      : Found(DateStamp::from_days(static_cast<std::int64_t>(now) / kSecondsPerDay +
                                                    words[i].meaning.value),
                               1);
     case WordKind::kDirection:
-      return now == 0 ? FoundDates() : directed(words, i, now);
+      return now == 0 ? FoundDates() : Directed(words, i, now);
     case WordKind::kNumber:
-      return now == 0 ? FoundDates() : some_time_ago(words, i, now);
+      return now == 0 ? FoundDates() : SomeTimeAgo(words, i, now);
     default:
       break;
   }
-  if (const auto number = quarter_of(words, i); number && is_gap(words, i, " ")) {
-    const std::uint64_t year = year_of(words, i + 1);
-    return year == 0 ? FoundDates() : quarter(year, *number);
+  if (const auto number = QuarterOf(words, i); number && IsGap(words, i, " ")) {
+    const std::uint64_t year = YearOf(words, i + 1);
+    return year == 0 ? FoundDates() : Quarter(year, *number);
   }
   return {};
 }

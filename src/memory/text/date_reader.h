@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "memory/text/date_stamp.h"
-#include "memory/text/frame_words.h"
+#include "memory/text/word_scan.h"
 
 namespace mrb::memory {
 
@@ -23,6 +23,6 @@ struct FoundDates {
 ///     Sep 12, 2026  September 2026  Sept 12
 ///     2026  Q3 2026  2026 Q3                     years 1900 to 2099
 ///     today  last week  next Friday  this year  3 days ago  a month ago
-[[nodiscard]] FoundDates ReadDate(const FrameWords& words, std::size_t i, std::uint64_t now);
+[[nodiscard]] FoundDates ReadDate(const WordScan& words, std::size_t i, std::uint64_t now);
 
 }  // namespace mrb::memory

@@ -9,12 +9,12 @@ namespace mrb::memory {
 
 namespace {
 
-void append_two(std::string& out, unsigned number) {
+void AppendTwo(std::string& out, unsigned number) {
   out += static_cast<char>('0' + number / 10);
   out += static_cast<char>('0' + number % 10);
 }
 
-bool is_leap(std::uint64_t year) {
+bool IsLeap(std::uint64_t year) {
   return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
 }
 
@@ -29,12 +29,12 @@ DateStamp DateStamp::from_days(std::int64_t days) {
 
 std::string DateStamp::text() const {
   std::string out;
-  append_two(out, year() / 100);
-  append_two(out, year() % 100);
+  AppendTwo(out, year() / 100);
+  AppendTwo(out, year() % 100);
   for (const unsigned part : {month(), day()}) {
     if (part != 0) {
       out += '-';
-      append_two(out, part);
+      AppendTwo(out, part);
     }
   }
   return out;
@@ -42,10 +42,8 @@ std::string DateStamp::text() const {
 
 bool IsDate(std::uint64_t year, std::uint64_t month, std::uint64_t day) {
   constexpr std::array<unsigned, 13> kDays = {31, 31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-  if (year < 1 || year > 9999 || month > 12 || (month == 0 && day != 0)) {
-    return false;
-  }
-  return day <= kDays.at(month) || (month == 2 && day == 29 && is_leap(year));
+  if (year < 1 || year > 9999 || month > 12 || (month == 0 && day != 0)) return false;
+  return day <= kDays.at(month) || (month == 2 && day == 29 && IsLeap(year));
 }
 
 }  // namespace mrb::memory

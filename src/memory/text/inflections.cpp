@@ -6,21 +6,21 @@ namespace mrb::memory {
 
 namespace {
 
-bool is_letter(char c) {
+bool IsLetter(char c) {
   return c >= 'a' && c <= 'z';
 }
 
-std::string joined(std::string_view base, std::string_view ending) {
+std::string Joined(std::string_view base, std::string_view ending) {
   return std::string(base).append(ending);
 }
 
 /// What is left of `word` without `ending`; empty when it does not end so or too little is left.
-std::string_view without(std::string_view word, std::string_view ending) {
+std::string_view Without(std::string_view word, std::string_view ending) {
   const bool fits = word.ends_with(ending) && word.size() >= ending.size() + kMinBaseBytes;
   return fits ? word.substr(0, word.size() - ending.size()) : std::string_view();
 }
 
-void append_bases(std::string_view word, std::vector<std::string>& out) {
+void AppendBases(std::string_view word, std::vector<std::string>& out) {
   struct Rule {
     std::string_view ending;
     std::string_view instead;
@@ -28,35 +28,33 @@ void append_bases(std::string_view word, std::vector<std::string>& out) {
   static constexpr Rule kRules[] = {{"s", ""},    {"es", ""}, {"ies", "y"}, {"ing", ""},
                                     {"ing", "e"}, {"ed", ""}, {"ed", "e"}};
   for (const Rule& rule : kRules) {
-    if (const std::string_view base = without(word, rule.ending); !base.empty()) {
-      out.push_back(joined(base, rule.instead));
+    if (const std::string_view base = Without(word, rule.ending); !base.empty()) {
+      out.push_back(Joined(base, rule.instead));
     }
   }
 }
 
-void append_derived(std::string_view word, std::vector<std::string>& out) {
-  if (word.size() < kMinBaseBytes) {
-    return;
-  }
+void AppendDerived(std::string_view word, std::vector<std::string>& out) {
+  if (word.size() < kMinBaseBytes) return;
   const std::string_view stem = word.substr(0, word.size() - 1);
-  out.push_back(joined(word, "s"));
-  out.push_back(joined(word, "es"));
-  out.push_back(joined(word, "ing"));
-  out.push_back(joined(word, "ed"));
+  out.push_back(Joined(word, "s"));
+  out.push_back(Joined(word, "es"));
+  out.push_back(Joined(word, "ing"));
+  out.push_back(Joined(word, "ed"));
   if (word.back() == 'y') {
-    out.push_back(joined(stem, "ies"));
+    out.push_back(Joined(stem, "ies"));
   } else if (word.back() == 'e') {
-    out.push_back(joined(stem, "ing"));
-    out.push_back(joined(word, "d"));
+    out.push_back(Joined(stem, "ing"));
+    out.push_back(Joined(word, "d"));
   }
 }
 
 }  // namespace
 
 void AppendInflections(std::string_view word, std::vector<std::string>& out) {
-  if (word.size() <= kMaxWordBytes && std::ranges::all_of(word, is_letter)) {
-    append_bases(word, out);
-    append_derived(word, out);
+  if (word.size() <= kMaxWordBytes && std::ranges::all_of(word, IsLetter)) {
+    AppendBases(word, out);
+    AppendDerived(word, out);
   }
 }
 
@@ -68,9 +66,7 @@ std::string BareForm(std::string_view word) {
     const bool cut = c == '.' || (c >= '0' && c <= '9');
     cuts += cut && !cutting ? 1 : 0;
     cutting = cut;
-    if (!cut) {
-      bare.push_back(c);
-    }
+    if (!cut) bare.push_back(c);
   }
   const bool is_word = word.size() <= kMaxWordBytes && cuts <= kMaxCuts;
   return is_word && bare.size() >= kMinBareBytes ? bare : std::string();

@@ -13,102 +13,102 @@ struct Known {
   WordMeaning meaning;
 };
 
-constexpr WordMeaning month(int value) {
+constexpr WordMeaning Month(int value) {
   return {WordKind::kMonth, value};
 }
-constexpr WordMeaning weekday(int value) {
+constexpr WordMeaning Weekday(int value) {
   return {WordKind::kWeekday, value};
 }
-constexpr WordMeaning unit(Unit value) {
+constexpr WordMeaning UnitWord(Unit value) {
   return {WordKind::kUnit, static_cast<int>(value)};
 }
-constexpr WordMeaning count(int value) {
+constexpr WordMeaning Count(int value) {
   return {WordKind::kNumber, value};
 }
-constexpr WordMeaning place(int value) {
+constexpr WordMeaning Place(int value) {
   return {WordKind::kPlaceCue, value};
 }
-constexpr WordMeaning cause() {
+constexpr WordMeaning Cause() {
   return {WordKind::kCauseCue, 0};
 }
 
-constexpr auto sorted_words() {
+constexpr auto SortedWords() {
   auto words = std::to_array<Known>({
-      {"january", month(1)},
-      {"jan", month(1)},
-      {"february", month(2)},
-      {"feb", month(2)},
-      {"march", month(3)},
-      {"mar", month(3)},
-      {"april", month(4)},
-      {"apr", month(4)},
-      {"may", month(5)},
-      {"june", month(6)},
-      {"jun", month(6)},
-      {"july", month(7)},
-      {"jul", month(7)},
-      {"august", month(8)},
-      {"aug", month(8)},
-      {"september", month(9)},
-      {"sep", month(9)},
-      {"sept", month(9)},
-      {"october", month(10)},
-      {"oct", month(10)},
-      {"november", month(11)},
-      {"nov", month(11)},
-      {"december", month(12)},
-      {"dec", month(12)},
-      {"monday", weekday(0)},
-      {"tuesday", weekday(1)},
-      {"wednesday", weekday(2)},
-      {"thursday", weekday(3)},
-      {"friday", weekday(4)},
-      {"saturday", weekday(5)},
-      {"sunday", weekday(6)},
+      {"january", Month(1)},
+      {"jan", Month(1)},
+      {"february", Month(2)},
+      {"feb", Month(2)},
+      {"march", Month(3)},
+      {"mar", Month(3)},
+      {"april", Month(4)},
+      {"apr", Month(4)},
+      {"may", Month(5)},
+      {"june", Month(6)},
+      {"jun", Month(6)},
+      {"july", Month(7)},
+      {"jul", Month(7)},
+      {"august", Month(8)},
+      {"aug", Month(8)},
+      {"september", Month(9)},
+      {"sep", Month(9)},
+      {"sept", Month(9)},
+      {"october", Month(10)},
+      {"oct", Month(10)},
+      {"november", Month(11)},
+      {"nov", Month(11)},
+      {"december", Month(12)},
+      {"dec", Month(12)},
+      {"monday", Weekday(0)},
+      {"tuesday", Weekday(1)},
+      {"wednesday", Weekday(2)},
+      {"thursday", Weekday(3)},
+      {"friday", Weekday(4)},
+      {"saturday", Weekday(5)},
+      {"sunday", Weekday(6)},
       {"yesterday", {WordKind::kDay, -1}},
       {"today", {WordKind::kDay, 0}},
       {"tomorrow", {WordKind::kDay, 1}},
       {"last", {WordKind::kDirection, -1}},
       {"this", {WordKind::kDirection, 0}},
       {"next", {WordKind::kDirection, 1}},
-      {"day", unit(Unit::kDay)},
-      {"days", unit(Unit::kDay)},
-      {"week", unit(Unit::kWeek)},
-      {"weeks", unit(Unit::kWeek)},
-      {"month", unit(Unit::kMonth)},
-      {"months", unit(Unit::kMonth)},
-      {"year", unit(Unit::kYear)},
-      {"years", unit(Unit::kYear)},
+      {"day", UnitWord(Unit::kDay)},
+      {"days", UnitWord(Unit::kDay)},
+      {"week", UnitWord(Unit::kWeek)},
+      {"weeks", UnitWord(Unit::kWeek)},
+      {"month", UnitWord(Unit::kMonth)},
+      {"months", UnitWord(Unit::kMonth)},
+      {"year", UnitWord(Unit::kYear)},
+      {"years", UnitWord(Unit::kYear)},
       {"ago", {WordKind::kAgo, 0}},
-      {"a", count(1)},
-      {"an", count(1)},
-      {"one", count(1)},
-      {"two", count(2)},
-      {"three", count(3)},
-      {"four", count(4)},
-      {"five", count(5)},
-      {"six", count(6)},
-      {"seven", count(7)},
-      {"eight", count(8)},
-      {"nine", count(9)},
-      {"ten", count(10)},
-      {"in", place(0)},
-      {"at", place(0)},
-      {"near", place(0)},
-      {"from", place(1)},
-      {"to", place(1)},
-      {"because", cause()},
-      {"since", cause()},
-      {"caused", cause()},
-      {"led", cause()},
-      {"due", cause()},
+      {"a", Count(1)},
+      {"an", Count(1)},
+      {"one", Count(1)},
+      {"two", Count(2)},
+      {"three", Count(3)},
+      {"four", Count(4)},
+      {"five", Count(5)},
+      {"six", Count(6)},
+      {"seven", Count(7)},
+      {"eight", Count(8)},
+      {"nine", Count(9)},
+      {"ten", Count(10)},
+      {"in", Place(0)},
+      {"at", Place(0)},
+      {"near", Place(0)},
+      {"from", Place(1)},
+      {"to", Place(1)},
+      {"because", Cause()},
+      {"since", Cause()},
+      {"caused", Cause()},
+      {"led", Cause()},
+      {"due", Cause()},
   });
   std::ranges::sort(words, {}, &Known::word);
   return words;
 }
 
-constexpr auto kWords = sorted_words();
-constexpr std::size_t kLongestWord = 9;
+constexpr auto kWords = SortedWords();
+constexpr std::size_t kMaxWord = 9;
 
 /// By first letter: the lengths of the known words that begin so, as bits, and the first of them.
 /// Nearly every word of a text is turned away here.
@@ -117,7 +117,7 @@ struct FirstLetter {
   std::uint32_t first = 0;
 };
 
-constexpr auto first_letters() {
+constexpr auto FirstLetters() {
   std::array<FirstLetter, 256> letters{};
   for (std::size_t i = kWords.size(); i-- > 0;) {
     FirstLetter& letter = letters[static_cast<unsigned char>(kWords[i].word.front())];
@@ -127,7 +127,7 @@ constexpr auto first_letters() {
   return letters;
 }
 
-constexpr auto kLetters = first_letters();
+constexpr auto kLetters = FirstLetters();
 
 constexpr auto kTimeCues = std::to_array<std::string_view>(
     {"after",      "afterward", "afterwards", "before",     "began",        "begun",    "currently",
@@ -140,7 +140,7 @@ static_assert(std::ranges::is_sorted(kTimeCues));
 }  // namespace
 
 WordMeaning MeaningOf(std::string_view word) {
-  if (word.empty() || word.size() > kLongestWord) {
+  if (word.empty() || word.size() > kMaxWord) {
     return {};
   }
   const FirstLetter& letter = kLetters[static_cast<unsigned char>(word.front())];
@@ -149,9 +149,7 @@ WordMeaning MeaningOf(std::string_view word) {
   }
   for (std::size_t i = letter.first; i < kWords.size() && kWords[i].word.front() == word.front();
        ++i) {
-    if (kWords[i].word == word) {
-      return kWords[i].meaning;
-    }
+    if (kWords[i].word == word) return kWords[i].meaning;
   }
   return {};
 }

@@ -22,7 +22,7 @@ constexpr std::array<char, 256> kTokenCharacters = [] {
   return table;
 }();
 
-char token_character(char c) {
+char TokenCharacter(char c) {
   return kTokenCharacters[static_cast<unsigned char>(c)];
 }
 
@@ -44,17 +44,17 @@ std::optional<std::string_view> TokenReader::next() {
   const std::size_t end = text_.size();
   while (position_ < end) {
     // Outside a token a dot separates like anything else.
-    if (token_character(text_[position_]) == kSeparator) {
+    if (TokenCharacter(text_[position_]) == kSeparator) {
       ++position_;
       continue;
     }
     std::size_t size = 0;
     bool overflow = false;
     for (; position_ < end; ++position_) {
-      char c = token_character(text_[position_]);
+      char c = TokenCharacter(text_[position_]);
       if (c == kSeparator) {
         if (text_[position_] != '.' || position_ + 1 == end ||
-            token_character(text_[position_ + 1]) == kSeparator) {
+            TokenCharacter(text_[position_ + 1]) == kSeparator) {
           break;
         }
         c = '.';
@@ -65,9 +65,7 @@ std::optional<std::string_view> TokenReader::next() {
         token_[size++] = c;
       }
     }
-    if (!overflow && size >= kMinTokenBytes) {
-      return std::string_view(token_.data(), size);
-    }
+    if (!overflow && size >= kMinTokenBytes) return std::string_view(token_.data(), size);
   }
   return std::nullopt;
 }
@@ -80,9 +78,7 @@ TokenList BuildKeywordList(std::span<const std::string> given, std::string_view 
   TokenList list;
   list.reserve_bytes(content.size());
   for (const std::string& keyword : given) {
-    if (!keyword.empty()) {
-      list.insert(keyword);
-    }
+    if (!keyword.empty()) list.insert(keyword);
   }
   TokenReader reader(content);
   while (const auto token = reader.next()) {

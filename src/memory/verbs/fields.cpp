@@ -9,7 +9,7 @@ namespace mrb::memory {
 namespace {
 
 /// Just behind the brace that closes the one at `open`, or `open` + 1 when none does.
-std::size_t after_braces(std::string_view text, std::size_t open) {
+std::size_t AfterBraces(std::string_view text, std::size_t open) {
   std::size_t depth = 0;
   for (std::size_t i = open; i < text.size(); ++i) {
     if (text[i] == '{') {
@@ -22,17 +22,15 @@ std::size_t after_braces(std::string_view text, std::size_t open) {
 }
 
 /// The first comma outside braces; npos without one.
-std::size_t find_comma(std::string_view text) {
+std::size_t FindComma(std::string_view text) {
   bool braces = true;  // one unclosed brace tells that the rest holds no list either
   for (std::size_t i = 0; i < text.size();) {
-    if (text[i] == ',') {
-      return i;
-    }
+    if (text[i] == ',') return i;
     if (text[i] != '{' || !braces) {
       ++i;
       continue;
     }
-    const std::size_t next = after_braces(text, i);
+    const std::size_t next = AfterBraces(text, i);
     braces = next > i + 1;
     i = next;
   }
@@ -44,10 +42,8 @@ std::size_t find_comma(std::string_view text) {
 std::vector<std::string_view> SplitFields(std::string_view text, std::size_t limit) {
   std::vector<std::string_view> fields;
   while (fields.size() + 1 < limit) {
-    const std::size_t comma = find_comma(text);
-    if (comma == std::string_view::npos) {
-      break;
-    }
+    const std::size_t comma = FindComma(text);
+    if (comma == std::string_view::npos) break;
     fields.push_back(Trim(text.substr(0, comma)));
     text.remove_prefix(comma + 1);
   }
@@ -80,9 +76,7 @@ std::vector<std::string> SplitContexts(std::string_view field) {
   std::vector<std::string> contexts;
   for (const std::string_view piece : Split(field.substr(1, field.size() - 2), ',')) {
     const std::string_view name = Trim(piece);
-    if (std::ranges::find(contexts, name) == contexts.end()) {
-      contexts.emplace_back(name);
-    }
+    if (std::ranges::find(contexts, name) == contexts.end()) contexts.emplace_back(name);
   }
   return contexts;
 }

@@ -3,9 +3,11 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "common/parallel.h"
 #include "memory/index/context_index.h"
+#include "memory/recall/temporal_query.h"
 
 namespace mrb::memory {
 
@@ -30,11 +32,11 @@ void AppendMemoLines(std::string& out, const ContextIndex& index,
   const std::size_t threads = LineThreads(rows.size());
   std::vector<std::string> parts(threads);
   RunParallel(threads, [&](std::size_t thread) {
-    constexpr std::size_t kUsualLine = 160;
+    constexpr std::size_t kTypicalLine = 160;
     std::string& part = thread == 0 ? out : parts[thread];
     const std::size_t from = rows.size() * thread / threads;
     const std::size_t to = rows.size() * (thread + 1) / threads;
-    part.reserve(part.size() + (thread == 0 ? rows.size() : to - from) * kUsualLine);
+    part.reserve(part.size() + (thread == 0 ? rows.size() : to - from) * kTypicalLine);
     for (std::size_t i = from; i < to; ++i) {
       PrefetchMemo(index, rows, i);
       part += lead;
@@ -47,5 +49,12 @@ void AppendMemoLines(std::string& out, const ContextIndex& index,
     out += part;
   }
 }
+
+/// The section of an answer to a question about time: up to kMaxTemporalRows memos of its dates,
+/// those among `hits` (ascending rows) marked as being about its subject too; for a question
+/// without a date the dated ones of the hits. Empty when there is nothing to show.
+inline constexpr std::size_t kMaxTemporalRows = 20;
+[[nodiscard]] std::string TemporalSection(const ContextIndex& index, const TemporalQuery& query,
+                                          const std::vector<std::uint32_t>& hits);
 
 }  // namespace mrb::memory

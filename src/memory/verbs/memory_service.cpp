@@ -15,16 +15,12 @@ class MemoryService::Impl {
   explicit Impl(MemoryOptions options)
       : options_(std::move(options)),
         contexts_(*options_.files, options_.contexts_folder, options_.changed) {
-    if (!options_.embedder) {
-      options_.embedder = SystemEmbedder();
-    }
+    if (!options_.embedder) options_.embedder = SystemEmbedder();
   }
 
   std::string execute(std::string_view bot, std::string_view verb, std::string_view rest) {
     const VerbRow* row = FindVerb(verb);
-    if (row == nullptr) {
-      return ErrorAnswer("unknown memory verb '" + std::string(verb) + "'\n");
-    }
+    if (row == nullptr) return ErrorAnswer("unknown memory verb '" + std::string(verb) + "'\n");
     if (row->run == nullptr) {
       return ErrorAnswer("'memory." + std::string(verb) + "' is not available in this build");
     }

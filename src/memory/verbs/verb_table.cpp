@@ -10,7 +10,7 @@ namespace mrb::memory {
 
 namespace {
 
-bool names(std::string_view list, std::string_view verb) {
+bool Names(std::string_view list, std::string_view verb) {
   return std::ranges::any_of(SplitWords(list),
                              [&](std::string_view name) { return EqualsIgnoreCase(name, verb); });
 }
@@ -20,8 +20,8 @@ bool names(std::string_view list, std::string_view verb) {
 const VerbRow* FindVerb(std::string_view verb) {
   const auto rows = VerbRows();
   const auto row = std::ranges::find_if(rows, [&](const VerbRow& candidate) {
-    return EqualsIgnoreCase(candidate.verb, verb) || names(candidate.aliases, verb) ||
-           names(candidate.siblings, verb);
+    return EqualsIgnoreCase(candidate.verb, verb) || Names(candidate.aliases, verb) ||
+           Names(candidate.siblings, verb);
   });
   return row == rows.end() ? nullptr : &*row;
 }
@@ -32,9 +32,7 @@ std::string VerbCall::full_path(std::string_view path) const {
 }
 
 void VerbCall::progress(const std::string& text) const {
-  if (options.progress) {
-    options.progress("memory." + std::string(verb) + ": " + text);
-  }
+  if (options.progress) options.progress("memory." + std::string(verb) + ": " + text);
 }
 
 std::string GenericUsageError(const VerbCall& call) {

@@ -1,7 +1,9 @@
 // stats, striptotokens and help: the verbs that tell about a context, a text, and the verbs.
+// lint: is everything that a context holds in memory and on the disk in step?
 
 #include "common/answer.h"
 #include "common/text.h"
+#include "memory/context/lint.h"
 #include "memory/text/tokenizer.h"
 #include "memory/verbs/context_reading.h"
 #include "memory/verbs/memo_text.h"
@@ -11,36 +13,34 @@ namespace mrb::memory {
 
 namespace {
 
-std::string number(std::uint64_t value) {
+std::string Number(std::uint64_t value) {
   return std::to_string(value);
 }
 
-std::string untimed_remark(std::uint64_t untimed) {
-  return untimed == 0 ? "" : "  (" + number(untimed) + " untimed, migrated from MRB2)";
+std::string UntimedRemark(std::uint64_t untimed) {
+  return untimed == 0 ? "" : "  (" + Number(untimed) + " untimed, migrated from MRB2)";
 }
 
-std::string models_of(const ContextStore& store) {
+std::string ModelsOf(const ContextStore& store) {
   std::uint64_t keys = 0;
   std::string lines;
   for (const Overlay& overlay : store.overlays().all()) {
     keys += overlay.keyed();
     const std::size_t behind = overlay.behind(store.index().memos());
-    lines += "\n    " + overlay.name() + ": " + number(overlay.labels().size()) + " label(s), " +
-             number(overlay.keyed()) + " keyed, mark @" + number(overlay.mark()) +
-             (behind == 0 ? " current" : " behind by " + number(behind));
+    lines += "\n    " + overlay.name() + ": " + Number(overlay.labels().size()) + " label(s), " +
+             Number(overlay.keyed()) + " keyed, mark @" + Number(overlay.mark()) +
+             (behind == 0 ? " current" : " behind by " + Number(behind));
   }
   for (const std::string& file : store.overlays().damaged()) {
     lines += "\n    " + file + " is damaged and left alone";
   }
-  return "\n  models:    " + number(store.overlays().all().size()) + " type(s), " + number(keys) +
+  return "\n  models:    " + Number(store.overlays().all().size()) + " type(s), " + Number(keys) +
          " memo key(s)" + lines;
 }
 
-void append_row(std::string& out, const VerbRow& row) {
+void AppendRow(std::string& out, const VerbRow& row) {
   const auto line = [&](std::string_view label, std::string_view text) {
-    if (!text.empty()) {
-      out.append("\n    ").append(label).append(text);
-    }
+    if (!text.empty()) out.append("\n    ").append(label).append(text);
   };
   out.append("\n\n  ").append(row.verb);
   line("", row.summary);
@@ -62,20 +62,20 @@ std::string RunStats(const VerbCall& call) {
   const ContextIndex& index = store.index();
   const MemoTotals& totals = index.totals();
   std::string answer = "context '" + std::string(fields[1]) + "'" +
-                       "\n  topics:    " + number(index.topics().size()) +
-                       untimed_remark(totals.untimed) +
-                       "\n  memos:     " + number(index.memos().size()) +
-                       "\n  keywords:  " + number(index.keywords().size()) +
-                       "\n  temporal:  " + number(index.webs().time().size()) + " time key(s)" +
-                       "\n  vectors:   " + number(totals.vectors) + "  (semantic lane " +
+                       "\n  topics:    " + Number(index.topics().size()) +
+                       UntimedRemark(totals.untimed) +
+                       "\n  memos:     " + Number(index.memos().size()) +
+                       "\n  keywords:  " + Number(index.keywords().size()) +
+                       "\n  temporal:  " + Number(index.webs().time().size()) + " time key(s)" +
+                       "\n  vectors:   " + Number(totals.vectors) + "  (semantic lane " +
                        (store.overlays().settings().armed ? "ARMED" : "off") + ")" +
-                       models_of(store) + "\n  bytes:     " + number(store.heap().used()) +
-                       " in RAM, " + number(store.bytes_on_disk()) + " on disk" +
+                       ModelsOf(store) + "\n  bytes:     " + Number(store.heap().used()) +
+                       " in RAM, " + Number(store.bytes_on_disk()) + " on disk" +
                        "\n  written:   " + FormatWritten(totals.oldest) + " .. " +
                        FormatWritten(totals.newest) + " (UTC)";
   if (store.dropped_bytes() > 0) {
     answer +=
-        "\n  dropped:   " + number(store.dropped_bytes()) + " byte(s) behind the last whole record";
+        "\n  dropped:   " + Number(store.dropped_bytes()) + " byte(s) behind the last whole record";
   }
   if (const Status writable = store.writable(); !writable) {
     answer += "\n  refused:   " + writable.error().text;
@@ -101,7 +101,28 @@ std::string RunHelp(const VerbCall&) {
       "\"-\" leaves keywords or props empty. Where a verb adds, <context> may be {ctxA,ctxB}.\n"
       "Everything you can do (generated from the live registry):");
   for (const VerbRow& row : VerbRows()) {
-    append_row(answer, row);
+    AppendRow(answer, row);
+  }
+  return answer;
+}
+
+std::string RunLint(const VerbCall& call) {
+  const auto reading = ReadContext(call, 2);
+  if (!reading) return reading.error();
+  const auto& [fields, access] = *reading;
+  const std::string context(fields[1]);
+  const LintReport report = Lint(*access.store);
+  if (report.count == 0) {
+    return OkAnswer("context '" + context + "' is clean (" +
+                    std::to_string(access.store->index().topics().size()) + " topic(s) checked)");
+  }
+  std::string answer =
+      "WARN: context '" + context + "' has " + std::to_string(report.count) + " finding(s)";
+  for (const std::string& finding : report.findings) {
+    answer += "\n" + finding;
+  }
+  if (report.count > report.findings.size()) {
+    answer += "\n... (" + std::to_string(report.count - report.findings.size()) + " more)";
   }
   return answer;
 }

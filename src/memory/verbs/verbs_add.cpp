@@ -8,8 +8,8 @@
 #include "memory/record/memo_types.h"
 #include "memory/text/tokenizer.h"
 #include "memory/verbs/fields.h"
+#include "memory/verbs/memo_embeddings.h"
 #include "memory/verbs/verb_table.h"
-#include "memory/verbs/write_lane.h"
 
 namespace mrb::memory {
 
@@ -20,25 +20,23 @@ constexpr std::string_view kAddUsage =
 constexpr std::string_view kAddMemoUsage =
     "memory.addmemo <botid>, {contexts}, <topic>, <keywords>, <props>, <content>";
 
-std::string empty_content_error(std::string_view verb, std::string_view usage) {
+std::string EmptyContentError(std::string_view verb, std::string_view usage) {
   return ErrorAnswer(std::string(verb) +
                      " needs content — nothing written (an empty memo is never what you meant; the "
                      "text is the LAST field: " +
                      std::string(usage) + ")");
 }
 
-std::string write_error(std::string_view verb, std::string_view topic, std::string_view context,
-                        const Error& error, const std::vector<std::string>& written) {
+std::string WriteError(std::string_view verb, std::string_view topic, std::string_view context,
+                       const Error& error, const std::vector<std::string>& written) {
   std::string text = std::string(verb) + " of '" + std::string(topic) + "' in context '" +
                      std::string(context) + "' failed (disk write refused): " + error.text;
-  if (!written.empty()) {
-    text += "  [written to: " + Join(written, ", ") + "]";
-  }
+  if (!written.empty()) text += "  [written to: " + Join(written, ", ") + "]";
   return ErrorAnswer(text);
 }
 
 /// Nothing is written anywhere unless every context of the list can take it.
-std::optional<std::string> refusal(const VerbCall& call, const std::vector<std::string>& contexts) {
+std::optional<std::string> Refusal(const VerbCall& call, const std::vector<std::string>& contexts) {
   for (const std::string& context : contexts) {
     if (const Status writable = call.contexts.check_writable(context); !writable) {
       return ErrorAnswer(writable.error().text);
@@ -56,7 +54,7 @@ struct Written {
   bool keys = false;   // the caller has a model type there
 };
 
-std::string key_hint(const Written& written) {
+std::string KeyHint(const Written& written) {
   return written.keys ? "\n(key it for your model type now: memory.cachekey <botid>, <context>, "
                         "<modeltype>, @<off>=<label>)"
                       : "";
@@ -64,7 +62,7 @@ std::string key_hint(const Written& written) {
 
 enum class TopicMode { kReplace, kAppend };
 
-Result<Written> write_memo(ContextStore& store, const RecordFields& memo, TopicMode mode) {
+Result<Written> WriteMemo(ContextStore& store, const RecordFields& memo, TopicMode mode) {
   const auto rows = store.index().topic_rows(memo.topic);
   const std::vector<std::uint32_t> old(rows.begin(), rows.end());
   const bool replaces = mode == TopicMode::kReplace && !old.empty();
@@ -73,9 +71,7 @@ Result<Written> write_memo(ContextStore& store, const RecordFields& memo, TopicM
     return std::unexpected(encoded.error());
   }
   const auto offset = replaces ? store.exchange(old, batch, false) : store.append(memo);
-  if (!offset) {
-    return std::unexpected(offset.error());
-  }
+  if (!offset) return std::unexpected(offset.error());
   return Written{.offset = *offset,
                  .position = replaces ? 1 : old.size() + 1,
                  .replaced = replaces ? old.size() : 0,
@@ -83,13 +79,11 @@ Result<Written> write_memo(ContextStore& store, const RecordFields& memo, TopicM
 }
 
 /// Writes the memo to each context in turn; the answer of the verb's failure, if any.
-std::expected<Written, std::string> write_to_all(const VerbCall& call, std::string_view verb,
-                                                 const std::vector<std::string>& contexts,
-                                                 const RecordFields& memo, TopicMode mode) {
-  if (auto refused = refusal(call, contexts)) {
-    return std::unexpected(std::move(*refused));
-  }
-  const WriteLane lane = WriteLane::embed(call, contexts, memo.content);
+std::expected<Written, std::string> WriteToAll(const VerbCall& call, std::string_view verb,
+                                               const std::vector<std::string>& contexts,
+                                               const RecordFields& memo, TopicMode mode) {
+  if (auto refused = Refusal(call, contexts)) return std::unexpected(std::move(*refused));
+  const MemoEmbeddings lane = MemoEmbeddings::embed(call, contexts, memo.content);
   Written all{.notice = lane.notice()};
   std::vector<std::string> done;
   for (const std::string& context : contexts) {
@@ -97,9 +91,9 @@ std::expected<Written, std::string> write_to_all(const VerbCall& call, std::stri
     record.vector = lane.vector(context);
     auto access = call.contexts.write(context);
     const auto written =
-        access ? write_memo(*access->store, record, mode) : std::unexpected(access.error());
+        access ? WriteMemo(*access->store, record, mode) : std::unexpected(access.error());
     if (!written) {
-      return std::unexpected(write_error(verb, memo.topic, context, written.error(), done));
+      return std::unexpected(WriteError(verb, memo.topic, context, written.error(), done));
     }
     if (done.empty()) {
       all.offset = written->offset;
@@ -116,28 +110,22 @@ std::expected<Written, std::string> write_to_all(const VerbCall& call, std::stri
 
 std::string RunAdd(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 5);
-  if (fields.size() < 5) {
-    return ErrorAnswer("usage  " + std::string(kAddUsage));
-  }
+  if (fields.size() < 5) return ErrorAnswer("usage  " + std::string(kAddUsage));
   const std::string_view topic = fields[2];
   const std::string_view content = fields[4];
-  if (content.empty()) {
-    return empty_content_error("add", kAddUsage);
-  }
+  if (content.empty()) return EmptyContentError("add", kAddUsage);
   const auto contexts = SplitContexts(fields[1]);
   const TokenList keywords = BuildKeywordList(SplitKeywords(fields[3]), content);
   const auto words = keywords.views();
-  const auto written = write_to_all(call, "add", contexts,
-                                    {.props = 0,
-                                     .written = call.now(),
-                                     .content = content,
-                                     .topic = topic,
-                                     .keywords = words,
-                                     .vector = {}},
-                                    TopicMode::kReplace);
-  if (!written) {
-    return written.error();
-  }
+  const auto written = WriteToAll(call, "add", contexts,
+                                  {.props = 0,
+                                   .written = call.now(),
+                                   .content = content,
+                                   .topic = topic,
+                                   .keywords = words,
+                                   .vector = {}},
+                                  TopicMode::kReplace);
+  if (!written) return written.error();
   const bool replaced = written->replaced > 0;
   std::string answer = "memory '" + std::string(topic) + "' " + (replaced ? "REPLACED" : "added") +
                        " in context(s): " + Join(contexts, ", ") + " @" +
@@ -146,7 +134,7 @@ std::string RunAdd(const VerbCall& call) {
     answer += " (REPLACED " + std::to_string(written->replaced) +
               " memo(s))\n(add replaces the whole topic; addmemo appends, update edits one memo)";
   }
-  return OkAnswer(answer) + written->notice + key_hint(*written);
+  return OkAnswer(answer) + written->notice + KeyHint(*written);
 }
 
 std::string RunAddMemo(const VerbCall& call) {
@@ -158,30 +146,24 @@ std::string RunAddMemo(const VerbCall& call) {
   const std::string_view topic = fields[2];
   const std::string_view content = fields[5];
   const auto props = ParseMemoTypes(OptionalField(fields[4]));
-  if (!props) {
-    return ErrorAnswer(UnknownTypeText(props.error().text));
-  }
-  if (content.empty()) {
-    return empty_content_error("addmemo", kAddMemoUsage);
-  }
+  if (!props) return ErrorAnswer(UnknownTypeText(props.error().text));
+  if (content.empty()) return EmptyContentError("addmemo", kAddMemoUsage);
   const auto contexts = SplitContexts(fields[1]);
   const TokenList keywords = BuildKeywordList(SplitKeywords(fields[3]), content);
   const auto words = keywords.views();
-  const auto written = write_to_all(call, "addmemo", contexts,
-                                    {.props = *props,
-                                     .written = call.now(),
-                                     .content = content,
-                                     .topic = topic,
-                                     .keywords = words,
-                                     .vector = {}},
-                                    TopicMode::kAppend);
-  if (!written) {
-    return written.error();
-  }
+  const auto written = WriteToAll(call, "addmemo", contexts,
+                                  {.props = *props,
+                                   .written = call.now(),
+                                   .content = content,
+                                   .topic = topic,
+                                   .keywords = words,
+                                   .vector = {}},
+                                  TopicMode::kAppend);
+  if (!written) return written.error();
   return OkAnswer("memo " + std::to_string(written->position) + " @" +
                   std::to_string(written->offset) + " appended to '" + std::string(topic) +
                   "' in context(s): " + Join(contexts, ", ")) +
-         written->notice + key_hint(*written);
+         written->notice + KeyHint(*written);
 }
 
 }  // namespace mrb::memory

@@ -20,27 +20,23 @@ constexpr std::uint64_t kMaxPage = 10'000;     // memos that one pass may take
 constexpr std::size_t kMaxTable = 200;         // labels that a reader still looks through
 constexpr std::size_t kMaxShownBytes = 4'000;  // of a memo: enough to tell what it is about
 
-std::string number(std::uint64_t value) {
+std::string Number(std::uint64_t value) {
   return std::to_string(value);
 }
 
-void append_table(std::string& out, const Overlay& overlay) {
+void AppendTable(std::string& out, const Overlay& overlay) {
   out += "\nYOUR TOPIC TABLE (label  memos):";
   const auto& labels = overlay.labels();
   for (std::size_t i = 0; i < std::min(labels.size(), kMaxTable); ++i) {
-    out += "\n  " + labels[i].name + "  " + number(labels[i].memos.size());
+    out += "\n  " + labels[i].name + "  " + Number(labels[i].memos.size());
   }
-  if (labels.size() > kMaxTable) {
-    out += "\n  ... (" + number(labels.size() - kMaxTable) + " more)";
-  }
-  if (labels.empty()) {
-    out += "\n  (no label yet)";
-  }
+  if (labels.size() > kMaxTable) out += "\n  ... (" + Number(labels.size() - kMaxTable) + " more)";
+  if (labels.empty()) out += "\n  (no label yet)";
 }
 
-void append_work(std::string& out, const ContextIndex& index, std::span<const std::uint32_t> rows) {
+void AppendWork(std::string& out, const ContextIndex& index, std::span<const std::uint32_t> rows) {
   for (const std::uint32_t row : rows) {
-    out += "\n  @" + number(index.memos()[row].offset) + "  ";
+    out += "\n  @" + Number(index.memos()[row].offset) + "  ";
     AppendMemoHead(out, index, row);
     const std::string_view content = index.record(row).content;
     const std::string_view shown = CutUtf8(content, kMaxShownBytes);
@@ -49,8 +45,8 @@ void append_work(std::string& out, const ContextIndex& index, std::span<const st
 }
 
 /// The first part of the answer; registers the type when it is new.
-std::expected<std::string, std::string> open_type(ContextStore& store, const std::string& type,
-                                                  const std::string& context) {
+std::expected<std::string, std::string> OpenType(ContextStore& store, const std::string& type,
+                                                 const std::string& context) {
   const Overlay* overlay = store.overlays().find(type);
   const bool known = overlay != nullptr;
   if (!known) {
@@ -64,24 +60,22 @@ std::expected<std::string, std::string> open_type(ContextStore& store, const std
   }
   return OkAnswer("model type '" + overlay->name() + "' " +
                   (known ? "loaded from" : "REGISTERED with") + " context '" + context + "' — " +
-                  number(overlay->labels().size()) + " topic label(s), " +
-                  number(overlay->keyed()) + " memo(s) keyed, mark @" + number(overlay->mark()));
+                  Number(overlay->labels().size()) + " topic label(s), " +
+                  Number(overlay->keyed()) + " memo(s) keyed, mark @" + Number(overlay->mark()));
 }
 
-std::string page_answer(const ContextStore& store, const Overlay& overlay,
-                        const std::string& context, std::uint64_t page, std::string answer) {
+std::string PageAnswer(const ContextStore& store, const Overlay& overlay,
+                       const std::string& context, std::uint64_t page, std::string answer) {
   const ContextIndex& index = store.index();
-  append_table(answer, overlay);
+  AppendTable(answer, overlay);
   const auto rows = overlay.worklist(index.memos(), page);
-  if (rows.empty()) {
-    return answer + "\nCURRENT — nothing to key.";
-  }
+  if (rows.empty()) return answer + "\nCURRENT — nothing to key.";
   const std::size_t behind = overlay.behind(index.memos());
-  answer += "\nEMBED — page of " + number(rows.size()) + " of " + number(behind) +
+  answer += "\nEMBED — page of " + Number(rows.size()) + " of " + Number(behind) +
             " unkeyed memo(s): read each memo, generate the topic label your weights recall it by "
             "(snap to a label above when one fits), then\n  memory.cachekey <botid>, " +
             context + ", @<off>=<label>; @<off>=<label>; ...";
-  append_work(answer, index, rows);
+  AppendWork(answer, index, rows);
   answer += rows.size() < behind
                 ? "\nThen memory.cachekeys again for the next page; your recall unblocks when the "
                   "worklist is empty."
@@ -98,7 +92,7 @@ struct Work {
 
 /// Embeds a page; nobody waits for the context meanwhile. Once nobody answers at all the rest is
 /// not tried.
-std::size_t embed_page(const VerbCall& call, const std::string& model, std::vector<Work>& page) {
+std::size_t EmbedPage(const VerbCall& call, const std::string& model, std::vector<Work>& page) {
   std::size_t failed = 0;
   bool reachable = true;
   for (Work& work : page) {
@@ -113,7 +107,7 @@ std::size_t embed_page(const VerbCall& call, const std::string& model, std::vect
 }
 
 /// Keys the embedded memos that are still what they were.
-Status key_page(ContextStore& store, const std::vector<Work>& page) {
+Status KeyPage(ContextStore& store, const std::vector<Work>& page) {
   const ContextIndex& index = store.index();
   Overlay overlay = *store.overlays().find(kLocalModelType);
   for (const Work& work : page) {
@@ -126,20 +120,16 @@ Status key_page(ContextStore& store, const std::vector<Work>& page) {
   return store.overlays().put(std::move(overlay));
 }
 
-std::string headless_pass(const VerbCall& call, const std::string& context, std::uint64_t size) {
+std::string HeadlessPass(const VerbCall& call, const std::string& context, std::uint64_t size) {
   std::vector<Work> page;
   std::string model;
   std::string answer;
   {
     auto access = call.contexts.write(context);
-    if (!access) {
-      return ErrorAnswer(access.error().text);
-    }
+    if (!access) return ErrorAnswer(access.error().text);
     ContextStore& store = *access->store;
-    auto opened = open_type(store, std::string(kLocalModelType), context);
-    if (!opened) {
-      return opened.error();
-    }
+    auto opened = OpenType(store, std::string(kLocalModelType), context);
+    if (!opened) return opened.error();
     answer = std::move(*opened);
     model = store.overlays().settings().model;
     const ContextIndex& index = store.index();
@@ -148,31 +138,29 @@ std::string headless_pass(const VerbCall& call, const std::string& context, std:
       page.push_back({index.memos()[row].offset, std::string(index.record(row).content), {}});
     }
   }
-  const std::size_t failed = embed_page(call, model, page);
+  const std::size_t failed = EmbedPage(call, model, page);
   auto access = call.contexts.write(context);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
+  if (!access) return ErrorAnswer(access.error().text);
   ContextStore& store = *access->store;
   if (store.overlays().find(kLocalModelType) == nullptr) {
     return ErrorAnswer("the local embedder was forgotten meanwhile — nothing was keyed");
   }
   if (failed < page.size()) {
-    if (const Status keyed = key_page(store, page); !keyed) {
+    if (const Status keyed = KeyPage(store, page); !keyed) {
       return ErrorAnswer("the vector keys could not be written: " + keyed.error().text);
     }
   }
   const Overlay& overlay = *store.overlays().find(kLocalModelType);
   const std::size_t behind = overlay.behind(store.index().memos());
   answer +=
-      "\nheadless pass: " + number(page.size() - failed) + " memo(s) embedded by '" + model + "'";
+      "\nheadless pass: " + Number(page.size() - failed) + " memo(s) embedded by '" + model + "'";
   if (failed > 0) {
-    answer += ", " + number(failed) + " FAILED (embedder unreachable? ollama " + model +
+    answer += ", " + Number(failed) + " FAILED (embedder unreachable? ollama " + model +
               ") — still above the mark";
   }
-  answer += ", mark @" + number(overlay.mark());
+  answer += ", mark @" + Number(overlay.mark());
   answer += behind == 0 ? ", CURRENT"
-                        : ", " + number(behind) +
+                        : ", " + Number(behind) +
                               " memo(s) still to embed (memory.cachekeys for the next page)";
   if (failed > 0) {
     answer +=
@@ -183,7 +171,7 @@ std::string headless_pass(const VerbCall& call, const std::string& context, std:
         rows.push_back(*row);
       }
     }
-    append_work(answer, store.index(), rows);
+    AppendWork(answer, store.index(), rows);
   }
   return answer;
 }
@@ -194,7 +182,7 @@ struct Address {
   const char* problem = nullptr;
 };
 
-Address address_of(const ContextStore& store, std::string_view text) {
+Address AddressOf(const ContextStore& store, std::string_view text) {
   constexpr const char* kDead = "(dead offset or empty label)";
   constexpr const char* kNoMemo = "(not a memo: use @<off> from the worklist or <topic>#<n>)";
   if (text.starts_with('@')) {
@@ -219,13 +207,11 @@ struct BatchResult {
   std::string rejected;
 };
 
-BatchResult apply_batch(const ContextStore& store, Overlay& overlay, std::string_view batch) {
+BatchResult ApplyBatch(const ContextStore& store, Overlay& overlay, std::string_view batch) {
   BatchResult result;
   for (const std::string_view piece : Split(batch, ';')) {
     const std::string_view item = Trim(piece);
-    if (item.empty()) {
-      continue;
-    }
+    if (item.empty()) continue;
     const auto reject = [&](const char* why) {
       result.rejected.append("\n  ").append(item).append("  ").append(why);
     };
@@ -235,7 +221,7 @@ BatchResult apply_batch(const ContextStore& store, Overlay& overlay, std::string
       continue;
     }
     const std::string_view label = Trim(item.substr(equals + 1));
-    const Address address = address_of(store, Trim(item.substr(0, equals)));
+    const Address address = AddressOf(store, Trim(item.substr(0, equals)));
     if (!address.offset || label.empty()) {
       reject(address.offset ? "(dead offset or empty label)" : address.problem);
       continue;
@@ -254,35 +240,25 @@ std::string RunCacheKeys(const VerbCall& call) {
   const auto given = fields.size() < 4 || OptionalField(fields[3]).empty()
                          ? std::optional(kDefaultPage)
                          : ParseDecimal(fields[3]);
-  if (fields.size() < 3 || !given || *given == 0) {
-    return GenericUsageError(call);
-  }
+  if (fields.size() < 3 || !given || *given == 0) return GenericUsageError(call);
   const std::uint64_t page = std::min(*given, kMaxPage);
   const std::string context(fields[1]);
   const std::string type(fields[2]);
   if (const Status good = CheckContextId(type); !good) {  // it is a file's name too
     return ErrorAnswer("bad model type '" + type + "': " + good.error().text);
   }
-  if (EqualsIgnoreCase(type, kLocalModelType)) {
-    return headless_pass(call, context, page);
-  }
+  if (EqualsIgnoreCase(type, kLocalModelType)) return HeadlessPass(call, context, page);
   auto access = call.contexts.write(context);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
-  auto opened = open_type(*access->store, type, context);
-  if (!opened) {
-    return opened.error();
-  }
-  return page_answer(*access->store, *access->store->overlays().find(type), context, page,
-                     std::move(*opened));
+  if (!access) return ErrorAnswer(access.error().text);
+  auto opened = OpenType(*access->store, type, context);
+  if (!opened) return opened.error();
+  return PageAnswer(*access->store, *access->store->overlays().find(type), context, page,
+                    std::move(*opened));
 }
 
 std::string RunCacheKey(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 4);
-  if (fields.size() < 4) {
-    return GenericUsageError(call);
-  }
+  if (fields.size() < 4) return GenericUsageError(call);
   const std::string context(fields[1]);
   const std::string type(fields[2]);
   if (EqualsIgnoreCase(type, kLocalModelType)) {
@@ -297,35 +273,23 @@ std::string RunCacheKey(const VerbCall& call) {
   };
   {
     const auto access = call.contexts.read(context);
-    if (!access) {
-      return ErrorAnswer(access.error().text);
-    }
-    if (access->store->overlays().find(type) == nullptr) {
-      return not_registered();
-    }
+    if (!access) return ErrorAnswer(access.error().text);
+    if (access->store->overlays().find(type) == nullptr) return not_registered();
   }
   auto access = call.contexts.write(context);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
+  if (!access) return ErrorAnswer(access.error().text);
   ContextStore& store = *access->store;
   const Overlay* known = store.overlays().find(type);
-  if (known == nullptr) {
-    return not_registered();
-  }
+  if (known == nullptr) return not_registered();
   Overlay overlay = *known;
-  const BatchResult result = apply_batch(store, overlay, fields[3]);
+  const BatchResult result = ApplyBatch(store, overlay, fields[3]);
   overlay.settle_mark(store.index().memos(), store.heap().used());
   std::string answer =
-      OkAnswer(number(result.keyed) + " memo(s) keyed for model type '" + overlay.name() + "'");
-  if (result.moved > 0) {
-    answer += " (" + number(result.moved) + " moved between labels)";
-  }
-  answer += "; " + number(overlay.labels().size()) + " label(s) in its table, mark @" +
-            number(overlay.mark());
-  if (!result.rejected.empty()) {
-    answer += "\nREJECTED:" + result.rejected;
-  }
+      OkAnswer(Number(result.keyed) + " memo(s) keyed for model type '" + overlay.name() + "'");
+  if (result.moved > 0) answer += " (" + Number(result.moved) + " moved between labels)";
+  answer += "; " + Number(overlay.labels().size()) + " label(s) in its table, mark @" +
+            Number(overlay.mark());
+  if (!result.rejected.empty()) answer += "\nREJECTED:" + result.rejected;
   if (result.keyed > 0) {
     if (const Status put = store.overlays().put(std::move(overlay)); !put) {
       return ErrorAnswer("the keys could not be written, none was kept: " + put.error().text);

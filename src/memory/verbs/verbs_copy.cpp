@@ -16,28 +16,24 @@ namespace {
 
 constexpr std::uint64_t kProgressMemos = 100'000;  // fewer are done before anybody wonders
 
-std::string number(std::uint64_t value) {
+std::string Number(std::uint64_t value) {
   return std::to_string(value);
 }
 
-void tell(const VerbCall& call, std::uint64_t memos, std::string_view what) {
-  if (memos >= kProgressMemos) {
-    call.progress(number(memos) + " memos " + std::string(what));
-  }
+void Tell(const VerbCall& call, std::uint64_t memos, std::string_view what) {
+  if (memos >= kProgressMemos) call.progress(Number(memos) + " memos " + std::string(what));
 }
 
-std::uint64_t count_topics(const RecordHeap& heap, std::span<const MemoRow> rows) {
+std::uint64_t CountTopics(const RecordHeap& heap, std::span<const MemoRow> rows) {
   TopicTable topics(heap);
   for (const MemoRow& row : rows) {
-    if (const auto record = ReadRecord(heap.bytes(), row.offset)) {
-      topics.intern(record->topic);
-    }
+    if (const auto record = ReadRecord(heap.bytes(), row.offset)) topics.intern(record->topic);
   }
   return topics.size();
 }
 
 /// All records of a loaded store file as one batch, which borrows the store's heap.
-Result<RecordBatch> whole_batch(LoadedStore& source) {
+Result<RecordBatch> WholeBatch(LoadedStore& source) {
   RecordHeap& heap = source.heap;
   if (source.vector_missing) {
     constexpr std::uint64_t kDimensionBytes = sizeof(std::uint32_t);
@@ -53,7 +49,7 @@ Result<RecordBatch> whole_batch(LoadedStore& source) {
 }
 
 /// The source's records, topic after topic.
-RecordBatch clone_batch(const ContextStore& source) {
+RecordBatch CloneBatch(const ContextStore& source) {
   const ContextIndex& index = source.index();
   const std::string_view heap = source.heap().bytes();
   RecordBatch batch;
@@ -69,20 +65,16 @@ RecordBatch clone_batch(const ContextStore& source) {
   return batch;
 }
 
-std::string import_into(const VerbCall& call, std::string_view context, const std::string& path,
-                        LoadedStore& source) {
+std::string ImportInto(const VerbCall& call, std::string_view context, const std::string& path,
+                       LoadedStore& source) {
   const std::uint64_t memos = source.rows.size();
-  const std::uint64_t topics = count_topics(source.heap, source.rows.span());
-  const auto batch = whole_batch(source);
-  if (!batch) {
-    return ErrorAnswer(batch.error().text);
-  }
+  const std::uint64_t topics = CountTopics(source.heap, source.rows.span());
+  const auto batch = WholeBatch(source);
+  if (!batch) return ErrorAnswer(batch.error().text);
   auto access = call.contexts.write(context);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
+  if (!access) return ErrorAnswer(access.error().text);
   const std::uint64_t before = access->store->index().topics().size();
-  tell(call, memos, "read; writing and indexing them");
+  Tell(call, memos, "read; writing and indexing them");
   if (memos > 0) {
     if (const auto added = access->store->exchange({}, *batch, false); !added) {
       return ErrorAnswer("import of " + path + " into context '" + std::string(context) +
@@ -90,10 +82,10 @@ std::string import_into(const VerbCall& call, std::string_view context, const st
     }
   }
   const std::uint64_t new_topics = access->store->index().topics().size() - before;
-  std::string answer = OkAnswer("imported " + number(memos) + " memo(s) across " + number(topics) +
-                                " topic(s) (" + number(new_topics) + " new) from " + path);
+  std::string answer = OkAnswer("imported " + Number(memos) + " memo(s) across " + Number(topics) +
+                                " topic(s) (" + Number(new_topics) + " new) from " + path);
   if (source.dropped > 0) {
-    answer += "  [" + number(source.dropped) + " byte(s) behind its last whole record left out]";
+    answer += "  [" + Number(source.dropped) + " byte(s) behind its last whole record left out]";
   }
   return answer;
 }
@@ -107,9 +99,7 @@ std::string RunExport(const VerbCall& call) {
   }
   const std::string context(fields[1]);
   const auto access = call.contexts.read(context);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
+  if (!access) return ErrorAnswer(access.error().text);
   std::string to = call.full_path(fields[2]);
   const auto there = call.options.files->status(to);
   if (there && there->type == platform::FileStatus::Type::kDirectory) {
@@ -117,14 +107,10 @@ std::string RunExport(const VerbCall& call) {
   }
   const auto bytes =
       access->store->bytes_on_disk() == 0 ? Result<std::uint64_t>(0) : access->store->export_to(to);
-  if (!bytes) {
-    return ErrorAnswer("could not write " + to + "  [" + bytes.error().text + "]");
-  }
-  if (*bytes == 0) {
-    return ErrorAnswer("context '" + context + "' has nothing on disk yet");
-  }
-  return OkAnswer("context '" + context + "' exported -> " + to + " (" + number(*bytes) +
-                  " bytes, " + number(access->store->index().topics().size()) +
+  if (!bytes) return ErrorAnswer("could not write " + to + "  [" + bytes.error().text + "]");
+  if (*bytes == 0) return ErrorAnswer("context '" + context + "' has nothing on disk yet");
+  return OkAnswer("context '" + context + "' exported -> " + to + " (" + Number(*bytes) +
+                  " bytes, " + Number(access->store->index().topics().size()) +
                   " topic(s); memory.import merges it anywhere)");
 }
 
@@ -133,22 +119,18 @@ std::string RunImport(const VerbCall& call) {
   if (fields.size() < 3 || fields[2].empty()) {
     return ErrorAnswer("usage  memory.import <botid>, <context>, <src-file>");
   }
-  if (const Status good = CheckContextId(fields[1]); !good) {
-    return ErrorAnswer(good.error().text);
-  }
+  if (const Status good = CheckContextId(fields[1]); !good) return ErrorAnswer(good.error().text);
   const std::string path = call.full_path(fields[2]);
   const auto there = call.options.files->status(path);
   if (!there || there->type == platform::FileStatus::Type::kDirectory) {
     return ErrorAnswer("no such file: " + path);
   }
   auto source = LoadStoreFile(*call.options.files, path);
-  if (!source) {
-    return ErrorAnswer("could not read " + path + "  [" + source.error().text + "]");
-  }
+  if (!source) return ErrorAnswer("could not read " + path + "  [" + source.error().text + "]");
   if (source->kind == LoadedStore::Kind::kForeign) {
     return ErrorAnswer("not a memory store (MRB4, MRB3 or MRB2): " + path);
   }
-  return import_into(call, fields[1], path, *source);
+  return ImportInto(call, fields[1], path, *source);
 }
 
 std::string RunClone(const VerbCall& call) {
@@ -159,35 +141,23 @@ std::string RunClone(const VerbCall& call) {
   const std::string from(fields[1]);
   const std::string to(fields[2]);
   for (const std::string& id : {from, to}) {
-    if (const Status good = CheckContextId(id); !good) {
-      return ErrorAnswer(good.error().text);
-    }
+    if (const Status good = CheckContextId(id); !good) return ErrorAnswer(good.error().text);
   }
-  if (!call.contexts.exists(from)) {
-    return ErrorAnswer("no context '" + from + "'");
-  }
+  if (!call.contexts.exists(from)) return ErrorAnswer("no context '" + from + "'");
   std::optional<Result<ReadAccess>> source;
-  if (ContextRegistry::compare(from, to) < 0) {
-    source.emplace(call.contexts.read(from));
-  }
+  if (ContextRegistry::compare(from, to) < 0) source.emplace(call.contexts.read(from));
   auto target = call.contexts.write(to);
-  if (!target) {
-    return ErrorAnswer(target.error().text);
-  }
-  if (!source) {
-    source.emplace(call.contexts.read(from));
-  }
-  if (!*source) {
-    return ErrorAnswer(source->error().text);
-  }
+  if (!target) return ErrorAnswer(target.error().text);
+  if (!source) source.emplace(call.contexts.read(from));
+  if (!*source) return ErrorAnswer(source->error().text);
   const ContextStore& original = *(*source)->store;
   if (const std::uint64_t topics = target->store->index().topics().size(); topics > 0) {
-    return ErrorAnswer("'" + to + "' is not empty (" + number(topics) +
+    return ErrorAnswer("'" + to + "' is not empty (" + Number(topics) +
                        " topics) — clone wants a fresh context");
   }
-  tell(call, original.index().memos().size(), "to copy");
-  const RecordBatch batch = clone_batch(original);
-  tell(call, batch.count(), "copied; writing and indexing them");
+  Tell(call, original.index().memos().size(), "to copy");
+  const RecordBatch batch = CloneBatch(original);
+  Tell(call, batch.count(), "copied; writing and indexing them");
   if (batch.count() > 0) {
     if (const auto added = target->store->exchange({}, batch, false); !added) {
       return ErrorAnswer("clone of '" + from + "' into '" + to +
@@ -195,7 +165,7 @@ std::string RunClone(const VerbCall& call) {
     }
   }
   return OkAnswer("cloned '" + from + "' -> '" + to + "' — " +
-                  number(original.index().topics().size()) + " topic(s)");
+                  Number(original.index().topics().size()) + " topic(s)");
 }
 
 }  // namespace mrb::memory

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kMaxSemantic = 20;  // what is further away is hardly about the phrase
 
-std::string lane_text(const ContextStore& store, const std::string& context) {
+std::string LaneText(const ContextStore& store, const std::string& context) {
   const EmbedSettings& settings = store.overlays().settings();
   std::string answer =
       OkAnswer("semantic lane for '" + context + "' is " + (settings.armed ? "ARMED" : "disarmed") +
@@ -30,11 +30,9 @@ std::string lane_text(const ContextStore& store, const std::string& context) {
   return answer;
 }
 
-std::string set_lane(const VerbCall& call, const std::string& context, bool armed) {
+std::string SetLane(const VerbCall& call, const std::string& context, bool armed) {
   auto access = call.contexts.write(context);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
+  if (!access) return ErrorAnswer(access.error().text);
   OverlaySet& overlays = access->store->overlays();
   EmbedSettings settings = overlays.settings();
   settings.armed = armed;
@@ -47,10 +45,10 @@ std::string set_lane(const VerbCall& call, const std::string& context, bool arme
     local.settle_mark(access->store->index().memos(), access->store->heap().used());
     (void)overlays.put(std::move(local));  // an armed lane implies it, with a file or without
   }
-  return lane_text(*access->store, context);
+  return LaneText(*access->store, context);
 }
 
-std::string format_cosine(float cosine) {
+std::string FormatCosine(float cosine) {
   std::array<char, 32> text;
   const int length = std::snprintf(text.data(), text.size(), "%.3f", static_cast<double>(cosine));
   return {text.data(), static_cast<std::size_t>(length)};
@@ -60,42 +58,30 @@ std::string format_cosine(float cosine) {
 
 std::string RunEmbed(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) {
-    return GenericUsageError(call);
-  }
+  if (fields.size() < 3) return GenericUsageError(call);
   const std::string context(fields[1]);
   const std::string word = LowerAscii(fields[2]);
-  if (word != "on" && word != "off" && word != "status") {
-    return GenericUsageError(call);
-  }
-  if (word == "on") {
-    return set_lane(call, context, true);
-  }
+  if (word != "on" && word != "off" && word != "status") return GenericUsageError(call);
+  if (word == "on") return SetLane(call, context, true);
   {
     const auto access = call.contexts.read(context);
-    if (!access) {
-      return ErrorAnswer(access.error().text);
-    }
+    if (!access) return ErrorAnswer(access.error().text);
     if (word == "status" || !access->store->overlays().settings().armed) {
-      return lane_text(*access->store, context);
+      return LaneText(*access->store, context);
     }
   }
-  return set_lane(call, context, false);
+  return SetLane(call, context, false);
 }
 
 std::string RunSemantic(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3 || fields[2].empty()) {
-    return GenericUsageError(call);
-  }
+  if (fields.size() < 3 || fields[2].empty()) return GenericUsageError(call);
   const std::string context(fields[1]);
   const std::string phrase(fields[2]);
   std::string model;
   {
     const auto access = call.contexts.read(context);
-    if (!access) {
-      return ErrorAnswer(access.error().text);
-    }
+    if (!access) return ErrorAnswer(access.error().text);
     if (access->store->index().totals().vectors == 0) {
       return ErrorAnswer("context '" + context +
                          "' has no embeddings — arm it (memory.embed on) and add memos first");
@@ -107,20 +93,16 @@ std::string RunSemantic(const VerbCall& call) {
     return ErrorAnswer("embedder unreachable (ollama " + model + ") — cannot embed the query");
   }
   const auto access = call.contexts.read(context);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
+  if (!access) return ErrorAnswer(access.error().text);
   const ContextIndex& index = access->store->index();
   const auto near = index.vectors().nearest(*query, kMaxSemantic);
-  if (near.empty()) {
-    return ErrorAnswer("no semantic match for '" + phrase + "'");
-  }
+  if (near.empty()) return ErrorAnswer("no semantic match for '" + phrase + "'");
   std::string answer =
       OkAnswer(std::to_string(near.size()) + " semantic match(es) for '" + phrase + "':");
   for (const NearMemo& memo : near) {
     answer += "\n  ";
     AppendMemoHead(answer, index, memo.row);
-    answer += "  cos=" + format_cosine(memo.cosine);
+    answer += "  cos=" + FormatCosine(memo.cosine);
     AppendMemoLine(answer, index, memo.row);
   }
   return answer;

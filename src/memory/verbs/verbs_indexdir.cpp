@@ -18,7 +18,7 @@ constexpr std::uint64_t kMaxTextBytes = 1U << 20U;  // a larger file is data rat
 constexpr std::size_t kProgressFiles = 1000;
 
 /// What a file's memo says: its text, or its path where it has none that anybody would search.
-std::string memo_content(const std::string& path, const std::string& bytes) {
+std::string MemoContent(const std::string& path, const std::string& bytes) {
   const bool text = !bytes.empty() && bytes.size() <= kMaxTextBytes && !bytes.contains('\0');
   return text ? bytes : path;
 }
@@ -30,17 +30,13 @@ struct FolderFiles {
   std::size_t unreadable = 0;
 };
 
-Result<FolderFiles> read_folder(const VerbCall& call, const std::string& folder) {
+Result<FolderFiles> ReadFolder(const VerbCall& call, const std::string& folder) {
   auto entries = call.options.files->list(folder);
-  if (!entries) {
-    return std::unexpected(entries.error());
-  }
+  if (!entries) return std::unexpected(entries.error());
   std::ranges::sort(*entries, {}, &platform::DirectoryEntry::name);
   FolderFiles out;
   for (const platform::DirectoryEntry& entry : *entries) {
-    if (entry.type != platform::FileStatus::Type::kFile) {
-      continue;
-    }
+    if (entry.type != platform::FileStatus::Type::kFile) continue;
     const std::string path = platform::JoinPath(folder, entry.name);
     const auto status = call.options.files->status(path);
     FileVersion file{.name = entry.name, .bytes = {}, .written = call.now()};
@@ -57,7 +53,7 @@ Result<FolderFiles> read_folder(const VerbCall& call, const std::string& folder)
   return out;
 }
 
-Result<RecordBatch> batch_of(const std::string& folder, std::vector<FileVersion>& files) {
+Result<RecordBatch> BatchOf(const std::string& folder, std::vector<FileVersion>& files) {
   RecordBatch batch;
   for (FileVersion& file : files) {
     const TokenList name = StripToTokens(file.name);
@@ -65,7 +61,7 @@ Result<RecordBatch> batch_of(const std::string& folder, std::vector<FileVersion>
     for (const std::string_view token : name.views()) {
       given.emplace_back(token);
     }
-    const std::string content = memo_content(platform::JoinPath(folder, file.name), file.bytes);
+    const std::string content = MemoContent(platform::JoinPath(folder, file.name), file.bytes);
     const TokenList keywords = BuildKeywordList(given, content);
     const auto words = keywords.views();
     const Status added = batch.add({.props = 0,
@@ -74,16 +70,14 @@ Result<RecordBatch> batch_of(const std::string& folder, std::vector<FileVersion>
                                     .topic = file.name,
                                     .keywords = words,
                                     .vector = {}});
-    if (!added) {
-      return std::unexpected(added.error());
-    }
+    if (!added) return std::unexpected(added.error());
   }
   return batch;
 }
 
 /// The memos of all topics that are to be replaced.
-std::vector<std::uint32_t> replaced_rows(const ContextIndex& index,
-                                         const std::vector<std::string>& topics) {
+std::vector<std::uint32_t> ReplacedRows(const ContextIndex& index,
+                                        const std::vector<std::string>& topics) {
   std::vector<std::uint32_t> rows;
   for (const std::string& topic : topics) {
     const auto old = index.topic_rows(topic);
@@ -97,9 +91,7 @@ std::vector<std::uint32_t> replaced_rows(const ContextIndex& index,
 
 std::string RunIndexDir(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) {
-    return GenericUsageError(call);
-  }
+  if (fields.size() < 3) return GenericUsageError(call);
   const std::string context(fields[1]);
   const std::string folder = call.full_path(fields[2]);
   const auto status = call.options.files->status(folder);
@@ -110,7 +102,7 @@ std::string RunIndexDir(const VerbCall& call) {
   auto versions = call.options.file_versions ? call.options.file_versions(folder) : std::nullopt;
   if (versions) {
     found.files = std::move(*versions);
-  } else if (auto read = read_folder(call, folder)) {
+  } else if (auto read = ReadFolder(call, folder)) {
     found = std::move(*read);
   } else {
     return ErrorAnswer("could not read " + folder + "  [" + read.error().text + "]");
@@ -119,16 +111,12 @@ std::string RunIndexDir(const VerbCall& call) {
   std::ranges::transform(found.files, std::back_inserter(topics), &FileVersion::name);
   std::ranges::sort(topics);
   topics.erase(std::ranges::unique(topics).begin(), topics.end());
-  const auto batch = batch_of(folder, found.files);
-  if (!batch) {
-    return ErrorAnswer(batch.error().text);
-  }
+  const auto batch = BatchOf(folder, found.files);
+  if (!batch) return ErrorAnswer(batch.error().text);
   auto access = call.contexts.write(context);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
+  if (!access) return ErrorAnswer(access.error().text);
   if (batch->count() > 0) {
-    const auto rows = replaced_rows(access->store->index(), topics);
+    const auto rows = ReplacedRows(access->store->index(), topics);
     if (const auto added = access->store->exchange(rows, *batch, false); !added) {
       return ErrorAnswer("indexdir of " + folder + " into context '" + context +
                          "' failed (disk rewrite refused): " + added.error().text);

@@ -11,7 +11,6 @@
 #include "memory/verbs/context_reading.h"
 #include "memory/verbs/fields.h"
 #include "memory/verbs/memo_lines.h"
-#include "memory/verbs/temporal_section.h"
 #include "memory/verbs/verb_table.h"
 
 namespace mrb::memory {
@@ -20,11 +19,11 @@ namespace {
 
 constexpr std::size_t kMaxNear = 20;
 
-std::string number(std::uint64_t value) {
+std::string Number(std::uint64_t value) {
   return std::to_string(value);
 }
 
-std::string not_registered(std::string_view type, std::string_view context) {
+std::string NotRegistered(std::string_view type, std::string_view context) {
   return ErrorAnswer("model type '" + std::string(type) + "' is not registered with context '" +
                      std::string(context) + "'  (memory.cachekeys registers it)");
 }
@@ -35,8 +34,8 @@ struct Hit {
 };
 
 /// The memos of the labels that hold words of the query, the label with most of them first.
-std::vector<Hit> label_hits(const ContextIndex& index, const Overlay& overlay,
-                            std::string_view query) {
+std::vector<Hit> LabelHits(const ContextIndex& index, const Overlay& overlay,
+                           std::string_view query) {
   const TokenList wanted = StripToTokens(query);
   const auto words = wanted.views();
   struct Matched {
@@ -70,8 +69,8 @@ std::vector<Hit> label_hits(const ContextIndex& index, const Overlay& overlay,
 }
 
 /// The memos whose vector keys are nearest to the query's vector.
-std::vector<Hit> vector_hits(const ContextIndex& index, const Overlay& overlay,
-                             std::span<const float> query) {
+std::vector<Hit> VectorHits(const ContextIndex& index, const Overlay& overlay,
+                            std::span<const float> query) {
   const std::vector<float> unit = Normalised(query);
   std::vector<float> flat;
   std::vector<std::uint32_t> rows;
@@ -94,17 +93,13 @@ std::vector<Hit> vector_hits(const ContextIndex& index, const Overlay& overlay,
 }
 
 /// Why the type cannot be asked now; empty when it can.
-std::string refusal(const ContextStore& store, std::string_view type, const std::string& context) {
+std::string Refusal(const ContextStore& store, std::string_view type, const std::string& context) {
   const Overlay* overlay = store.overlays().find(type);
-  if (overlay == nullptr) {
-    return not_registered(type, context);
-  }
+  if (overlay == nullptr) return NotRegistered(type, context);
   const std::size_t behind = overlay->behind(store.index().memos());
-  if (behind == 0) {
-    return "";
-  }
+  if (behind == 0) return "";
   return ErrorAnswer("model type '" + overlay->name() + "' is BEHIND in context '" + context +
-                     "' — " + number(behind) +
+                     "' — " + Number(behind) +
                      " memo(s) above its mark are unkeyed; run  memory.cachekeys <botid>, " +
                      context + ", " + overlay->name() + "  and key them first");
 }
@@ -122,14 +117,14 @@ std::string RunModels(const VerbCall& call) {
     return OkAnswer("no model types registered with context '" + context +
                     "'  (memory.cachekeys <botid>, " + context + ", <modeltype> registers one)");
   }
-  std::string answer = OkAnswer(number(overlays.size()) + " model type(s) in context '" + context +
-                                "' (" + number(index.topics().size()) + " writer topics, " +
-                                number(index.memos().size()) + " memos)");
+  std::string answer = OkAnswer(Number(overlays.size()) + " model type(s) in context '" + context +
+                                "' (" + Number(index.topics().size()) + " writer topics, " +
+                                Number(index.memos().size()) + " memos)");
   for (const Overlay& overlay : overlays) {
     const std::size_t behind = overlay.behind(index.memos());
-    answer += "\n  " + overlay.name() + "  labels " + number(overlay.labels().size()) + "  keyed " +
-              number(overlay.keyed()) + "  mark @" + number(overlay.mark()) +
-              (behind == 0 ? "  CURRENT" : "  BEHIND by " + number(behind) + " memo(s)") +
+    answer += "\n  " + overlay.name() + "  labels " + Number(overlay.labels().size()) + "  keyed " +
+              Number(overlay.keyed()) + "  mark @" + Number(overlay.mark()) +
+              (behind == 0 ? "  CURRENT" : "  BEHIND by " + Number(behind) + " memo(s)") +
               (overlay.is_local() ? "  (local embedder — vector keys, headless pass)" : "");
   }
   return answer;
@@ -137,9 +132,7 @@ std::string RunModels(const VerbCall& call) {
 
 std::string RunModelKeywords(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 4);
-  if (fields.size() < 4) {
-    return GenericUsageError(call);
-  }
+  if (fields.size() < 4) return GenericUsageError(call);
   const std::string context(fields[1]);
   const std::string query(fields[3]);
   std::vector<float> vector;
@@ -147,10 +140,8 @@ std::string RunModelKeywords(const VerbCall& call) {
   std::string model;
   {
     const auto access = call.contexts.read(context);
-    if (!access) {
-      return ErrorAnswer(access.error().text);
-    }
-    if (std::string refused = refusal(*access->store, fields[2], context); !refused.empty()) {
+    if (!access) return ErrorAnswer(access.error().text);
+    if (std::string refused = Refusal(*access->store, fields[2], context); !refused.empty()) {
       return refused;
     }
     local = access->store->overlays().find(fields[2])->is_local();
@@ -165,16 +156,14 @@ std::string RunModelKeywords(const VerbCall& call) {
     vector = std::move(*embedded);
   }
   const auto access = call.contexts.read(context);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
-  if (std::string refused = refusal(*access->store, fields[2], context); !refused.empty()) {
+  if (!access) return ErrorAnswer(access.error().text);
+  if (std::string refused = Refusal(*access->store, fields[2], context); !refused.empty()) {
     return refused;
   }
   const ContextIndex& index = access->store->index();
   const Overlay& overlay = *access->store->overlays().find(fields[2]);
   const std::vector<Hit> hits =
-      local ? vector_hits(index, overlay, vector) : label_hits(index, overlay, query);
+      local ? VectorHits(index, overlay, vector) : LabelHits(index, overlay, query);
   std::vector<std::uint32_t> rows(hits.size());
   std::ranges::transform(hits, rows.begin(), &Hit::row);
   std::ranges::sort(rows);
@@ -185,7 +174,7 @@ std::string RunModelKeywords(const VerbCall& call) {
     return OkAnswer("no memo under '" + overlay.name() + "' labels matches '" + query + "'");
   }
   std::string answer =
-      OkAnswer(number(hits.size()) + " memo(s) for '" + query + "' by model type '" +
+      OkAnswer(Number(hits.size()) + " memo(s) for '" + query + "' by model type '" +
                overlay.name() + "', " + (local ? "vector keys (cosine)" : "topic table") + ":");
   for (const Hit& hit : hits) {
     answer += "\n  ";
@@ -197,27 +186,19 @@ std::string RunModelKeywords(const VerbCall& call) {
 
 std::string RunForgetModel(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) {
-    return GenericUsageError(call);
-  }
+  if (fields.size() < 3) return GenericUsageError(call);
   const std::string context(fields[1]);
   {
     const auto access = call.contexts.read(context);
-    if (!access) {
-      return ErrorAnswer(access.error().text);
-    }
+    if (!access) return ErrorAnswer(access.error().text);
     if (access->store->overlays().find(fields[2]) == nullptr) {
-      return not_registered(fields[2], context);
+      return NotRegistered(fields[2], context);
     }
   }
   auto access = call.contexts.write(context);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
+  if (!access) return ErrorAnswer(access.error().text);
   const Overlay* overlay = access->store->overlays().find(fields[2]);
-  if (overlay == nullptr) {
-    return not_registered(fields[2], context);
-  }
+  if (overlay == nullptr) return NotRegistered(fields[2], context);
   const std::string name = overlay->name();
   if (const Status dropped = access->store->overlays().drop(name); !dropped) {
     return ErrorAnswer("model type '" + name + "' could not be forgotten: " + dropped.error().text);

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "common/answer.h"
-#include "common/share_out.h"
+#include "common/parallel.h"
 #include "common/text.h"
 #include "memory/recall/memo_element.h"
 #include "memory/verbs/fields.h"
@@ -26,23 +26,19 @@ struct Question {
   bool is_glob = false;
 };
 
-Result<Question> read_question(std::string_view field) {
+Result<Question> ReadQuestion(std::string_view field) {
   if (field.starts_with("?(")) {
     const query::QueryText query = query::SplitQuery(field);
-    if (!query.closed) {
-      return Fail(ErrorKind::kInvalidArgument, "missing ')'");
-    }
+    if (!query.closed) return Fail(ErrorKind::kInvalidArgument, "missing ')'");
     field = query.expression;
   } else if (!field.empty() && field.find_first_of("\"()$=&|<>!") == std::string_view::npos) {
     return Question{field, true};
   }
-  if (field.empty()) {
-    return Fail(ErrorKind::kInvalidArgument, "empty query");
-  }
+  if (field.empty()) return Fail(ErrorKind::kInvalidArgument, "empty query");
   return Question{field, false};
 }
 
-bool fits_glob(std::string_view glob, const MemoElement& memo) {
+bool FitsGlob(std::string_view glob, const MemoElement& memo) {
   return query::Matches(glob, memo.name()) ||
          std::ranges::any_of(memo.topics(),
                              [&](std::string_view topic) { return query::Matches(glob, topic); });
@@ -50,9 +46,9 @@ bool fits_glob(std::string_view glob, const MemoElement& memo) {
 
 /// The rows that fit, in their order. `start` makes a function of a memo for one thread.
 template <typename Start>
-std::vector<std::uint32_t> fitting_rows(const ContextIndex& index, Start start) {
+std::vector<std::uint32_t> FittingRows(const ContextIndex& index, Start start) {
   std::vector<char> fits(index.memos().size());
-  ShareOut(fits.size(), kMemosPerTurn, [&] {
+  ParallelFor(fits.size(), kMemosPerTurn, [&] {
     return [&, memo = MemoElement(index), is_fit = start()](std::size_t begin,
                                                             std::size_t end) mutable {
       for (std::size_t row = begin; row < end; ++row) {
@@ -63,17 +59,15 @@ std::vector<std::uint32_t> fitting_rows(const ContextIndex& index, Start start) 
   });
   std::vector<std::uint32_t> rows;
   for (std::size_t row = 0; row < fits.size(); ++row) {
-    if (fits[row] != 0) {
-      rows.push_back(static_cast<std::uint32_t>(row));
-    }
+    if (fits[row] != 0) rows.push_back(static_cast<std::uint32_t>(row));
   }
   return rows;
 }
 
-void fill_register(CommandRegister& entries, const ContextIndex& index,
-                   std::span<const std::uint32_t> rows) {
+void FillRegister(CommandRegister& entries, const ContextIndex& index,
+                  std::span<const std::uint32_t> rows) {
   std::vector<std::string> ids;
-  for (const std::uint32_t row : rows.first(std::min(rows.size(), CommandRegister::kMostEntries))) {
+  for (const std::uint32_t row : rows.first(std::min(rows.size(), CommandRegister::kMaxEntries))) {
     ids.push_back(MemoId(index, row));
   }
   entries.fill(std::move(ids));
@@ -83,39 +77,29 @@ void fill_register(CommandRegister& entries, const ContextIndex& index,
 
 std::string RunQuery(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) {
-    return GenericUsageError(call);
-  }
-  const auto question = read_question(fields[2]);
-  if (!question) {
-    return ErrorAnswer(question.error().text);
-  }
+  if (fields.size() < 3) return GenericUsageError(call);
+  const auto question = ReadQuestion(fields[2]);
+  if (!question) return ErrorAnswer(question.error().text);
   const auto expression = query::Expression::parse(question->is_glob ? "1" : question->text);
-  if (!expression) {
-    return ErrorAnswer(expression.error().text);
-  }
+  if (!expression) return ErrorAnswer(expression.error().text);
   const auto registers = call.options.registers ? call.options.registers(call.bot) : nullptr;
   const auto values = registers ? registers->entries() : std::vector<std::string>();
   const auto access = call.contexts.read(fields[1]);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
+  if (!access) return ErrorAnswer(access.error().text);
   const ContextIndex& index = access->store->index();
   const auto rows =
       question->is_glob
-          ? fitting_rows(index,
-                         [&] {
-                           return [glob = question->text](const MemoElement& memo) {
-                             return fits_glob(glob, memo);
-                           };
-                         })
-          : fitting_rows(index, [&] {
+          ? FittingRows(index,
+                        [&] {
+                          return [glob = question->text](const MemoElement& memo) {
+                            return FitsGlob(glob, memo);
+                          };
+                        })
+          : FittingRows(index, [&] {
               return [evaluator = query::Evaluator(*expression, values)](
                          const MemoElement& memo) mutable { return evaluator.matches(memo); };
             });
-  if (registers) {
-    fill_register(*registers, index, rows);
-  }
+  if (registers) FillRegister(*registers, index, rows);
   std::string answer = OkAnswer(std::to_string(rows.size()) + " match(es)");
   AppendMemoLines(answer, index, rows, "\n  ", [](std::string&, std::size_t) {});
   return answer;

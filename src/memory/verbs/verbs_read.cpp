@@ -17,7 +17,7 @@ namespace {
 constexpr std::uint64_t kDefaultRecent = 20;
 constexpr std::uint64_t kMaxRecent = 10'000;  // lines that somebody may still want to read
 
-std::string types_in_brackets(std::uint32_t props) {
+std::string TypesInBrackets(std::uint32_t props) {
   return "[" + FormatMemoTypes(props) + "]";
 }
 
@@ -33,7 +33,7 @@ std::string RunMemos(const VerbCall& call) {
                        "' of context '" + std::string(fields[1]) + "'";
   for (std::size_t i = 0; i < rows.size(); ++i) {
     answer += "\n  " + std::to_string(i + 1) + "  " +
-              types_in_brackets(index.memos()[rows[i]].props) + "  " +
+              TypesInBrackets(index.memos()[rows[i]].props) + "  " +
               FirstLine(index.record(rows[i]).content);
   }
   return OkAnswer(answer);
@@ -42,21 +42,15 @@ std::string RunMemos(const VerbCall& call) {
 std::string RunGetMemo(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 4);
   const auto n = fields.size() < 4 ? std::nullopt : ParseDecimal(fields[3]);
-  if (!n) {
-    return ErrorAnswer("usage  memory.getmemo <botid>, <context>, <topic>, <n>");
-  }
+  if (!n) return ErrorAnswer("usage  memory.getmemo <botid>, <context>, <topic>, <n>");
   const auto access = call.contexts.read(fields[1]);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
+  if (!access) return ErrorAnswer(access.error().text);
   const auto row = access->store->find_memo(fields[2], *n);
-  if (!row) {
-    return MemoRangeError(*access->store, fields[2], fields[1]);
-  }
+  if (!row) return MemoRangeError(*access->store, fields[2], fields[1]);
   const ContextIndex& index = access->store->index();
   const MemoRow& memo = index.memos()[*row];
   return OkAnswer("memo " + std::to_string(*n) + " of '" + std::string(fields[2]) + "' " +
-                  types_in_brackets(memo.props) + " @" + std::to_string(memo.offset) + "  " +
+                  TypesInBrackets(memo.props) + " @" + std::to_string(memo.offset) + "  " +
                   FormatWritten(memo.written) + "\n" + std::string(index.record(*row).content));
 }
 
@@ -70,9 +64,7 @@ std::string RunRetrieve(const VerbCall& call) {
   for (const std::uint32_t row : rows) {
     answer.append(row == rows.front() ? "" : "\n").append(index.record(row).content);
   }
-  if (!rows.empty()) {
-    index.recency().touch(index.memos()[rows.front()].topic);
-  }
+  if (!rows.empty()) index.recency().touch(index.memos()[rows.front()].topic);
   return answer;
 }
 
@@ -80,25 +72,19 @@ std::string RunRecent(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
   const bool given = fields.size() == 3 && !OptionalField(fields[2]).empty();
   const std::uint64_t wanted = given ? ParseDecimal(fields[2]).value_or(0) : kDefaultRecent;
-  if (fields.size() < 2 || wanted == 0) {
-    return GenericUsageError(call);
-  }
+  if (fields.size() < 2 || wanted == 0) return GenericUsageError(call);
   const auto access = call.contexts.read(fields[1]);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
+  if (!access) return ErrorAnswer(access.error().text);
   const std::string context(fields[1]);
   const ContextIndex& index = access->store->index();
   const auto rows = index.newest(std::min(wanted, kMaxRecent));
-  if (rows.empty()) {
-    return OkAnswer("context '" + context + "' has no memos");
-  }
+  if (rows.empty()) return OkAnswer("context '" + context + "' has no memos");
   std::string answer =
       std::to_string(rows.size()) + " most recent memo(s) in '" + context + "' (newest first)\n";
   for (const std::uint32_t row : rows) {
     const MemoRow& memo = index.memos()[row];
     answer += (row == rows.front() ? "  " : "\n  ") + MemoId(index, row) + " " +
-              types_in_brackets(memo.props) + " @ " + FormatWritten(memo.written) + "  " +
+              TypesInBrackets(memo.props) + " @ " + FormatWritten(memo.written) + "  " +
               FirstLine(index.record(row).content);
   }
   return OkAnswer(answer);

@@ -13,7 +13,6 @@
 #include "memory/verbs/fields.h"
 #include "memory/verbs/memo_lines.h"
 #include "memory/verbs/memo_text.h"
-#include "memory/verbs/temporal_section.h"
 #include "memory/verbs/verb_table.h"
 
 namespace mrb::memory {
@@ -26,29 +25,29 @@ constexpr std::size_t kMaxRelated = 24;        // related keywords an answer sho
 constexpr std::size_t kMaxSemanticLane = 100;  // nearest memos that a fused answer looks at
 constexpr std::size_t kMaxSearchers = 8;       // contexts that one search looks at side by side
 
-std::string number(std::uint64_t value) {
+std::string Number(std::uint64_t value) {
   return std::to_string(value);
 }
 
-std::string format_score(std::uint32_t quarters) {
+std::string FormatScore(std::uint32_t quarters) {
   std::array<char, 32> text;
   const int length = std::snprintf(text.data(), text.size(), "%g",
                                    static_cast<double>(quarters) / double{kScoreUnit});
   return {text.data(), static_cast<std::size_t>(length)};
 }
 
-std::vector<std::uint32_t> rows_of(const CoverageHits& hits) {
+std::vector<std::uint32_t> RowsOf(const CoverageHits& hits) {
   std::vector<std::uint32_t> rows(hits.size());
   std::ranges::transform(hits.hits(), rows.begin(), &CoverageHits::Hit::row);
   return rows;
 }
 
 /// Appends a line per hit: topic#n, types, score and how each term was reached.
-void append_hits(std::string& out, const ContextIndex& index, std::span<const QueryTerm> terms,
-                 const CoverageHits& hits) {
+void AppendHits(std::string& out, const ContextIndex& index, std::span<const QueryTerm> terms,
+                const CoverageHits& hits) {
   std::vector<std::string> heads(kScoreUnit * terms.size() + 1);  // by score
   for (std::uint32_t score = 1; score < heads.size(); ++score) {
-    heads[score] = " (" + format_score(score) + " via ";
+    heads[score] = " (" + FormatScore(score) + " via ";
   }
   std::vector<std::array<std::string, 4>> matches(terms.size());  // by term and kind
   for (std::size_t term = 0; term < terms.size(); ++term) {
@@ -57,7 +56,7 @@ void append_hits(std::string& out, const ContextIndex& index, std::span<const Qu
           terms[term].text + " " + std::string(MatchName(static_cast<MatchKind>(kind)));
     }
   }
-  AppendMemoLines(out, index, rows_of(hits), "\n  ", [&](std::string& line, std::size_t i) {
+  AppendMemoLines(out, index, RowsOf(hits), "\n  ", [&](std::string& line, std::size_t i) {
     const CoverageHits::Hit& hit = hits.hits()[i];
     const MatchMarks marks = hits.marks(hit);
     line += heads[hit.score];
@@ -73,50 +72,48 @@ void append_hits(std::string& out, const ContextIndex& index, std::span<const Qu
 }
 
 /// "\n  related: a (3 topics), b (1 topic)", the closest first.
-void append_related(std::string& out, const ContextIndex& index,
-                    std::span<const std::uint32_t> keywords) {
+void AppendRelated(std::string& out, const ContextIndex& index,
+                   std::span<const std::uint32_t> keywords) {
   std::string_view lead = "\n  related: ";
   for (const std::uint32_t id : keywords.first(std::min(keywords.size(), kMaxRelated))) {
     const std::uint32_t topics = index.topics_of(id);
-    out.append(lead).append(index.keywords().name(id)).append(" (").append(number(topics));
+    out.append(lead).append(index.keywords().name(id)).append(" (").append(Number(topics));
     out.append(topics == 1 ? " topic)" : " topics)");
     lead = ", ";
   }
   if (keywords.size() > kMaxRelated) {
-    out += ", ... (" + number(keywords.size() - kMaxRelated) + " more)";
+    out += ", ... (" + Number(keywords.size() - kMaxRelated) + " more)";
   }
 }
 
-std::vector<std::uint32_t> related_of(const QueryTerm& term) {
+std::vector<std::uint32_t> RelatedOf(const QueryTerm& term) {
   std::vector<std::uint32_t> related = term.semantic;
   related.insert(related.end(), term.thematic.begin(), term.thematic.end());
   return related;
 }
 
 /// What the memos of an answer say about the time that the query asks for.
-std::string temporal_section(const ContextIndex& index, const TemporalQuery& temporal,
-                             std::span<const std::uint32_t> rows) {
-  if (!temporal.is_time_related()) {
-    return "";
-  }
+std::string SectionOf(const ContextIndex& index, const TemporalQuery& temporal,
+                      std::span<const std::uint32_t> rows) {
+  if (!temporal.is_time_related()) return "";
   std::vector<std::uint32_t> ascending(rows.begin(), rows.end());
   std::ranges::sort(ascending);
   return TemporalSection(index, temporal, ascending);
 }
 
 /// One word: the memos posted under it, else those of the words nearest to it.
-std::string one_keyword(const ContextIndex& index, const QueryTerm& term, std::string_view query,
-                        std::string_view context, const TemporalQuery& temporal) {
+std::string OneKeyword(const ContextIndex& index, const QueryTerm& term, std::string_view query,
+                       std::string_view context, const TemporalQuery& temporal) {
   std::string answer = "OK: ";
   const auto list = [&](std::span<const std::uint32_t> rows, const std::string& via) {
-    answer += number(rows.size()) + " memo hit(s):";
+    answer += Number(rows.size()) + " memo hit(s):";
     AppendMemoLines(answer, index, rows, "\n    ",
                     [&](std::string& line, std::size_t) { line += via; });
   };
   if (term.exact.size() == 1) {
     list(index.keywords().rows(term.exact.front()), " (via " + term.text + ")");
-    append_related(answer, index, related_of(term));
-    return answer + temporal_section(index, temporal, index.keywords().rows(term.exact.front()));
+    AppendRelated(answer, index, RelatedOf(term));
+    return answer + SectionOf(index, temporal, index.keywords().rows(term.exact.front()));
   }
   QueryTerm nearest = term;
   if (!nearest.exact.empty()) {
@@ -125,43 +122,41 @@ std::string one_keyword(const ContextIndex& index, const QueryTerm& term, std::s
   }
   const CoverageHits hits = RankByCoverage(index, std::span(&nearest, 1), kAllHits);
   if (!hits.empty()) {
-    answer += number(hits.size()) + " memo hit(s):";
-    const std::vector<std::uint32_t> rows = rows_of(hits);
+    answer += Number(hits.size()) + " memo hit(s):";
+    const std::vector<std::uint32_t> rows = RowsOf(hits);
     AppendMemoLines(answer, index, rows, "\n    ", [&](std::string& line, std::size_t i) {
       const auto kind = static_cast<MatchKind>(hits.marks(hits.hits()[i]).of(0));
       line.append(" (via ").append(term.text);
       line.append(kind == MatchKind::kExact ? "" : " ");
       line.append(kind == MatchKind::kExact ? "" : MatchName(kind)).append(")");
     });
-    append_related(answer, index, related_of(term));
-    return answer + temporal_section(index, temporal, rows);
+    AppendRelated(answer, index, RelatedOf(term));
+    return answer + SectionOf(index, temporal, rows);
   }
   const std::vector<std::uint32_t> similar = SimilarKeywords(index, term.text);
-  const std::string section = temporal_section(index, temporal, {});
+  const std::string section = SectionOf(index, temporal, {});
   if (similar.empty() && section.empty()) {
     return ErrorAnswer("keyword '" + std::string(query) + "' not in context '" +
                        std::string(context) + "'");
   }
   answer += "0 keyword hit(s) for '" + std::string(query) + "'";
-  append_related(answer, index, similar);
+  AppendRelated(answer, index, similar);
   return answer + section;
 }
 
-std::string no_term_error(std::string_view query) {
+std::string NoTermError(std::string_view query) {
   return ErrorAnswer("no term of '" + std::string(query) +
                      "' is a word that could be a keyword (two letters or digits at least)");
 }
 
 /// The query's vector where the context's semantic lane is armed and has vectors; empty where it is
 /// not, or when nobody embeds it: words alone answer then. Asked before the context is held.
-Result<std::vector<float>> query_vector(const VerbCall& call, std::string_view context,
-                                        std::string_view query) {
+Result<std::vector<float>> QueryVector(const VerbCall& call, std::string_view context,
+                                       std::string_view query) {
   std::string model;
   {
     const auto access = call.contexts.read(context);
-    if (!access) {
-      return std::unexpected(access.error());
-    }
+    if (!access) return std::unexpected(access.error());
     const EmbedSettings& settings = access->store->overlays().settings();
     if (!settings.armed || access->store->index().totals().vectors == 0) {
       return {};
@@ -173,8 +168,8 @@ Result<std::vector<float>> query_vector(const VerbCall& call, std::string_view c
 
 /// The temporal lane: the memos of the query's dates, else the dated ones of the hits, in time
 /// order.
-std::vector<std::uint32_t> temporal_lane(const ContextIndex& index, const TemporalQuery& temporal,
-                                         std::span<const std::uint32_t> hits) {
+std::vector<std::uint32_t> TemporalLane(const ContextIndex& index, const TemporalQuery& temporal,
+                                        std::span<const std::uint32_t> hits) {
   std::vector<std::uint32_t> rows;
   if (temporal.has_date()) {
     const auto dated = FindDated(index, temporal);
@@ -189,20 +184,18 @@ std::vector<std::uint32_t> temporal_lane(const ContextIndex& index, const Tempor
   return rows;
 }
 
-std::string fused_answer(const ContextIndex& index, std::span<const QueryTerm> terms,
-                         std::span<const float> vector, const TemporalQuery& temporal,
-                         std::string_view query) {
-  RankedLanes lanes;
+std::string FusedAnswer(const ContextIndex& index, std::span<const QueryTerm> terms,
+                        std::span<const float> vector, const TemporalQuery& temporal,
+                        std::string_view query) {
+  RankedLists lanes;
   auto& [words, semantic, dated] = lanes;
-  words = rows_of(RankByCoverage(index, terms, kAllHits));
+  words = RowsOf(RankByCoverage(index, terms, kAllHits));
   const auto near = index.vectors().nearest(vector, kMaxSemanticLane);
   std::ranges::transform(near, std::back_inserter(semantic), &NearMemo::row);
-  dated = temporal_lane(index, temporal, words);
+  dated = TemporalLane(index, temporal, words);
   const std::vector<FusedHit> hits = Fuse(lanes);
-  if (hits.empty()) {
-    return OkAnswer("0 keyword hit(s) for '" + std::string(query) + "'");
-  }
-  std::string answer = OkAnswer(number(hits.size()) + " memo(s), keyword+semantic" +
+  if (hits.empty()) return OkAnswer("0 keyword hit(s) for '" + std::string(query) + "'");
+  std::string answer = OkAnswer(Number(hits.size()) + " memo(s), keyword+semantic" +
                                 (dated.empty() ? "" : "+temporal") + " fused (RRF):");
   for (const FusedHit& hit : hits) {
     std::array<char, 32> score;
@@ -211,7 +204,7 @@ std::string fused_answer(const ContextIndex& index, std::span<const QueryTerm> t
     AppendMemoHead(answer, index, hit.row);
     answer += " ";
     AppendFirstLine(answer, index.record(hit.row).content);
-    answer.append(score.data(), static_cast<std::size_t>(length)).append(hit.lane_names());
+    answer.append(score.data(), static_cast<std::size_t>(length)).append(hit.ranker_names());
   }
   return answer;
 }
@@ -222,7 +215,7 @@ struct ContextHits {
   std::string lines;
 };
 
-ContextHits search_one(ContextRegistry& contexts, std::string_view id, std::string_view query) {
+ContextHits SearchOne(ContextRegistry& contexts, std::string_view id, std::string_view query) {
   ContextHits found;
   const auto access = contexts.read(id);
   if (!access) {
@@ -233,7 +226,7 @@ ContextHits search_one(ContextRegistry& contexts, std::string_view id, std::stri
   const std::vector<QueryTerm> terms = ReadQueryTerms(index, query);
   const CoverageHits hits = RankByCoverage(index, terms, kMaxPerContext);
   found.hits = hits.size();
-  append_hits(found.lines, index, terms, hits);
+  AppendHits(found.lines, index, terms, hits);
   return found;
 }
 
@@ -241,39 +234,25 @@ ContextHits search_one(ContextRegistry& contexts, std::string_view id, std::stri
 
 std::string RunKeywords(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) {
-    return GenericUsageError(call);
-  }
+  if (fields.size() < 3) return GenericUsageError(call);
   const std::string_view query = fields[2];
-  const auto vector = query_vector(call, fields[1], query);
-  if (!vector) {
-    return ErrorAnswer(vector.error().text);
-  }
+  const auto vector = QueryVector(call, fields[1], query);
+  if (!vector) return ErrorAnswer(vector.error().text);
   const auto access = call.contexts.read(fields[1]);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
+  if (!access) return ErrorAnswer(access.error().text);
   const ContextIndex& index = access->store->index();
   const std::vector<QueryTerm> terms = ReadQueryTerms(index, query);
-  if (terms.empty()) {
-    return no_term_error(query);
-  }
+  if (terms.empty()) return NoTermError(query);
   const TemporalQuery temporal = ReadTemporalQuery(query, call.now());
-  if (!vector->empty()) {
-    return fused_answer(index, terms, *vector, temporal, query);
-  }
-  if (terms.size() == 1) {
-    return one_keyword(index, terms.front(), query, fields[1], temporal);
-  }
+  if (!vector->empty()) return FusedAnswer(index, terms, *vector, temporal, query);
+  if (terms.size() == 1) return OneKeyword(index, terms.front(), query, fields[1], temporal);
   const CoverageHits hits = RankByCoverage(index, terms, kAllHits);
-  const std::string section = temporal_section(index, temporal, rows_of(hits));
-  if (hits.empty()) {
-    return OkAnswer("0 keyword hit(s) for '" + std::string(query) + "'") + section;
-  }
-  std::string answer = "OK: " + number(hits.size()) + " memo(s) ranked by coverage of " +
-                       number(terms.size()) +
+  const std::string section = SectionOf(index, temporal, RowsOf(hits));
+  if (hits.empty()) return OkAnswer("0 keyword hit(s) for '" + std::string(query) + "'") + section;
+  std::string answer = "OK: " + Number(hits.size()) + " memo(s) ranked by coverage of " +
+                       Number(terms.size()) +
                        " terms (exact 1, semantic .5, thematic .25 per term)";
-  append_hits(answer, index, terms, hits);
+  AppendHits(answer, index, terms, hits);
   return answer + section;
 }
 
@@ -288,30 +267,26 @@ std::string RunSearch(const VerbCall& call) {
   if (contexts.empty()) {
     return OkAnswer("no contexts loaded — name them: memory.search <botid>, {ctx}, <query>");
   }
-  if (ReadQueryTerms(ContextStore().index(), query).empty()) {
-    return no_term_error(query);
-  }
+  if (ReadQueryTerms(ContextStore().index(), query).empty()) return NoTermError(query);
   std::vector<ContextHits> found(contexts.size());
   std::atomic<std::size_t> next = 0;
   RunParallel(std::min(contexts.size(), kMaxSearchers), [&](std::size_t) {
     for (std::size_t i; (i = next.fetch_add(1)) < contexts.size();) {
-      found[i] = search_one(call.contexts, contexts[i], query);
+      found[i] = SearchOne(call.contexts, contexts[i], query);
     }
   });
   std::size_t total = 0;
   std::string lines;
   for (std::size_t i = 0; i < contexts.size(); ++i) {
-    if (!found[i].failure) {
-      return ErrorAnswer(found[i].failure.error().text);
-    }
+    if (!found[i].failure) return ErrorAnswer(found[i].failure.error().text);
     total += found[i].hits;
-    lines += "\n" + contexts[i] + " — " + number(found[i].hits) + " hit(s)" + found[i].lines;
+    lines += "\n" + contexts[i] + " — " + Number(found[i].hits) + " hit(s)" + found[i].lines;
   }
   if (total == 0) {
-    return OkAnswer("no memo in " + number(contexts.size()) + " context(s) matches '" + query +
+    return OkAnswer("no memo in " + Number(contexts.size()) + " context(s) matches '" + query +
                     "'");
   }
-  return OkAnswer(number(total) + " hit(s) across " + number(contexts.size()) +
+  return OkAnswer(Number(total) + " hit(s) across " + Number(contexts.size()) +
                   " context(s) for '" + query + "'" + lines);
 }
 

@@ -15,8 +15,8 @@ namespace mrb::memory {
 namespace {
 
 /// The memos that hold one of the cue words, for a question about time without a date.
-std::vector<std::uint32_t> cue_rows(const ContextIndex& index,
-                                    const std::vector<std::string>& cues) {
+std::vector<std::uint32_t> CueRows(const ContextIndex& index,
+                                   const std::vector<std::string>& cues) {
   std::vector<std::uint32_t> rows;
   for (const std::string& cue : cues) {
     if (const std::uint32_t id = index.keywords().find(cue); id != kNoId) {
@@ -31,7 +31,7 @@ std::vector<std::uint32_t> cue_rows(const ContextIndex& index,
 
 /// A topic's memos in time order. One without a date stands behind the memo before it: that is
 /// where it was told.
-std::vector<DatedRow> story(const ContextIndex& index, std::span<const std::uint32_t> rows,
+std::vector<DatedRow> Story(const ContextIndex& index, std::span<const std::uint32_t> rows,
                             std::size_t& dates) {
   const TimeWeb& time = index.webs().time();
   struct Placed {
@@ -58,7 +58,7 @@ std::vector<DatedRow> story(const ContextIndex& index, std::span<const std::uint
   return ordered;
 }
 
-void append_dated(std::string& out, const ContextIndex& index, const std::vector<DatedRow>& dated) {
+void AppendDated(std::string& out, const ContextIndex& index, const std::vector<DatedRow>& dated) {
   std::vector<std::uint32_t> rows(dated.size());
   std::ranges::transform(dated, rows.begin(), &DatedRow::row);
   AppendMemoLines(out, index, rows, "\n  ", [&](std::string& line, std::size_t i) {
@@ -70,53 +70,41 @@ void append_dated(std::string& out, const ContextIndex& index, const std::vector
 
 std::string RunTemporal(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) {
-    return GenericUsageError(call);
-  }
+  if (fields.size() < 3) return GenericUsageError(call);
   const std::string query(fields[2]);
   const auto access = call.contexts.read(fields[1]);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
+  if (!access) return ErrorAnswer(access.error().text);
   const ContextIndex& index = access->store->index();
   const TemporalQuery wanted = ReadTemporalQuery(query, call.now());
   std::vector<DatedRow> dated;
   if (wanted.has_date()) {
     dated = FindDated(index, wanted);
   } else {
-    for (const std::uint32_t row : cue_rows(index, wanted.cues)) {
+    for (const std::uint32_t row : CueRows(index, wanted.cues)) {
       dated.push_back({index.webs().time().anchor(row), row});
     }
   }
-  if (dated.empty()) {
-    return ErrorAnswer("nothing on the temporal web for '" + query + "'");
-  }
+  if (dated.empty()) return ErrorAnswer("nothing on the temporal web for '" + query + "'");
   std::string answer =
       OkAnswer(std::to_string(dated.size()) + " temporal occurrence(s) of '" + query + "'");
-  append_dated(answer, index, dated);
+  AppendDated(answer, index, dated);
   return answer;
 }
 
 std::string RunChain(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) {
-    return GenericUsageError(call);
-  }
+  if (fields.size() < 3) return GenericUsageError(call);
   const std::string topic(fields[2]);
   const auto access = call.contexts.read(fields[1]);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
+  if (!access) return ErrorAnswer(access.error().text);
   const ContextIndex& index = access->store->index();
   std::size_t dates = 0;
-  const std::vector<DatedRow> events = story(index, index.topic_rows(topic), dates);
-  if (dates == 0) {
-    return ErrorAnswer("no temporal chain for '" + topic + "'");
-  }
+  const std::vector<DatedRow> events = Story(index, index.topic_rows(topic), dates);
+  if (dates == 0) return ErrorAnswer("no temporal chain for '" + topic + "'");
   std::string answer =
       OkAnswer("temporal chain for '" + topic + "' (" + std::to_string(dates) +
                " keyword(s) bridged -> " + std::to_string(events.size()) + " event(s)):");
-  append_dated(answer, index, events);
+  AppendDated(answer, index, events);
   return answer;
 }
 

@@ -19,16 +19,14 @@ constexpr std::array<std::string_view, kWebs> kPrefixes = {"who_", "where_", "wh
 constexpr std::string_view kWhenPrefix = "when_";
 constexpr std::uint64_t kProgressMemos = 100'000;
 
-bool is_w_topic(std::string_view topic) {
+bool IsWTopic(std::string_view topic) {
   return topic.starts_with(kWhenPrefix) ||
          std::ranges::any_of(kPrefixes, [&](std::string_view p) { return topic.starts_with(p); });
 }
 
-bool has_w_topics(const TopicTable& topics) {
+bool HasWTopics(const TopicTable& topics) {
   for (std::uint32_t topic = 0; topic < topics.size(); ++topic) {
-    if (is_w_topic(topics.name(topic))) {
-      return true;
-    }
+    if (IsWTopic(topics.name(topic))) return true;
   }
   return false;
 }
@@ -39,16 +37,16 @@ class FrameRows {
   [[nodiscard]] Status add(const ContextIndex& index, std::uint32_t row) {
     const RecordView record = index.record(row);
     const std::string id = "[" + MemoId(index, row) + "] ";
-    frame_.read(record.content, record.topic, record.written);
+    five_ws_.read(record.content, record.topic, record.written);
     TokenList done;
-    for (const Frame::Term& term : frame_.terms()) {
+    for (const FiveWs::Term& term : five_ws_.terms()) {
       const std::string_view prefix = kPrefixes.at(static_cast<std::size_t>(term.web));
-      const std::string topic = std::string(prefix).append(frame_.name(term));
+      const std::string topic = std::string(prefix).append(five_ws_.name(term));
       if (const Status added = add_once(done, topic, id, term.position, record); !added) {
         return added;
       }
     }
-    for (const Frame::Date& date : frame_.dates()) {
+    for (const FiveWs::Date& date : five_ws_.dates()) {
       const std::string topic = std::string(kWhenPrefix).append(date.stamp.text());
       if (const Status added = add_once(done, topic, id, date.position, record); !added) {
         return added;
@@ -66,7 +64,7 @@ class FrameRows {
       return {};
     }
     std::string content = id;
-    content += frame_.sentence_at(position);
+    content += five_ws_.sentence_at(position);
     std::ranges::replace(content, '\n', ' ');
     const TokenList keywords = BuildKeywordList({}, content);
     const auto words = keywords.views();
@@ -78,7 +76,7 @@ class FrameRows {
                        .vector = {}});
   }
 
-  Frame frame_;
+  FiveWs five_ws_;
   RecordBatch batch_;
 };
 
@@ -86,27 +84,17 @@ class FrameRows {
 
 std::string RunW5Build(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 2) {
-    return GenericUsageError(call);
-  }
+  if (fields.size() < 2) return GenericUsageError(call);
   const std::string context(fields[1]);
   const std::string shadow = context + "_w5";
-  if (const Status good = CheckContextId(shadow); !good) {
-    return ErrorAnswer(good.error().text);
-  }
+  if (const Status good = CheckContextId(shadow); !good) return ErrorAnswer(good.error().text);
   // The shadow's id comes behind the context's, so this is the order of the locks.
   const auto source = call.contexts.read(context);
-  if (!source) {
-    return ErrorAnswer(source.error().text);
-  }
-  if (!source->context) {
-    return ErrorAnswer("no context '" + context + "'");
-  }
+  if (!source) return ErrorAnswer(source.error().text);
+  if (!source->context) return ErrorAnswer("no context '" + context + "'");
   auto target = call.contexts.write(shadow);
-  if (!target) {
-    return ErrorAnswer(target.error().text);
-  }
-  if (has_w_topics(target->store->index().topics())) {
+  if (!target) return ErrorAnswer(target.error().text);
+  if (HasWTopics(target->store->index().topics())) {
     return ErrorAnswer("shadow '" + shadow +
                        "' already carries a W layer — delete its W topics to rebuild");
   }
@@ -114,9 +102,7 @@ std::string RunW5Build(const VerbCall& call) {
   const std::uint64_t topics_before = target->store->index().topics().size();
   FrameRows rows;
   for (std::uint32_t row = 0; row < index.memos().size(); ++row) {
-    if (const Status added = rows.add(index, row); !added) {
-      return ErrorAnswer(added.error().text);
-    }
+    if (const Status added = rows.add(index, row); !added) return ErrorAnswer(added.error().text);
     if ((row + 1) % kProgressMemos == 0) {
       call.progress(std::to_string(row + 1) + " of " + std::to_string(index.memos().size()) +
                     " memos read");

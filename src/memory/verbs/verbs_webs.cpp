@@ -23,34 +23,30 @@ namespace {
 constexpr std::size_t kMaxWhat = 12;  // what a topic is about; the rest is its text
 
 /// The five lists of one topic.
-struct TopicFrame {
+struct TopicFiveWs {
   std::array<std::vector<std::string>, kWebs> terms;
   std::vector<std::string> when;
   std::vector<std::string> what;
 };
 
-void add_new(std::vector<std::string>& list, std::string_view name) {
-  if (std::ranges::find(list, name) == list.end()) {
-    list.emplace_back(name);
-  }
+void AddNew(std::vector<std::string>& list, std::string_view name) {
+  if (std::ranges::find(list, name) == list.end()) list.emplace_back(name);
 }
 
 /// Keywords that are on no other list, those first that say most: often in the topic, rarely in the
 /// context.
-std::vector<std::string> what_of(const ContextIndex& index, const TopicFrame& frame,
-                                 std::span<const std::uint32_t> rows) {
+std::vector<std::string> WhatOf(const ContextIndex& index, const TopicFiveWs& five_ws,
+                                std::span<const std::uint32_t> rows) {
   std::map<std::uint32_t, std::uint32_t> counts;
   for (const std::uint32_t row : rows) {
     std::string_view name;
     for (KeywordCursor cursor = index.record(row).keywords(); cursor.next(name);) {
-      if (const std::uint32_t id = index.keywords().find(name); id != kNoId) {
-        ++counts[id];
-      }
+      if (const std::uint32_t id = index.keywords().find(name); id != kNoId) ++counts[id];
     }
   }
   TokenList taken;
   for (const Web web : {Web::kWho, Web::kWhere}) {
-    for (const std::string& term : frame.terms.at(static_cast<std::size_t>(web))) {
+    for (const std::string& term : five_ws.terms.at(static_cast<std::size_t>(web))) {
       for (const std::string_view word : SplitWords(term)) {
         taken.insert(word);
       }
@@ -80,51 +76,49 @@ std::vector<std::string> what_of(const ContextIndex& index, const TopicFrame& fr
   return what;
 }
 
-TopicFrame frame_of(const ContextIndex& index, std::span<const std::uint32_t> rows) {
-  TopicFrame out;
-  Frame frame;
+TopicFiveWs FiveWsOf(const ContextIndex& index, std::span<const std::uint32_t> rows) {
+  TopicFiveWs out;
+  FiveWs five_ws;
   for (const std::uint32_t row : rows) {
     const RecordView record = index.record(row);
-    frame.read(record.content, record.topic, record.written);
-    for (const Frame::Term& term : frame.terms()) {
-      add_new(out.terms.at(static_cast<std::size_t>(term.web)), frame.name(term));
+    five_ws.read(record.content, record.topic, record.written);
+    for (const FiveWs::Term& term : five_ws.terms()) {
+      AddNew(out.terms.at(static_cast<std::size_t>(term.web)), five_ws.name(term));
     }
-    for (const Frame::Date& date : frame.dates()) {
-      add_new(out.when, date.stamp.text());
+    for (const FiveWs::Date& date : five_ws.dates()) {
+      AddNew(out.when, date.stamp.text());
     }
   }
-  out.what = what_of(index, out, rows);
+  out.what = WhatOf(index, out, rows);
   return out;
 }
 
 /// One topic of a lookup with what it carries.
 using TopicTerms = std::map<std::uint32_t, std::vector<std::string>>;
 
-void note(const ContextIndex& index, TopicTerms& topics, std::span<const std::uint32_t> rows,
+void Note(const ContextIndex& index, TopicTerms& topics, std::span<const std::uint32_t> rows,
           std::string_view term) {
   for (const std::uint32_t row : rows) {
     std::vector<std::string>& terms = topics[index.memos()[row].topic];
-    if (terms.empty() || terms.back() != term) {
-      terms.emplace_back(term);
-    }
+    if (terms.empty() || terms.back() != term) terms.emplace_back(term);
   }
 }
 
-std::optional<Web> web_of(std::string_view verb) {
+std::optional<Web> WebOf(std::string_view verb) {
   if (EqualsIgnoreCase(verb, "who")) return Web::kWho;
   if (EqualsIgnoreCase(verb, "where")) return Web::kWhere;
   if (EqualsIgnoreCase(verb, "why")) return Web::kWhy;
   return std::nullopt;
 }
 
-TopicTerms look_up(const ContextIndex& index, std::string_view verb, std::string_view term,
-                   std::uint64_t now) {
+TopicTerms LookUp(const ContextIndex& index, std::string_view verb, std::string_view term,
+                  std::uint64_t now) {
   TopicTerms topics;
-  if (const auto web = web_of(verb)) {
+  if (const auto web = WebOf(verb)) {
     const TermWeb& terms = index.webs().terms(*web);
     const std::string prefix = LowerAscii(term.starts_with('@') ? term.substr(1) : term);
     for (const std::uint32_t id : terms.find(prefix)) {
-      note(index, topics, terms.rows(id), terms.term(id));
+      Note(index, topics, terms.rows(id), terms.term(id));
     }
     return topics;
   }
@@ -133,7 +127,7 @@ TopicTerms look_up(const ContextIndex& index, std::string_view verb, std::string
     query.prefix = term;  // "20" finds a century: forgiving
   }
   for (const DatedRow& dated : FindDated(index, query)) {
-    note(index, topics, std::span(&dated.row, 1), dated.stamp.text());
+    Note(index, topics, std::span(&dated.row, 1), dated.stamp.text());
   }
   return topics;
 }
@@ -146,33 +140,27 @@ std::string RunW5(const VerbCall& call) {
   const auto& [reading, rows] = *found;
   const auto& [fields, access] = reading;
   const ContextIndex& index = access.store->index();
-  const TopicFrame frame = frame_of(index, rows);
+  const TopicFiveWs five_ws = FiveWsOf(index, rows);
   const auto list = [](std::string_view label, const std::vector<std::string>& terms) {
     return std::string("\n  ").append(label).append(Join(terms, "; "));
   };
   return OkAnswer("wwwww of '" + std::string(fields[2]) + "'") +
-         list("who:   ", frame.terms[static_cast<std::size_t>(Web::kWho)]) +
-         list("what:  ", frame.what) + list("when:  ", frame.when) +
-         list("where: ", frame.terms[static_cast<std::size_t>(Web::kWhere)]) +
-         list("why:   ", frame.terms[static_cast<std::size_t>(Web::kWhy)]);
+         list("who:   ", five_ws.terms[static_cast<std::size_t>(Web::kWho)]) +
+         list("what:  ", five_ws.what) + list("when:  ", five_ws.when) +
+         list("where: ", five_ws.terms[static_cast<std::size_t>(Web::kWhere)]) +
+         list("why:   ", five_ws.terms[static_cast<std::size_t>(Web::kWhy)]);
 }
 
 std::string RunWho(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3 || fields[2].empty()) {
-    return GenericUsageError(call);
-  }
+  if (fields.size() < 3 || fields[2].empty()) return GenericUsageError(call);
   const std::string web = LowerAscii(call.verb);
   const std::string term(fields[2]);
   const auto access = call.contexts.read(fields[1]);
-  if (!access) {
-    return ErrorAnswer(access.error().text);
-  }
+  if (!access) return ErrorAnswer(access.error().text);
   const ContextIndex& index = access->store->index();
-  const TopicTerms topics = look_up(index, web, term, call.now());
-  if (topics.empty()) {
-    return ErrorAnswer("nothing on the '" + web + "' web for '" + term + "'");
-  }
+  const TopicTerms topics = LookUp(index, web, term, call.now());
+  if (topics.empty()) return ErrorAnswer("nothing on the '" + web + "' web for '" + term + "'");
   std::string answer =
       OkAnswer(std::to_string(topics.size()) + " topic(s) on " + web + " '" + term + "'");
   for (const auto& [topic, terms] : topics) {

@@ -21,9 +21,9 @@
 namespace mrb::platform {
 namespace {
 
-constexpr int kMostRounds = 200;
+constexpr int kMaxRounds = 200;
 constexpr std::chrono::milliseconds kBetweenRounds{2};
-constexpr std::size_t kMostEnvironment = std::size_t{2} << 20U;  // the system's own bound is near
+constexpr std::size_t kMaxEnvironment = std::size_t{2} << 20U;  // the system's own bound is near
 
 struct Process {
   pid_t id = 0;
@@ -75,7 +75,7 @@ std::vector<Process> AllProcesses() {
 
 bool IsMarked(pid_t id, const std::string& mark) {
   const std::string environment =
-      ReadSmallFile("/proc/" + std::to_string(id) + "/environ", kMostEnvironment);
+      ReadSmallFile("/proc/" + std::to_string(id) + "/environ", kMaxEnvironment);
   return environment.find(mark) != std::string::npos;
 }
 
@@ -113,7 +113,7 @@ std::string NewTreeMark() {
 }
 
 bool EndProcessTree(pid_t root, const std::string& mark) {
-  for (int round = 0; round < kMostRounds; ++round) {
+  for (int round = 0; round < kMaxRounds; ++round) {
     const std::vector<pid_t> members = Members(root, mark);
     if (members.empty()) return true;
     for (const pid_t id : members) ::kill(id, SIGKILL);

@@ -21,7 +21,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kPollWithoutDescriptor{5};
-constexpr std::chrono::milliseconds kLongestPoll{60'000};
+constexpr std::chrono::milliseconds kMaxPoll{60'000};
 constexpr int kFirstOther = 3;  // descriptors behind the three streams
 
 /// What the child does between being made and becoming the program.
@@ -141,7 +141,7 @@ bool ChildProcess::await_end(std::optional<std::chrono::milliseconds> limit) con
   const Descriptor end = watch_end();
   const auto deadline = Clock::now() + limit.value_or(std::chrono::milliseconds{0});
   while (!has_ended()) {
-    auto wait = end ? kLongestPoll : kPollWithoutDescriptor;
+    auto wait = end ? kMaxPoll : kPollWithoutDescriptor;
     if (limit) {
       const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
       if (left.count() <= 0) return false;

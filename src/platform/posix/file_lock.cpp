@@ -1,3 +1,6 @@
+// flock and not fcntl: its lock belongs to the opened file, so a second one in this process is
+// refused too, and closing some other descriptor of the same file does not drop it.
+
 #include "platform/file_lock.h"
 
 #include <fcntl.h>
@@ -5,11 +8,10 @@
 
 #include <array>
 
+#include "platform/paths.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/system_error.h"
-
-// flock and not fcntl: its lock belongs to the opened file, so a second one in this process is
-// refused too, and closing some other descriptor of the same file does not drop it.
+#include "platform/process.h"
 
 namespace mrb::platform {
 
@@ -55,6 +57,25 @@ std::string FileLock::read_note(const std::string& path) {
   std::array<char, 512> note{};  // a note is a line; what a damaged file holds beyond is no use
   const auto got = Uninterrupted([&] { return ::pread(fd.get(), note.data(), note.size(), 0); });
   return got > 0 ? std::string(note.data(), static_cast<std::size_t>(got)) : std::string();
+}
+
+struct SingleInstance::Handle {
+  FileLock lock;
+};
+
+SingleInstance::SingleInstance(std::unique_ptr<Handle> handle, bool held)
+    : handle_(std::move(handle)), held_(held) {}
+SingleInstance::SingleInstance(SingleInstance&&) noexcept = default;
+SingleInstance& SingleInstance::operator=(SingleInstance&&) noexcept = default;
+SingleInstance::~SingleInstance() = default;
+
+SingleInstance SingleInstance::acquire(std::int32_t port) {
+  const std::string folder = RuntimeFolder();
+  if (folder.empty()) return {nullptr, true};
+  const std::string name = "Mirebolt_resident_daemon_" + std::to_string(port);
+  auto lock = FileLock::try_acquire(JoinPath(folder, name));
+  if (lock) return {std::make_unique<Handle>(Handle{std::move(*lock)}), true};
+  return {nullptr, lock.error().kind != ErrorKind::kBusy};
 }
 
 }  // namespace mrb::platform

@@ -19,7 +19,7 @@ namespace {
 constexpr std::size_t kHugePage = std::size_t{2} << 20U;
 constexpr std::size_t kStep = std::size_t{1} << 20U;
 constexpr std::size_t kLarge = std::size_t{16} << 20U;
-constexpr std::size_t kMost = std::size_t{1} << 46U;  // half of what a process can address
+constexpr std::size_t kMax = std::size_t{1} << 46U;  // half of what a process can address
 
 std::size_t RoundUp(std::size_t bytes, std::size_t step) {
   return (bytes + step - 1) / step * step;
@@ -64,7 +64,7 @@ char* MoveInto(char* old, std::size_t old_bytes, std::size_t bytes) {
 
 Status PageBuffer::grow(std::size_t bytes) {
   if (bytes <= capacity_) return {};
-  if (bytes > kMost) return Fail(ErrorKind::kNoSpace, "cannot hold that many bytes in memory");
+  if (bytes > kMax) return Fail(ErrorKind::kNoSpace, "cannot hold that many bytes in memory");
   const std::size_t least = RoundUp(bytes, kStep);
   const std::size_t wanted = std::max(least, reserved_ * 2);
   std::size_t size = wanted;

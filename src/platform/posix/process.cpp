@@ -7,10 +7,13 @@
 #include <climits>
 #include <cstdlib>
 
+#include "platform/command_words.h"
 #include "platform/paths.h"
 #include "platform/posix/system_calls.h"
+#include "platform/private_folder.h"
 
 namespace mrb::platform {
+
 namespace {
 
 /// Whether `path` is a real folder of this user, in which nobody else can put or replace a name.
@@ -65,6 +68,29 @@ std::string DefaultDataHome() {
   }
   const std::string home = VariableOrEmpty("HOME");
   return home.empty() ? std::string() : JoinPath(home, ".local/share/mirebolt");
+}
+
+std::string AbsolutePath(const std::string& path) {
+  return path.starts_with('/') ? path : JoinPath(CurrentDirectory(), path);
+}
+
+bool CanInstallInto(const std::string& folder, const std::string& home) {
+  if (::access(folder.c_str(), W_OK) != 0) return false;
+  const auto state = ExamineFolder(home);
+  if (state != FolderState::kMissing) return state == FolderState::kOwn;
+  struct stat info{};
+  return ::stat(folder.c_str(), &info) == 0 && (info.st_mode & (S_IWGRP | S_IWOTH)) == 0 &&
+         (info.st_uid == ::geteuid() || info.st_uid == 0);
+}
+
+std::string DefaultShell() {
+  std::string shell = EnvironmentVariable("SHELL").value_or("");
+  const auto words = SplitCommandWords(shell);
+  return words && words->size() == 1 ? shell : "/bin/sh";
+}
+
+std::string UserHome() {
+  return EnvironmentVariable("HOME").value_or("");
 }
 
 }  // namespace mrb::platform

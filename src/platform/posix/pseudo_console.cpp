@@ -18,10 +18,10 @@
 #include <vector>
 
 #include "platform/command_words.h"
-#include "platform/default_shell.h"
 #include "platform/posix/child_process.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/system_error.h"
+#include "platform/process.h"
 
 // The child leads a session whose controlling terminal is ours, so the system hangs the terminal up
 // when the child ends: what others wrote until then is still read, then reading fails with EIO.

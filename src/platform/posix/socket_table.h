@@ -5,7 +5,7 @@
 
 #include "common/error.h"
 #include "platform/posix/descriptor.h"
-#include "platform/socket_list.h"
+#include "platform/uid_identity.h"
 
 namespace mrb::platform {
 

@@ -17,11 +17,11 @@ constexpr DWORD_PTR kPseudoConsoleAttribute = 0x00020016;
 class AttributeList {
  public:
   AttributeList() {
-    constexpr DWORD kMost = 2;
+    constexpr DWORD kMax = 2;
     SIZE_T size = 0;
-    ::InitializeProcThreadAttributeList(nullptr, kMost, 0, &size);
+    ::InitializeProcThreadAttributeList(nullptr, kMax, 0, &size);
     bytes_.resize(size);
-    made_ = ::InitializeProcThreadAttributeList(get(), kMost, 0, &size) != 0;
+    made_ = ::InitializeProcThreadAttributeList(get(), kMax, 0, &size) != 0;
   }
   AttributeList(const AttributeList&) = delete;
   AttributeList& operator=(const AttributeList&) = delete;

@@ -1,14 +1,15 @@
+// The lock is the sharing mode: the holder's handle lets others read and nothing else, so a second
+// one that wants to write is refused, in this process as in any other, and the system closes the
+// handle of whoever dies.
+
 #include "platform/file_lock.h"
 
 #include <array>
+#include <string>
 
 #include "platform/windows/handle.h"
 #include "platform/windows/system_error.h"
 #include "platform/windows/wide.h"
-
-// The lock is the sharing mode: the holder's handle lets others read and nothing else, so a second
-// one that wants to write is refused, in this process as in any other, and the system closes the
-// handle of whoever dies.
 
 namespace mrb::platform {
 
@@ -51,6 +52,23 @@ std::string FileLock::read_note(const std::string& path) {
     return {};
   }
   return {note.data(), got};
+}
+
+struct SingleInstance::Handle {
+  platform::Handle mutex;
+};
+
+SingleInstance::SingleInstance(std::unique_ptr<Handle> handle, bool held)
+    : handle_(std::move(handle)), held_(held) {}
+SingleInstance::SingleInstance(SingleInstance&&) noexcept = default;
+SingleInstance& SingleInstance::operator=(SingleInstance&&) noexcept = default;
+SingleInstance::~SingleInstance() = default;
+
+SingleInstance SingleInstance::acquire(std::int32_t port) {
+  const std::string name = "Global\\Mirebolt_resident_daemon_" + std::to_string(port);
+  platform::Handle mutex(::CreateMutexW(nullptr, TRUE, Widen(name).c_str()));
+  if (mutex && ::GetLastError() == ERROR_ALREADY_EXISTS) return {nullptr, false};
+  return {std::make_unique<Handle>(std::move(mutex)), true};
 }
 
 }  // namespace mrb::platform

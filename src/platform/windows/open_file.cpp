@@ -8,7 +8,7 @@ namespace mrb::platform {
 namespace {
 
 // A call takes a 32-bit count, and a network file system may refuse a very large one.
-constexpr std::size_t kMostPerCall = std::size_t{32} << 20U;
+constexpr std::size_t kMaxPerCall = std::size_t{32} << 20U;
 
 OVERLAPPED At(std::uint64_t offset) {
   OVERLAPPED place{};
@@ -31,7 +31,7 @@ Result<std::size_t> WindowsFile::read_at(std::uint64_t offset, char* out, std::s
   std::size_t done = 0;
   while (done < bytes) {
     OVERLAPPED place = At(offset + done);
-    const auto wanted = static_cast<DWORD>(std::min(bytes - done, kMostPerCall));
+    const auto wanted = static_cast<DWORD>(std::min(bytes - done, kMaxPerCall));
     DWORD got = 0;
     if (!::ReadFile(file_.get(), out + done, wanted, &got, &place)) {
       if (::GetLastError() == ERROR_HANDLE_EOF) break;
@@ -46,7 +46,7 @@ Result<std::size_t> WindowsFile::read_at(std::uint64_t offset, char* out, std::s
 Status WindowsFile::append(std::string_view bytes) {
   while (!bytes.empty()) {
     OVERLAPPED place = At(kEndOfFile);
-    const auto wanted = static_cast<DWORD>(std::min(bytes.size(), kMostPerCall));
+    const auto wanted = static_cast<DWORD>(std::min(bytes.size(), kMaxPerCall));
     DWORD put = 0;
     if (!::WriteFile(file_.get(), bytes.data(), wanted, &put, &place)) {
       return FailLastError("write", path_);

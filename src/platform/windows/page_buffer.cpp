@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kStep = std::size_t{1} << 20U;
 constexpr std::size_t kFirstReservation = std::size_t{16} << 20U;
-constexpr std::size_t kMost = std::size_t{1} << 46U;  // half of what a process can address
+constexpr std::size_t kMax = std::size_t{1} << 46U;  // half of what a process can address
 
 std::size_t RoundUp(std::size_t bytes, std::size_t step) {
   return (bytes + step - 1) / step * step;
@@ -39,7 +39,7 @@ void Free(char* reservation) {
 
 Status PageBuffer::grow(std::size_t bytes) {
   if (bytes <= capacity_) return {};
-  if (bytes > kMost) return Fail(ErrorKind::kNoSpace, "cannot hold that many bytes in memory");
+  if (bytes > kMax) return Fail(ErrorKind::kNoSpace, "cannot hold that many bytes in memory");
   const std::size_t size = RoundUp(bytes, kStep);
   if (size <= reserved_) {
     if (!Commit(data_ + capacity_, size - capacity_)) {

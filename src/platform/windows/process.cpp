@@ -1,8 +1,9 @@
+//
+
 #include "platform/process.h"
 
-#include <windows.h>
-//
 #include <shellapi.h>
+#include <windows.h>
 
 #include <array>
 
@@ -74,6 +75,25 @@ std::string DefaultDataHome() {
   const std::string usual = shared + "\\Mirebolt";
   const bool taken = ExamineFolder(usual) == FolderState::kForeign;
   return taken ? usual + "-" + Narrow(OwnSid()) : usual;
+}
+
+std::string AbsolutePath(const std::string& path) {
+  const std::wstring full = FullPath(Widen(path));
+  return full.empty() ? path : Narrow(full);
+}
+
+bool CanInstallInto(const std::string& /*folder*/, const std::string& home) {
+  return ExamineFolder(home) != FolderState::kForeign;
+}
+
+std::string DefaultShell() {
+  const std::string shell = EnvironmentVariable("COMSPEC").value_or("");
+  if (shell.empty()) return "cmd.exe";
+  return shell.find(' ') == std::string::npos ? shell : '"' + shell + '"';
+}
+
+std::string UserHome() {
+  return EnvironmentVariable("USERPROFILE").value_or("");
 }
 
 }  // namespace mrb::platform

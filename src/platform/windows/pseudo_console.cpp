@@ -8,7 +8,7 @@
 #include <thread>
 #include <utility>
 
-#include "platform/default_shell.h"
+#include "platform/process.h"
 #include "platform/windows/child_process.h"
 #include "platform/windows/handle.h"
 #include "platform/windows/system_error.h"

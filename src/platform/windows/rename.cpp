@@ -21,7 +21,7 @@ namespace {
 constexpr auto kFileRenameInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
 
 constexpr int kAttempts = 10;
-constexpr DWORD kLongestPauseMs = 64;  // 1, 2, 4 ... 64, 64: a third of a second in all
+constexpr DWORD kMaxPauseMs = 64;  // 1, 2, 4 ... 64, 64: a third of a second in all
 
 bool MayPass(DWORD error) {
   return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION ||
@@ -39,7 +39,7 @@ bool Patiently(Attempt attempt) {
       return false;
     }
     ::Sleep(pause_ms);
-    pause_ms = std::min(pause_ms * 2, kLongestPauseMs);
+    pause_ms = std::min(pause_ms * 2, kMaxPauseMs);
   }
   return true;
 }

@@ -1,11 +1,11 @@
 #include <windows.h>
 
+#include "platform/command_words.h"
 #include "platform/process.h"
 #include "platform/windows/child_process.h"
 #include "platform/windows/handle.h"
 #include "platform/windows/system_error.h"
 #include "platform/windows/wide.h"
-#include "platform/windows_command_line.h"
 
 namespace mrb::platform {
 

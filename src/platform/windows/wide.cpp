@@ -7,7 +7,7 @@ namespace {
 
 // The plain form ends at 260 characters with the terminating zero; a folder must leave room in it
 // for a short name of 12.
-constexpr std::size_t kLongestPlainPath = 247;
+constexpr std::size_t kMaxPlainPath = 247;
 
 }  // namespace
 
@@ -39,7 +39,7 @@ std::wstring FullPath(const std::wstring& path) {
 
 std::wstring WidePath(std::string_view path) {
   std::wstring wide = Widen(path);
-  if (wide.size() <= kLongestPlainPath || wide.starts_with(LR"(\\?\)")) return wide;
+  if (wide.size() <= kMaxPlainPath || wide.starts_with(LR"(\\?\)")) return wide;
   // The prefix also switches off "/" and "..", so both go first.
   const std::wstring full = FullPath(wide);
   if (full.empty() || full.starts_with(LR"(\\?\)") || full.starts_with(LR"(\\.\)")) return wide;

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/sockets.h"
-#include "server/http/leaving_sockets.h"
+#include "server/http/lingering_closer.h"
 #include "server/http/request_reader.h"
 
 namespace mrb::server {
@@ -62,7 +62,7 @@ class ConnectionThreads {
   platform::Listener& listener_;
   const Limits limits_;
   const Hooks hooks_;
-  LeavingSockets leaving_;
+  LingeringCloser leaving_;
   std::mutex mutex_;
   std::condition_variable ended_;
   // All guarded by mutex_:

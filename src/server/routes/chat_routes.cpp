@@ -5,16 +5,16 @@
 #include "chat/hub.h"
 #include "common/json_text.h"
 #include "common/text.h"
-#include "server/routes/chat_json.h"
 
 namespace mrb::server {
+
 namespace {
 
-constexpr std::uint64_t kUsualWait = 25'000;  // ms; below what proxies and clients give up after
-constexpr std::uint64_t kLongestWait = 60'000;
+constexpr std::uint64_t kDefaultWait = 25'000;  // ms; below what proxies and clients give up after
+constexpr std::uint64_t kMaxWait = 60'000;
 constexpr std::uint64_t kHistory = 50;
-constexpr std::uint64_t kUsualLog = 200;
-constexpr std::uint64_t kLongestLog = 5000;
+constexpr std::uint64_t kDefaultLog = 200;
+constexpr std::uint64_t kMaxLog = 5000;
 
 Response Answer(std::string body) {
   Response response;
@@ -55,7 +55,7 @@ Response Read(const Request& request, chat::Hub& hub, std::string_view me,
   const auto since = ParseDecimal(request.param("since"));
   wanted.since = since.value_or(0);
   wanted.wait =
-      std::chrono::milliseconds(std::min(NumberOr(request, "wait", kUsualWait), kLongestWait));
+      std::chrono::milliseconds(std::min(NumberOr(request, "wait", kDefaultWait), kMaxWait));
   const auto piece =
       since ? hub.read(wanted) : hub.recent(wanted, NumberOr(request, "last", kHistory));
   if (!piece) return Failure(piece.error());
@@ -68,11 +68,11 @@ Response Read(const Request& request, chat::Hub& hub, std::string_view me,
 
 Response AnswerChatSay(const Request& request, const Services& services) {
   return Say(request, *services.options.hub, ParamOr(request, "from", "user"),
-             ParamOr(request, "channel", chat::kUsualChannel));
+             ParamOr(request, "channel", chat::kDefaultChannel));
 }
 
 Response AnswerChatNext(const Request& request, const Services& services) {
-  const std::string channel = ParamOr(request, "channel", chat::kUsualChannel);
+  const std::string channel = ParamOr(request, "channel", chat::kDefaultChannel);
   if (channel.starts_with('@') && !request.trusted) return JsonFailure(kForbidden, "loopback only");
   return Read(request, *services.options.hub, request.param("as"), channel);
 }
@@ -93,9 +93,9 @@ Response AnswerChannels(const Request& /*request*/, const Services& services) {
 }
 
 Response AnswerChatLog(const Request& request, const Services& services) {
-  const std::string channel = ParamOr(request, "channel", chat::kUsualChannel);
+  const std::string channel = ParamOr(request, "channel", chat::kDefaultChannel);
   const auto records = services.options.hub->log(
-      channel, std::min(NumberOr(request, "lines", kUsualLog), kLongestLog));
+      channel, std::min(NumberOr(request, "lines", kDefaultLog), kMaxLog));
   if (!records) return Failure(records.error());
   return Answer(R"({"ok":true,"channel":)" + JsonString(channel) +
                 ",\"messages\":" + RecordsJson(*records) + "}");
@@ -109,6 +109,25 @@ Response AnswerDmSay(const Request& request, const Services& services) {
 Response AnswerDmThread(const Request& request, const Services& services) {
   return Read(request, *services.options.hub, ParamOr(request, "me", "user"),
               "@" + request.param("with"));
+}
+
+std::string RecordsJson(const std::vector<chat::Record>& records) {
+  std::string json = "[";
+  for (const chat::Record& record : records) {
+    if (json.size() > 1) json += ',';
+    json += chat::RecordJson(record);
+  }
+  return json + "]";
+}
+
+std::string RosterJson(const std::vector<chat::Presence>& roster) {
+  std::string json = "[";
+  for (const chat::Presence& one : roster) {
+    if (json.size() > 1) json += ',';
+    json += R"({"callsign":)" + JsonString(one.callsign) + R"(,"channel":)" +
+            JsonString(one.channel) + (one.live ? R"(,"live":true})" : R"(,"live":false})");
+  }
+  return json + "]";
 }
 
 }  // namespace mrb::server

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
+#include "chat/hub.h"
 #include "server/routes/route.h"
 
 namespace mrb::server {
@@ -13,5 +17,9 @@ namespace mrb::server {
 [[nodiscard]] Response AnswerChatLog(const Request& request, const Services& services);
 [[nodiscard]] Response AnswerDmSay(const Request& request, const Services& services);
 [[nodiscard]] Response AnswerDmThread(const Request& request, const Services& services);
+
+/// Arrays of the chat's answers, as JSON text.
+[[nodiscard]] std::string RecordsJson(const std::vector<chat::Record>& records);
+[[nodiscard]] std::string RosterJson(const std::vector<chat::Presence>& roster);
 
 }  // namespace mrb::server

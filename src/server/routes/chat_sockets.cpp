@@ -5,7 +5,7 @@
 
 #include "common/json_text.h"
 #include "common/text.h"
-#include "server/routes/chat_json.h"
+#include "server/routes/chat_routes.h"
 
 namespace mrb::server {
 namespace {
@@ -21,7 +21,7 @@ std::string_view TakeLine(std::string_view& text) {
 }
 
 std::string_view OrUsual(std::string_view channel) {
-  return channel.empty() ? chat::kUsualChannel : channel;
+  return channel.empty() ? chat::kDefaultChannel : channel;
 }
 
 }  // namespace

@@ -5,8 +5,8 @@
 #include "common/version.h"
 #include "platform/paths.h"
 #include "server/http/interpreter_bridge.h"
-#include "server/http/plain_name.h"
 #include "server/routes/console_tail.h"
+#include "server/routes/page_path.h"
 
 namespace mrb::server {
 namespace {

@@ -7,13 +7,34 @@
 #include "common/text.h"
 #include "common/url.h"
 #include "platform/paths.h"
-#include "server/http/plain_name.h"
 
 namespace mrb::server {
+
 namespace {
 
 bool IsDigit(char c) {
   return c >= '0' && c <= '9';
+}
+
+constexpr std::size_t kMaxName = 255;  // what file systems hold in one name
+
+bool IsDeviceName(std::string_view name) {
+  static constexpr std::array<std::string_view, 6> kDevices{"con", "prn",    "aux",
+                                                            "nul", "conin$", "conout$"};
+  // "con .txt" is the console as well.
+  std::string_view base = Trim(name.substr(0, name.find('.')));
+  if (std::ranges::any_of(kDevices, [&](auto device) { return EqualsIgnoreCase(base, device); })) {
+    return true;
+  }
+  const std::string_view kind = base.substr(0, 3);
+  if (!EqualsIgnoreCase(kind, "com") && !EqualsIgnoreCase(kind, "lpt")) return false;
+  const std::string_view number = base.substr(3);
+  return (number.size() == 1 && number[0] >= '0' && number[0] <= '9') || number == "\u00b9" ||
+         number == "\u00b2" || number == "\u00b3";
+}
+
+bool IsForbidden(char c) {
+  return IsControl(c) || c == '/' || c == '\\' || c == ':';
 }
 
 }  // namespace
@@ -42,9 +63,9 @@ std::optional<std::string> BackgroundFile(std::string_view path) {
 }
 
 std::optional<std::string> ScreensaverFile(std::string_view path) {
-  static constexpr std::size_t kShortest = 19;
-  static constexpr std::size_t kLongest = 63;
-  if (path.size() < kShortest || path.size() > kLongest) return std::nullopt;
+  static constexpr std::size_t kMin = 19;
+  static constexpr std::size_t kMaxLength = 63;
+  if (path.size() < kMin || path.size() > kMaxLength) return std::nullopt;
   if (!path.starts_with("/screensaver-") || !path.ends_with(".html")) return std::nullopt;
   const std::string_view name = path.substr(1);
   if (name.contains("..") || !IsPlainName(name)) return std::nullopt;
@@ -90,6 +111,12 @@ std::optional<std::string> ReadInside(platform::FileSystem& files, const std::st
     if (!status || status->type != wanted) return std::nullopt;
   }
   return ReadPage(files, path);
+}
+
+bool IsPlainName(std::string_view name) {
+  if (name.empty() || name.size() > kMaxName) return false;
+  if (name.back() == '.' || name.back() == ' ') return false;  // "." and ".." among them
+  return std::ranges::none_of(name, IsForbidden) && IsUtf8(name) && !IsDeviceName(name);
 }
 
 }  // namespace mrb::server

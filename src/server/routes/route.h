@@ -4,8 +4,8 @@
 
 #include "platform/files.h"
 #include "server/http/http_message.h"
+#include "server/routes/page_cache.h"
 #include "server/routes/server_options.h"
-#include "server/routes/start_up.h"
 
 namespace mrb::server {
 
@@ -13,7 +13,7 @@ namespace mrb::server {
 struct Services {
   const ServerOptions& options;
   platform::FileSystem& files;
-  CachedPages cached_pages;
+  PageCache page_cache;
 };
 
 using RouteHandler = Response (*)(const Request&, const Services&);

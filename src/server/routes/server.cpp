@@ -9,17 +9,17 @@
 #include <string>
 #include <utility>
 
-#include "common/detached_thread.h"
+#include "common/parallel.h"
 #include "platform/files.h"
 #include "platform/open_page.h"
 #include "platform/sockets.h"
 #include "server/http/connection_threads.h"
-#include "server/http/listening.h"
+#include "server/http/listen_retry.h"
 #include "server/http/session_gate.h"
 #include "server/http/trust.h"
 #include "server/http/websocket_clients.h"
 #include "server/routes/connection.h"
-#include "server/routes/start_up.h"
+#include "server/routes/page_cache.h"
 
 namespace mrb::server {
 namespace {
@@ -70,7 +70,7 @@ class Server::Impl {
   int run() {
     platform::FileSystem& files = platform::SystemFiles();
     MakeStartUpFolders(files, options_.install_home);
-    const CachedPages pages = LoadCachedPages(files, options_.executable_folder);
+    const PageCache pages = LoadPageCache(files, options_.executable_folder);
     if (!platform::StartSockets()) {
       log("chat: WSAStartup failed\n");
       return 1;

@@ -3,12 +3,14 @@
 #include <initializer_list>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/paths.h"
-#include "server/routes/built_in_pages.h"
+#include "server/http/sign_in_page.h"
 #include "server/routes/page_path.h"
 
 namespace mrb::server {
+
 namespace {
 
 Response Page(std::string_view type, std::string text) {
@@ -52,12 +54,25 @@ Response TopPage(const Services& services, const std::string& name) {
   return Missing(name + R"( not found (looked in src\, beside the exe, and web\))");
 }
 
+constexpr std::string_view kIndex = R"(<!DOCTYPE html>
+<html lang="en">
+<head><meta charset="utf-8"><title>Mirebolt chat</title></head>
+<body>
+<h1>Mirebolt chat</h1>
+<p>The chat server is up. No index.html was found beside the executable or in web\, so this page
+stands in for it.</p>
+<p>The WebSocket endpoint of this port takes one text frame of three lines, <code>join</code>, your
+callsign and the channel, and then frames of two lines, <code>msg</code> and the text.</p>
+</body>
+</html>
+)";
+
 }  // namespace
 
 Response AnswerIndex(const Request& /*request*/, const Services& services) {
   std::string page =
       ReadFirstPage(services.files, services.options.executable_folder, "index.html");
-  if (page.empty()) page = services.cached_pages.index;
+  if (page.empty()) page = services.page_cache.index;
   return page.empty() ? BuiltInIndexPage() : Page(kHtml, std::move(page));
 }
 
@@ -93,7 +108,7 @@ Response AnswerGlyphwalkers(const Request& /*request*/, const Services& services
 Response AnswerPanel(const Request& /*request*/, const Services& services) {
   std::string page =
       ReadFirstPage(services.files, services.options.executable_folder, "mirebolt_panel.html");
-  if (page.empty()) page = services.cached_pages.panel;
+  if (page.empty()) page = services.page_cache.panel;
   if (!page.empty()) return Page(kHtml, std::move(page));
   return Missing(R"(mirebolt_panel.html not found (looked beside the exe and in web\))");
 }
@@ -108,6 +123,10 @@ Response AnswerTaskSync(const Request& /*request*/, const Services& services) {
 
 Response AnswerConfigure(const Request& /*request*/, const Services& services) {
   return TopPage(services, "config_collector.html");
+}
+
+Response BuiltInIndexPage() {
+  return BuiltInPage(kIndex);
 }
 
 }  // namespace mrb::server

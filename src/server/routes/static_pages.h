@@ -1,5 +1,6 @@
 #pragma once
 
+#include "server/http/http_message.h"
 #include "server/routes/route.h"
 
 namespace mrb::server {
@@ -15,5 +16,8 @@ namespace mrb::server {
 [[nodiscard]] Response AnswerOrchestration(const Request& request, const Services& services);
 [[nodiscard]] Response AnswerTaskSync(const Request& request, const Services& services);
 [[nodiscard]] Response AnswerConfigure(const Request& request, const Services& services);
+
+/// What "/" shows when no index.html lies beside the executable.
+[[nodiscard]] Response BuiltInIndexPage();
 
 }  // namespace mrb::server

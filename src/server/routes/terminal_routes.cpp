@@ -13,8 +13,8 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr std::string_view kJsonUtf8 = "application/json; charset=utf-8";
-constexpr std::uint64_t kUsualExec = 30'000;
-constexpr std::uint64_t kLongestReadWait = 10'000;
+constexpr std::uint64_t kDefaultExec = 30'000;
+constexpr std::uint64_t kMaxReadWait = 10'000;
 
 Response Answer(std::string body, std::string_view type = kJson) {
   Response response;
@@ -80,7 +80,7 @@ Response AnswerTermOpen(const Request& request, const Services& services) {
 Response AnswerTermRead(const Request& request, const Services& services) {
   const auto session = Find(request, services);
   if (session == nullptr) return NoSession();
-  const auto wait = std::min(NumberOf(request, "wait"), kLongestReadWait);
+  const auto wait = std::min(NumberOf(request, "wait"), kMaxReadWait);
   return Answer(OutputJson(session->read(NumberOf(request, "since"), milliseconds(wait))),
                 kJsonUtf8);
 }
@@ -101,9 +101,9 @@ Response AnswerTermResize(const Request& request, const Services& services) {
 Response AnswerTermExec(const Request& request, const Services& services) {
   const auto session = Find(request, services);
   if (session == nullptr) return NoSession();
-  constexpr auto kLongestExec = static_cast<std::uint64_t>(TerminalSession::kLongestExec.count());
+  constexpr auto kMaxExec = static_cast<std::uint64_t>(TerminalSession::kMaxExec.count());
   const std::uint64_t wanted = NumberOf(request, "timeout");
-  const milliseconds timeout(wanted >= 1 && wanted <= kLongestExec ? wanted : kUsualExec);
+  const milliseconds timeout(wanted >= 1 && wanted <= kMaxExec ? wanted : kDefaultExec);
   TerminalSession::ExecResult result =
       session->exec(TextOf(request, "data"), request.param("shell"), timeout);
   using How = TerminalSession::ExecResult::How;

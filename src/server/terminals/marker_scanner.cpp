@@ -80,7 +80,7 @@ void MarkerScanner::take_in_sequence(char c) {
       if (c == kEscapeByte) state_ = State::kEscape;
       break;
     case State::kString:
-      if (c == kBell || ++string_length_ > kLongestString) state_ = State::kText;
+      if (c == kBell || ++string_length_ > kMaxString) state_ = State::kText;
       if (c == kEscapeByte) state_ = State::kStringEscape;
       break;
     case State::kStringEscape:
@@ -99,7 +99,7 @@ void MarkerScanner::take_printed(char c) {
 /// The first printed character behind the marker: a status, or the rest of an echoed line.
 void MarkerScanner::after_marker(char c) {
   if (IsDigit(c) || (c == '-' && status_.empty())) {
-    if (status_.size() < kMostDigits) status_ += c;
+    if (status_.size() < kMaxDigits) status_ += c;
     return;
   }
   was_echo();

@@ -47,8 +47,8 @@ class MarkerScanner {
   void was_echo();
   void finish_status();
 
-  static constexpr std::size_t kLongestString = 4096;  // a sequence longer than this is none
-  static constexpr std::size_t kMostDigits = 18;       // fits the number
+  static constexpr std::size_t kMaxString = 4096;  // a sequence longer than this is none
+  static constexpr std::size_t kMaxDigits = 18;    // fits the number
 
   const std::string marker_;
   std::vector<std::size_t> fallback_;  // the usual table of the Knuth-Morris-Pratt search

@@ -24,8 +24,8 @@ Split SplitProgram(std::string_view line) {
 }
 
 std::uint16_t Clamp(std::uint64_t value, std::uint64_t otherwise, std::uint64_t least) {
-  constexpr std::uint64_t kMost = 1000;
-  return static_cast<std::uint16_t>(std::clamp(value == 0 ? otherwise : value, least, kMost));
+  constexpr std::uint64_t kMax = 1000;
+  return static_cast<std::uint16_t>(std::clamp(value == 0 ? otherwise : value, least, kMax));
 }
 
 }  // namespace

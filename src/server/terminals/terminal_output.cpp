@@ -17,7 +17,7 @@ std::size_t AnnouncedLength(unsigned char first) {
 
 void TerminalOutput::append(std::string_view piece) {
   bytes_ += piece;
-  if (bytes_.size() <= kMost) return;
+  if (bytes_.size() <= kMax) return;
   const std::size_t dropped = bytes_.size() - kKept;
   bytes_.erase(0, dropped);
   base_ += dropped;

@@ -11,7 +11,7 @@ namespace mrb::server {
 /// thread-safe.
 class TerminalOutput {
  public:
-  static constexpr std::size_t kMost = 262144;  ///< past this,
+  static constexpr std::size_t kMax = 262144;   ///< past this,
   static constexpr std::size_t kKept = 200000;  ///< this much stays, so that cutting is rare
 
   void append(std::string_view piece);

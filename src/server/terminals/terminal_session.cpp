@@ -128,7 +128,7 @@ Status TerminalSession::resize(platform::ConsoleSize size) {
 TerminalSession::ExecResult TerminalSession::exec(std::string_view command, std::string_view shell,
                                                   Milliseconds timeout) {
   const auto deadline =
-      Clock::now() + (timeout.count() == 0 ? kLongestExec : std::min(timeout, kLongestExec));
+      Clock::now() + (timeout.count() == 0 ? kMaxExec : std::min(timeout, kMaxExec));
   const std::string marker = NewMarker();
   const ExecLine line =
       MakeExecLine(ShellKindOf(shell, command_line_), command_line_, command, marker);

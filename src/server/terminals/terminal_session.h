@@ -67,7 +67,7 @@ class TerminalSession {
     std::string output;
     std::int64_t exit_code = 0;
   };
-  static constexpr Milliseconds kLongestExec{600'000};
+  static constexpr Milliseconds kMaxExec{600'000};
   /// Types a command and waits for its end. Calls are served one after the other; `timeout`, 0 for
   /// the longest and never more than that, covers the wait for the turn. A command that ends the
   /// session is done with the session's exit code; kEnded is for a session that had ended before.

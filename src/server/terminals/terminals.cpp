@@ -8,15 +8,15 @@
 #include <utility>
 
 #include "common/answer.h"
-#include "common/detached_thread.h"
+#include "common/parallel.h"
 #include "common/text.h"
-#include "platform/default_shell.h"
+#include "platform/process.h"
 #include "server/terminals/terminal_command.h"
 
 namespace mrb::server {
 namespace {
 
-constexpr std::size_t kLongestCommandLine = 32'000;  // what Windows takes, and a little less
+constexpr std::size_t kMaxCommandLine = 32'000;  // what Windows takes, and a little less
 constexpr std::size_t kEndersAtOnce = 8;
 
 /// "t", the number, "-" and six characters that nobody can guess from an earlier one: an id that
@@ -55,7 +55,7 @@ std::string ReasonForLog(const Error& error) {
 }  // namespace
 
 Terminals::Terminals(TerminalOptions options)
-    : options_(std::move(options)), hosts_(*options_.files, options_.host_book) {}
+    : options_(std::move(options)), hosts_(*options_.files, options_.saved_hosts) {}
 
 Terminals::~Terminals() {
   end_all();
@@ -98,7 +98,7 @@ Result<Terminals::SessionRef> Terminals::open(std::string_view command_line,
                                               std::uint64_t rows) {
   std::string line = WithInteractiveFlag(command_line);
   if (line.empty()) line = WithInteractiveFlag(platform::DefaultShell());
-  if (line.size() > kLongestCommandLine || line.find('\0') != std::string::npos) {
+  if (line.size() > kMaxCommandLine || line.find('\0') != std::string::npos) {
     return Fail(ErrorKind::kInvalidArgument, "no such command line");
   }
   const auto number = reserve();

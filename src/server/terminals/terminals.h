@@ -10,14 +10,14 @@
 #include <string_view>
 #include <vector>
 
-#include "server/terminals/host_book.h"
+#include "server/terminals/saved_hosts.h"
 #include "server/terminals/terminal_session.h"
 
 namespace mrb::server {
 
 struct TerminalOptions {
   platform::FileSystem* files = nullptr;              ///< must be set; outlives the terminals
-  std::string host_book;                              ///< the file of saved hosts
+  std::string saved_hosts;                            ///< the file of saved hosts
   std::function<void(std::string_view)> log;          ///< one whole line; any thread; may be empty
   TerminalPoster post;                                ///< the chat; empty: nobody is told
   std::function<void(std::string_view query)> focus;  ///< the desktop shell; may be empty
@@ -66,7 +66,7 @@ class Terminals {
 
   void focus(std::string_view query) const;
 
-  [[nodiscard]] HostBook& hosts() { return hosts_; }
+  [[nodiscard]] SavedHosts& hosts() { return hosts_; }
 
   /// Ends every session, several at once; none can be opened any more.
   void end_all();
@@ -81,7 +81,7 @@ class Terminals {
   bool start_reading(const SessionRef& session);
 
   const TerminalOptions options_;
-  HostBook hosts_;
+  SavedHosts hosts_;
 
   std::mutex mutex_;
   std::condition_variable changed_;

@@ -13,7 +13,7 @@ namespace {
 using Lines = std::span<const std::string_view>;
 
 /// Line numbers are 32 bits wide, and the table of them holds twice as many.
-constexpr std::uint64_t kMostLines = std::uint64_t{1} << 30U;
+constexpr std::uint64_t kMaxLines = std::uint64_t{1} << 30U;
 
 /// Per line: its view, numbers, table slots and places in the two indexes, and at worst a run of
 /// its own.
@@ -37,7 +37,7 @@ class Comparison {
   std::vector<TextRun> run() {
     const std::uint64_t lines =
         std::uint64_t{CountLines(ends_.middle1)} + CountLines(ends_.middle2);
-    if (lines > kMostLines) throw std::bad_alloc();
+    if (lines > kMaxLines) throw std::bad_alloc();
     take(lines * kBytesPerLine);
     lines1_ = SplitLines(ends_.middle1);
     lines2_ = SplitLines(ends_.middle2);

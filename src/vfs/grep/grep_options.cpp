@@ -19,7 +19,7 @@ constexpr std::string_view kEditUsage =
     "<pattern> <replacement> [path-glob…]";
 
 /// More context than anybody reads.
-constexpr std::uint64_t kMostContext = 1000;
+constexpr std::uint64_t kMaxContext = 1000;
 
 /// Sets what a flag stands for; false for a value that it cannot have.
 using Apply = bool (*)(GrepOptions&, const std::string& value);
@@ -35,7 +35,7 @@ struct Flag {
 std::optional<std::size_t> ContextLines(const std::string& value) {
   const auto count = ParseDecimal(value);
   if (!count) return std::nullopt;
-  return static_cast<std::size_t>(std::min(*count, kMostContext));
+  return static_cast<std::size_t>(std::min(*count, kMaxContext));
 }
 
 template <GrepShow show>

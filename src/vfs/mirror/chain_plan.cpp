@@ -38,8 +38,8 @@ class Planner {
  private:
   void replay(const Change& change) {
     if (change.archived != 0) note_archive(change);
-    if (change.buried != 0) {
-      buried_before_ = std::exchange(buried_, change.buried);
+    if (change.tombstone_version != 0) {
+      buried_before_ = std::exchange(buried_, change.tombstone_version);
     } else if (change.kind == ChangeKind::kRestore) {
       buried_ = 0;
     }
@@ -109,8 +109,8 @@ class Planner {
            (facts_.has_tombstone && (last.archived == 0 || archives_.contains(last.archived)));
   }
 
-  /// A copy that is not there may have been archived by a save, or buried by a delete, whose line
-  /// was lost.
+  /// A copy that is not there may have been archived by a save, or made a tombstone by a delete,
+  /// whose line was lost.
   [[nodiscard]] bool was_written(const Change& last) const {
     if (last.archived != 0 && !archives_.contains(last.archived)) return false;
     if (last.archived != 0 && last.holds == last.version) return true;  // carried by a move
@@ -202,8 +202,10 @@ class Planner {
 
   void find_copy_and_tombstone() {
     bool copy_free = facts_.has_copy;
-    if (PlannedRecord* buried = find(buried_); buried != nullptr && facts_.has_tombstone) {
-      if (buried->source.kind == Kind::kNone) buried->source = {Kind::kTombstone, 0};
+    if (PlannedRecord* tombstone_version = find(buried_);
+        tombstone_version != nullptr && facts_.has_tombstone) {
+      if (tombstone_version->source.kind == Kind::kNone)
+        tombstone_version->source = {Kind::kTombstone, 0};
     }
     bool tombstone_free = facts_.has_tombstone;
     bool behind_delete = false;

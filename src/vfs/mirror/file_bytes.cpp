@@ -29,7 +29,7 @@ Result<Blob> ReadBlob(platform::FileSystem& files, const std::string& path) {
   if (!file) return std::unexpected(file.error());
   const auto size = (*file)->size();
   if (!size) return std::unexpected(size.error());
-  if (*size > kLargestFile) return Fail(ErrorKind::kNoSpace, "cannot read " + path + ": too large");
+  if (*size > kMaxFile) return Fail(ErrorKind::kNoSpace, "cannot read " + path + ": too large");
   try {
     return ReadInto(**file, *size);
   } catch (const std::bad_alloc&) {
@@ -37,7 +37,7 @@ Result<Blob> ReadBlob(platform::FileSystem& files, const std::string& path) {
   }
 }
 
-bool LooksSame(const platform::FileStatus& a, const platform::FileStatus& b) {
+bool SameStat(const platform::FileStatus& a, const platform::FileStatus& b) {
   return a.type == b.type && a.size == b.size && a.modified_ns == b.modified_ns &&
          a.changed_ns == b.changed_ns && a.file_id == b.file_id;
 }

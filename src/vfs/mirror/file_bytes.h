@@ -9,13 +9,13 @@
 namespace mrb::vfs {
 
 /// No single file larger than this is held in memory; such a file is left out and named.
-inline constexpr std::uint64_t kLargestFile = std::uint64_t{1} << 32U;
+inline constexpr std::uint64_t kMaxFile = std::uint64_t{1} << 32U;
 
 /// The whole file. kNoSpace when it is too large for the memory there is.
 [[nodiscard]] Result<Blob> ReadBlob(platform::FileSystem& files, const std::string& path);
 
 /// Whether two looks at a file saw the same file, unchanged.
-[[nodiscard]] bool LooksSame(const platform::FileStatus& a, const platform::FileStatus& b);
+[[nodiscard]] bool SameStat(const platform::FileStatus& a, const platform::FileStatus& b);
 
 /// Whether a file that looked like `status` at `now_ns` could have changed again without looking
 /// different: clocks of file systems are coarse.

@@ -15,7 +15,7 @@ namespace {
 
 // Nobody saves a file more often; a larger number is damage, and counting on from it would
 // overflow.
-constexpr std::int64_t kLargestVersion = 0x7fffffff;
+constexpr std::int64_t kMaxVersion = 0x7fffffff;
 
 struct KindName {
   ChangeKind kind;
@@ -46,7 +46,7 @@ std::optional<std::uint32_t> VersionField(const JsonValue& object, std::string_v
   const JsonValue value = object.find(key);
   if (!value.exists()) return 0;
   const auto number = value.integer();
-  if (!number || *number < 0 || *number > kLargestVersion) return std::nullopt;
+  if (!number || *number < 0 || *number > kMaxVersion) return std::nullopt;
   return static_cast<std::uint32_t>(*number);
 }
 
@@ -85,13 +85,13 @@ std::optional<Change> ChangeOf(const JsonValue& object) {
   const auto version = VersionField(object, "version");
   const auto archived = VersionField(object, "archived");
   const auto holds = VersionField(object, "holds");
-  const auto buried = VersionField(object, "buried");
+  const auto tombstone_version = VersionField(object, "buried");
   const auto same_as = VersionField(object, "same_as");
   const auto size = object.find("size").integer();
   auto path = PathField(object);
   if (kind == kKindNames.end() || !version || *version == 0 || !archived || !holds)
     return std::nullopt;
-  if (!buried || !same_as) return std::nullopt;
+  if (!tombstone_version || !same_as) return std::nullopt;
   if (!size || *size < 0 || !path || path->empty()) return std::nullopt;
   return Change{.version = *version,
                 .author = object.find("author").text(),
@@ -101,7 +101,7 @@ std::optional<Change> ChangeOf(const JsonValue& object) {
                 .size = static_cast<std::uint64_t>(*size),
                 .archived = *archived,
                 .holds = *holds,
-                .buried = *buried,
+                .tombstone_version = *tombstone_version,
                 .same_as = *same_as,
                 .carried = object.find("carried").boolean().value_or(false)};
 }
@@ -132,7 +132,7 @@ std::string ChangeLine(const Change& change) {
     AppendNumber(line, "archived", change.archived);
     AppendNumber(line, "holds", change.holds);
   }
-  if (change.buried != 0) AppendNumber(line, "buried", change.buried);
+  if (change.tombstone_version != 0) AppendNumber(line, "buried", change.tombstone_version);
   if (change.same_as != 0) AppendNumber(line, "same_as", change.same_as);
   if (change.carried) line += ",\"carried\":true";
   return line + "}\n";

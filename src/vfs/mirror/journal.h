@@ -36,11 +36,11 @@ struct Change {
 
   /// What the mirror did for it, so that a reload finds the bytes of every version again. Zero:
   /// nothing to tell.
-  std::uint32_t archived = 0;  ///< the archive file of this number ...
-  std::uint32_t holds = 0;     ///< ... now holds the bytes of this version
-  std::uint32_t buried = 0;    ///< the tombstone file now holds the bytes of this version
-  std::uint32_t same_as = 0;   ///< the version whose bytes these are too
-  bool carried = false;        ///< no event: a version that came along when its file moved
+  std::uint32_t archived = 0;           ///< the archive file of this number ...
+  std::uint32_t holds = 0;              ///< ... now holds the bytes of this version
+  std::uint32_t tombstone_version = 0;  ///< the tombstone file now holds the bytes of this version
+  std::uint32_t same_as = 0;            ///< the version whose bytes these are too
+  bool carried = false;                 ///< no event: a version that came along when its file moved
 };
 
 /// One change as a line of JSON (RFC 8259) with its line feed.

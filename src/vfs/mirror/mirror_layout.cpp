@@ -19,10 +19,10 @@ constexpr std::string_view kNumberMark = ".xx";
 
 // File systems end a name at 255 bytes; the longest decoration is "." + name + ".oldversions", and
 // inside that folder name + ".xx" + ten digits.
-constexpr std::size_t kLongestName = 240;
+constexpr std::size_t kMaxName = 240;
 constexpr std::size_t kKeptOfLongName = 200;
 
-constexpr std::size_t kLongestKey = 40;
+constexpr std::size_t kMaxKey = 40;
 constexpr std::size_t kKeptOfLongKey = 24;
 
 std::string Hex8(std::uint32_t value) {
@@ -40,7 +40,7 @@ std::string_view NameOf(std::string_view path) {
 }
 
 std::string ShortName(std::string_view name) {
-  if (name.size() <= kLongestName) return std::string(name);
+  if (name.size() <= kMaxName) return std::string(name);
   return std::string(CutUtf8(name, kKeptOfLongName)) + "_" + Hex8(Fnv1a32(name));
 }
 
@@ -165,7 +165,7 @@ std::string MirrorKey(std::string_view disk_root, std::string_view executable_fo
     return std::string(disk_root.substr(prefix + 1));
   }
   std::string key = Sanitised(disk_root);
-  if (key.size() <= kLongestKey) return key;
+  if (key.size() <= kMaxKey) return key;
   key.resize(kKeptOfLongKey);
   return key + "_" + Hex8(Fnv1a32(disk_root));
 }

@@ -5,7 +5,7 @@
 #include <unordered_map>
 
 #include "vfs/mirror/chain_plan.h"
-#include "vfs/mirror/file_write.h"
+#include "vfs/mirror/version_write.h"
 
 namespace mrb::vfs {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/system_memory.h"
+#include "platform/system_info.h"
 #include "vfs/diff/file_diff.h"
 #include "vfs/model/nodes.h"
 

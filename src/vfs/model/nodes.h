@@ -81,7 +81,8 @@ class File : public iFileSystemObj {
   vfs::Blob content;                   ///< the working bytes
   std::vector<VersionRecord> history;  ///< oldest first
   std::uint32_t next_archive = 1;      ///< no archive file has this number or a higher one
-  std::uint32_t buried = 0;  ///< the version that the mirror's tombstone file holds; 0: none
+  std::uint32_t tombstone_version =
+      0;  ///< the version that the mirror's tombstone file holds; 0: none
 };
 
 /// A folder of nodes, for listings and comparisons.

@@ -10,8 +10,8 @@ namespace mrb::vfs {
 namespace {
 
 // More than anybody writes by hand; a list is looked through for every file of a tree.
-constexpr std::size_t kMostEndings = 256;
-constexpr std::size_t kLongestEnding = 64;
+constexpr std::size_t kMaxEndings = 256;
+constexpr std::size_t kMaxEnding = 64;
 
 constexpr std::string_view kBuiltIn = "default";
 
@@ -58,14 +58,13 @@ Status ExtensionFilter::add(std::string_view given) {
   std::string_view ending = given;
   if (ending.starts_with("*.")) ending.remove_prefix(1);
   if (ending.starts_with('.')) ending.remove_prefix(1);
-  if (ending.empty() || ending.size() > kLongestEnding ||
-      !std::ranges::all_of(ending, IsEndingByte)) {
+  if (ending.empty() || ending.size() > kMaxEnding || !std::ranges::all_of(ending, IsEndingByte)) {
     return Wrong("'" + std::string(given) + "' is no extension");
   }
   std::string added = "." + LowerAscii(ending);
   if (std::ranges::find(endings_, added) != endings_.end()) return {};
-  if (endings_.size() == kMostEndings) {
-    return Wrong("more than " + std::to_string(kMostEndings) + " extensions");
+  if (endings_.size() == kMaxEndings) {
+    return Wrong("more than " + std::to_string(kMaxEndings) + " extensions");
   }
   endings_.push_back(std::move(added));
   return {};

@@ -6,7 +6,7 @@
 
 #include "common/text.h"
 #include "platform/file_lock.h"
-#include "platform/replace_file.h"
+#include "platform/files.h"
 
 namespace mrb::vfs {
 namespace {
@@ -14,7 +14,7 @@ namespace {
 using platform::PathStyle;
 
 // A hundred thousand long paths; beyond, it is not one of our files.
-constexpr std::uint64_t kMostBytes = std::uint64_t{64} << 20U;
+constexpr std::uint64_t kMaxBytes = std::uint64_t{64} << 20U;
 
 // A change takes a few milliseconds.
 constexpr int kLockAttempts = 100;
@@ -53,7 +53,7 @@ Result<std::vector<std::string>> LineFile::read() const {
     if (status.error().kind == ErrorKind::kNotFound) return lines;
     return std::unexpected(status.error());
   }
-  if (status->size > kMostBytes) {
+  if (status->size > kMaxBytes) {
     return Fail(ErrorKind::kCorrupt, "cannot read " + path_ + ": it is too large");
   }
   const auto text = platform::ReadFile(files_, path_);

@@ -14,9 +14,9 @@ namespace mrb::search {
 /// number of threads may search.
 class ClassSearch {
  public:
-  static constexpr std::size_t kMostSets = 3;
+  static constexpr std::size_t kMaxSets = 3;
 
-  /// One set to kMostSets of them.
+  /// One set to kMaxSets of them.
   explicit ClassSearch(const std::vector<ByteSet>& sets);
 
   /// The first place at `from` or later where byte i is in set i; npos when there is none.
@@ -37,8 +37,8 @@ class ClassSearch {
   [[nodiscard]] bool fits(const char* at) const;
 
   std::size_t count_ = 0;
-  std::array<ByteSet, kMostSets> sets_;
-  std::array<Halves, kMostSets> halves_;
+  std::array<ByteSet, kMaxSets> sets_;
+  std::array<Halves, kMaxSets> halves_;
   Scan scan_ = nullptr;
 };
 

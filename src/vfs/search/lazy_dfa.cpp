@@ -52,7 +52,7 @@ std::uint32_t LazyDfa::step(std::uint32_t from, unsigned char byte) {
     std::ranges::sort(next.places);
     next.places.erase(std::ranges::unique(next.places).begin(), next.places.end());
   }
-  if (rows_.size() >= kMostStates) {
+  if (rows_.size() >= kMaxStates) {
     numbers_.clear();
     states_.clear();
     rows_.clear();

@@ -29,7 +29,7 @@ class LazyDfa {
  private:
   static constexpr std::uint32_t kUnknown = UINT32_MAX;
   static constexpr std::uint32_t kMatched = UINT32_MAX - 1;
-  static constexpr std::size_t kMostStates = 2048;  // 1 KB each
+  static constexpr std::size_t kMaxStates = 2048;  // 1 KB each
 
   struct State {
     std::vector<std::uint32_t> places;  // in rising order

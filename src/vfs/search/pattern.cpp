@@ -67,7 +67,7 @@ class PatternParser {
   }
 
   Result<Pattern> run() {
-    if (rest_.size() > Pattern::kLongest) return wrong("pattern too long");
+    if (rest_.size() > Pattern::kMaxLength) return wrong("pattern too long");
     Result<std::uint32_t> root = options_.literal ? all_literal() : expression();
     if (!root) return std::unexpected(std::move(root.error()));
     if (!rest_.empty()) return wrong("unmatched ) in pattern");
@@ -294,7 +294,7 @@ class PatternParser {
         if (!counted) return std::unexpected(counted.error());
         if (!*counted) return part;
       }
-      if (times == Pattern::kMostStacked) return wrong("too many repetitions of a repetition");
+      if (times == Pattern::kMaxStacked) return wrong("too many repetitions of a repetition");
       part = add_list(NodeKind::kRepeat, {part});
       pattern_.nodes[part].least = least;
       pattern_.nodes[part].most = most;
@@ -313,7 +313,7 @@ class PatternParser {
     const auto low_count = ParseDecimal(low.empty() ? "0" : low);
     const auto high_count = ParseDecimal(high.empty() ? "0" : high);
     if (!low_count || !high_count || (low.empty() && high.empty())) return false;
-    if (*low_count > Pattern::kMostRepeats || *high_count > Pattern::kMostRepeats) {
+    if (*low_count > Pattern::kMaxRepeats || *high_count > Pattern::kMaxRepeats) {
       return wrong("repetition count above 1000");
     }
     least = static_cast<std::uint32_t>(*low_count);

@@ -51,10 +51,10 @@ struct Node {
 /// are characters.
 struct Pattern {
   /// Bounds for patterns of strangers, beyond what people write.
-  static constexpr std::size_t kLongest = 65'536;
+  static constexpr std::size_t kMaxLength = 65'536;
   static constexpr std::size_t kDeepest = 200;
-  static constexpr std::size_t kMostStacked = 4;  // as in a+*
-  static constexpr std::uint32_t kMostRepeats = 1000;
+  static constexpr std::size_t kMaxStacked = 4;  // as in a+*
+  static constexpr std::uint32_t kMaxRepeats = 1000;
 
   std::vector<Node> nodes;  ///< the root last
   std::uint32_t groups = 0;

@@ -16,7 +16,7 @@ class Compiler {
   }
 
  private:
-  [[nodiscard]] bool full() const { return program_.steps.size() > Program::kMostInstructions; }
+  [[nodiscard]] bool full() const { return program_.steps.size() > Program::kMaxInstructions; }
 
   std::uint32_t add(const Instruction& step) {
     program_.steps.push_back(step);

@@ -32,7 +32,7 @@ struct Instruction {
 
 struct Program {
   /// A counted repetition is written out, so that its counts multiply; this ends it.
-  static constexpr std::size_t kMostInstructions = 20'000;
+  static constexpr std::size_t kMaxInstructions = 20'000;
 
   std::vector<Instruction> steps;
   std::vector<ByteSet> sets;

@@ -18,7 +18,7 @@ struct Part {
 using Run = std::vector<Part>;
 
 /// Longer ones find nothing more.
-constexpr std::size_t kLongestRun = 8;
+constexpr std::size_t kMaxRun = 8;
 
 /// A place that fits is looked at again with its whole line, which costs as much as this many bytes
 /// of the automaton: the sets must be found together less often.
@@ -62,7 +62,7 @@ struct Window {
 
 Window RarestWindow(const Run& run) {
   Window best;
-  const std::size_t size = std::min(run.size(), ClassSearch::kMostSets);
+  const std::size_t size = std::min(run.size(), ClassSearch::kMaxSets);
   for (std::size_t begin = 0; size > 0 && begin + size <= run.size(); ++begin) {
     double often = 1;
     for (std::size_t i = begin; i < begin + size; ++i) often *= run[i].often;
@@ -76,12 +76,12 @@ void KeepRarer(Run& kept, const Run& other) {
 }
 
 void CutFront(Run& run) {
-  if (run.size() > kLongestRun) run.resize(kLongestRun);
+  if (run.size() > kMaxRun) run.resize(kMaxRun);
 }
 
 void CutBack(Run& run) {
-  if (run.size() > kLongestRun) {
-    run.erase(run.begin(), run.end() - static_cast<std::ptrdiff_t>(kLongestRun));
+  if (run.size() > kMaxRun) {
+    run.erase(run.begin(), run.end() - static_cast<std::ptrdiff_t>(kMaxRun));
   }
 }
 
@@ -98,7 +98,7 @@ Facts Exactly(const Run& run) {
 Facts Followed(Facts a, const Facts& b) {
   Facts facts;
   const Run middle = Joined(a.last, b.first);
-  facts.is_exact = a.is_exact && b.is_exact && middle.size() <= kLongestRun;
+  facts.is_exact = a.is_exact && b.is_exact && middle.size() <= kMaxRun;
   facts.first = a.is_exact ? Joined(a.first, b.first) : std::move(a.first);
   facts.last = b.is_exact ? middle : b.last;
   facts.inside = std::move(a.inside);
@@ -135,9 +135,9 @@ Facts Either(const Facts& a, const Facts& b) {
 Facts Repeated(const Facts& part, std::uint32_t least, std::uint32_t most) {
   if (least == 0) return {};
   Facts facts = part;
-  for (std::uint32_t i = 1; i < least && i < kLongestRun; ++i) facts = Followed(facts, part);
+  for (std::uint32_t i = 1; i < least && i < kMaxRun; ++i) facts = Followed(facts, part);
   // Whatever stands between the first and the last ones.
-  if (most != least || least > kLongestRun) facts.is_exact = false;
+  if (most != least || least > kMaxRun) facts.is_exact = false;
   return facts;
 }
 

@@ -6,7 +6,7 @@
 
 namespace mrb::search {
 
-/// Sets of bytes, at most ClassSearch::kMostSets, that stand for consecutive bytes of every match,
+/// Sets of bytes, at most ClassSearch::kMaxSets, that stand for consecutive bytes of every match,
 /// and that are found together rarely enough in program text and prose to be worth looking for.
 /// Empty when there are none.
 [[nodiscard]] std::vector<ByteSet> FindRequiredClasses(const Pattern& pattern);

@@ -14,11 +14,11 @@ struct Facts {
 };
 
 /// Longer common parts are not looked for: patterns with such alternatives are rare.
-constexpr std::size_t kMostCompared = 256;
+constexpr std::size_t kMaxCompared = 256;
 
 std::string LongestCommon(std::string_view a, std::string_view b) {
   std::string_view best;
-  if (a.size() > kMostCompared || b.size() > kMostCompared) return {};
+  if (a.size() > kMaxCompared || b.size() > kMaxCompared) return {};
   for (std::size_t from = 0; from < a.size(); ++from) {
     for (std::size_t size = best.size() + 1; from + size <= a.size(); ++size) {
       if (!b.contains(a.substr(from, size))) break;

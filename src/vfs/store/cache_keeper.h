@@ -6,7 +6,7 @@
 #include <mutex>
 #include <string>
 
-#include "platform/system_memory.h"
+#include "platform/system_info.h"
 #include "vfs/store/version_store.h"
 
 namespace mrb::vfs {

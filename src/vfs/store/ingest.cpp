@@ -14,12 +14,11 @@
 #include <ranges>
 
 #include "common/parallel.h"
-#include "common/share_out.h"
 #include "common/text.h"
+#include "platform/files.h"
 #include "platform/local_time.h"
 #include "platform/paths.h"
-#include "platform/replace_file.h"
-#include "platform/system_memory.h"
+#include "platform/system_info.h"
 #include "platform/tree_visitor.h"
 #include "vfs/mirror/bulk_reader.h"
 #include "vfs/mirror/file_bytes.h"
@@ -28,7 +27,7 @@
 namespace mrb::vfs {
 namespace {
 
-constexpr std::size_t kMostSamples = 200;
+constexpr std::size_t kMaxSamples = 200;
 constexpr std::uint64_t kMemoryMargin = std::uint64_t{2} << 30U;
 constexpr std::size_t kItemsPerTurn = 16;
 constexpr std::size_t kProgressStep = 256;  // a multiple of it
@@ -84,7 +83,7 @@ std::string LinesOf(const std::string& path, const std::vector<PlannedRecord>& p
       change.archived = planned.source.number;
       change.holds = planned.version;
     }
-    if (planned.tombstone) change.buried = newest;
+    if (planned.tombstone) change.tombstone_version = newest;
     newest = planned.source.kind == ByteSource::Kind::kTombstone ? planned.version : 0;
     lines += ChangeLine(change);
   }
@@ -105,7 +104,7 @@ class Ingest::Look final : public platform::TreeVisitor {
 
   void file(std::string_view path, const platform::FileStatus& status) override {
     if (IsReservedName(BaseName(path))) return;
-    if (status.size > kLargestFile) {
+    if (status.size > kMaxFile) {
       ingest_.report_.unreadable.emplace_back(path);
       ingest_.excluded_.emplace(path);
       return;
@@ -340,7 +339,7 @@ void Ingest::read_all() {
     };
   };
   if (may_run_parallel()) {
-    ShareOut(items_.size(), kItemsPerTurn, start);
+    ParallelFor(items_.size(), kItemsPerTurn, start);
   } else {
     auto work = start();
     work(0, items_.size());
@@ -376,7 +375,8 @@ void Ingest::read_records(Item& item, BulkReader& reader) {
   auto [plan, guessed] = PlanChain(item.facts, item.changes);
   if (guessed) item.lines = LinesOf(item.path, plan);
   for (const PlannedRecord& planned : plan) {
-    if (planned.source.kind == ByteSource::Kind::kTombstone) item.buried = planned.version;
+    if (planned.source.kind == ByteSource::Kind::kTombstone)
+      item.tombstone_version = planned.version;
   }
   if (item.facts.archives.size() > kArchivedInMemory) {
     std::array<char, 120> counts{};
@@ -422,11 +422,11 @@ bool Ingest::copy_is_working_file(const Item& item, const PlannedRecord& planned
   if (copy.size != item.bytes.bytes().size()) return false;
   platform::FileSystem& files = *store_.places_.files;
   const StatEntry* known = looks_.find(item.path);
-  if (known != nullptr && known->version == planned.version && LooksSame(known->copy, copy) &&
-      LooksSame(known->working, item.status)) {
+  if (known != nullptr && known->version == planned.version && SameStat(known->copy, copy) &&
+      SameStat(known->working, item.status)) {
     // The file was read after its status was: both are of one state only if it still looks so.
     const auto now = files.status(store_.working_path(item.path));
-    if (now && LooksSame(*now, item.status)) return true;
+    if (now && SameStat(*now, item.status)) return true;
   }
   return HoldsBytes(files, store_.places_.mirror_copy(item.path), item.bytes.bytes());
 }
@@ -469,7 +469,7 @@ void Ingest::place(Item& item) {
   if (!item.on_disk && item.records.empty()) return;
   File& file = store_.table_.add(item.path);
   file.next_archive = FirstFreeArchive(item.facts);
-  file.buried = item.buried;
+  file.tombstone_version = item.tombstone_version;
   guessed_lines_ += item.lines;
   if (item.records.empty()) return place_new(item, file);
   file.history = std::move(item.records);
@@ -502,13 +502,13 @@ void Ingest::settle_changes() {
   const bool flush_later = store_.places_.files->syncs_volumes() && changed_.size() > kFewFiles;
   for (const Item* item : changed_) {
     File* file = store_.table_.find(item->path);
-    if (!item->on_disk) store_.lose_outside(*file);
+    if (!item->on_disk) store_.record_external_delete(*file);
   }
   for (Item* item : changed_) {
     if (!item->on_disk) continue;
     File* file = store_.table_.find(item->path);
-    store_.take_outside(*file, std::move(item->bytes), Trusted(item->status, NowNanoseconds()),
-                        flush_later);
+    store_.record_external_change(*file, std::move(item->bytes),
+                                  Trusted(item->status, NowNanoseconds()), flush_later);
   }
   if (!flush_later) return;
   if (const Status flushed = store_.flush_volume(); !flushed) {
@@ -526,7 +526,7 @@ void Ingest::count(const File& file) {
   report_.current_bytes += size;
   ++report_.files;
   ++report_.by_extension[Extension(file.name)];
-  if (report_.sample.size() < kMostSamples) report_.sample.push_back(file.name);
+  if (report_.sample.size() < kMaxSamples) report_.sample.push_back(file.name);
 }
 
 Result<IngestReport> VersionStore::ingest(const Progress& progress) {

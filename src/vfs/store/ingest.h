@@ -41,8 +41,8 @@ class Ingest {
     bool failed = false;   ///< it is there but cannot be read, or its mirror copy cannot be written
     Blob bytes;
     std::vector<VersionRecord> records;
-    std::string lines;         ///< of the journal, when it did not tell the history
-    std::uint32_t buried = 0;  ///< the version that the mirror's tombstone file holds
+    std::string lines;                    ///< of the journal, when it did not tell the history
+    std::uint32_t tombstone_version = 0;  ///< the version that the mirror's tombstone file holds
   };
 
   [[nodiscard]] Status look();

@@ -12,8 +12,8 @@ namespace {
 // A file that is saved every second must not fill the memory of a resident that runs for months:
 // past twice the window that a start would load, the oldest records stay on the disk alone.
 constexpr std::size_t kHeldAfterTrim = kArchivedInMemory + 1;
-constexpr std::size_t kMostHeld = 2 * kHeldAfterTrim;
-constexpr std::size_t kMostChanges = 10'000;
+constexpr std::size_t kMaxHeld = 2 * kHeldAfterTrim;
+constexpr std::size_t kMaxChanges = 10'000;
 
 constexpr std::string_view kMergeNotice =
     "merge required (file was flagged dirty by an earlier op)";
@@ -57,7 +57,7 @@ bool VersionStore::check_in(iFileSystemObj* node, bool dirty) {
   if (file == nullptr) return false;
   if (is_cache()) return promote(file);
   if (!may_write(*file, dirty)) return false;
-  if (!absorb_outside(*file)) return false;
+  if (!absorb_external_change(*file)) return false;
   if (!file->is_gone() && file->history.back().bytes.equals(file->content)) return true;
   return mint(*file, {});
 }
@@ -66,11 +66,11 @@ bool VersionStore::promote(iFileSystemObj* node) {
   const Lock guard = lock();
   File* file = writable_file(node);
   if (file == nullptr) return false;
-  FileWrite write(places_, file->name, file->content.bytes());
+  VersionWrite write(places_, file->name, file->content.bytes());
   write.leave_mirror();
-  auto failure = write.stage();
-  if (!failure) failure = write.place();
-  if (!failure) failure = write.settle(nullptr);
+  auto failure = write.write_temporaries();
+  if (!failure) failure = write.commit_working();
+  if (!failure) failure = write.sync(nullptr);
   if (failure) return refuse(failure->reason);
   look_at(*file);
   return true;
@@ -79,7 +79,7 @@ bool VersionStore::promote(iFileSystemObj* node) {
 /// Another program may have saved the file since the last look at it. That save becomes a version
 /// of its own before it is written over; false, with the reason, when it cannot be archived. The
 /// caller's working bytes stay the working bytes.
-bool VersionStore::absorb_outside(File& file) {
+bool VersionStore::absorb_external_change(File& file) {
   const Blob content = file.content;
   const std::string message = message_;
   if (const auto retry = failing_.find(file.name); retry != failing_.end()) retry->second.next = {};
@@ -135,15 +135,17 @@ bool VersionStore::write_version(File& file, const Minting& minting) {
   }
   const bool seeds = setup_.policy.scope == Policy::Scope::kEdited && before != nullptr &&
                      file.history.size() >= 2;
-  FileWrite write(places_, file.name, file.content.bytes());
+  VersionWrite write(places_, file.name, file.content.bytes());
   if (minting.writes == Writes::kMirror) write.leave_working_file();
   if (minting.flush_later) write.flush_later();
-  if (auto failure = write.aim(file.next_archive, seeds)) return write_failed(file, *failure);
+  if (auto failure = write.reserve_archive(file.next_archive, seeds))
+    return write_failed(file, *failure);
   if (seeds) {
-    if (auto failure = write.seed(before->bytes.bytes())) return write_failed(file, *failure);
+    if (auto failure = write.archive_original(before->bytes.bytes()))
+      return write_failed(file, *failure);
   }
-  if (auto failure = write.stage()) return write_failed(file, *failure);
-  if (auto failure = write.place()) return write_failed(file, *failure);
+  if (auto failure = write.write_temporaries()) return write_failed(file, *failure);
+  if (auto failure = write.commit_working()) return write_failed(file, *failure);
   Change change = change_of(file, file.version == 1 ? ChangeKind::kCreate : ChangeKind::kModify);
   if (write.archived() != 0 && before != nullptr) {
     change.archived = write.archived();
@@ -152,21 +154,21 @@ bool VersionStore::write_version(File& file, const Minting& minting) {
   if (const Status logged = log(change); !logged) {
     return write_failed(file, {"vc journal write failed", true});
   }
-  auto failure = write.mirror();
+  auto failure = write.commit_mirror();
   if (!failure) {
-    failure = write.settle(&journal_);
+    failure = write.sync(&journal_);
     if (failure) write.undo_mirror();
   }
   if (failure) return write_failed(file, *failure);
   if (write.archived() != 0) file.next_archive = write.archived() + 1;
-  if (file.history.size() > kMostHeld && places_.mirrors(file.name)) {
+  if (file.history.size() > kMaxHeld && places_.mirrors(file.name)) {
     file.history.erase(file.history.begin(), file.history.end() - kHeldAfterTrim);
   }
   if (minting.writes == Writes::kBoth) look_at(file);
   return true;
 }
 
-bool VersionStore::write_failed(File& file, const FileWrite::Failure& failure) {
+bool VersionStore::write_failed(File& file, const VersionWrite::Failure& failure) {
   if (failure.of_mirror) {
     if (!failing_.contains(file.name))
       warn("warning: mirror write failed for '" + working_path(file.name) + "': " + failure.reason +
@@ -181,8 +183,8 @@ bool VersionStore::write_failed(File& file, const FileWrite::Failure& failure) {
 /// Appends to the change log; the journal is flushed by whoever writes the change.
 Status VersionStore::log(const Change& change) {
   ++edits_;
-  if (changes_.size() >= kMostChanges) {
-    changes_.erase(changes_.begin(), changes_.begin() + kMostChanges / 2);
+  if (changes_.size() >= kMaxChanges) {
+    changes_.erase(changes_.begin(), changes_.begin() + kMaxChanges / 2);
   }
   changes_.push_back(change);
   if (setup_.changed) setup_.changed(*this, change);

@@ -5,7 +5,7 @@
 #include <ranges>
 
 #include "platform/paths.h"
-#include "platform/sync_together.h"
+#include "platform/sync_all.h"
 #include "vfs/mirror/file_bytes.h"
 #include "vfs/mirror/mirror_scan.h"
 #include "vfs/model/reserved_names.h"
@@ -30,20 +30,20 @@ bool VersionStore::remove(iFileSystemObj* node) {
     return true;
   }
   if (!may_write(*file, false)) return false;
-  if (!absorb_outside(*file)) return false;
+  if (!absorb_external_change(*file)) return false;
   if (file->is_gone()) return true;
-  return bury(*file, true);
+  return append_tombstone(*file, true);
 }
 
 /// Appends a tombstone and takes both files away. The mirror goes first: once the working file is
 /// gone, its bytes must have their place.
-bool VersionStore::bury(File& file, bool remove_working_file) {
+bool VersionStore::append_tombstone(File& file, bool remove_working_file) {
   platform::FileSystem& files = *places_.files;
   const VersionRecord last = file.history.back();
   append_record(file, {}, true);
   std::vector<platform::SyncTarget> flushed;
   if (places_.mirrors(file.name)) {
-    if (const auto reason = bury_copy(file, last, flushed); !reason.empty()) {
+    if (const auto reason = move_copy_to_tombstone(file, last, flushed); !reason.empty()) {
       return write_failed(file, {std::string(reason), true});
     }
   } else {
@@ -53,12 +53,12 @@ bool VersionStore::bury(File& file, bool remove_working_file) {
   if (remove_working_file) {
     const Status removed = files.remove_file(target);
     if (!removed && removed.error().kind != ErrorKind::kNotFound) {
-      dig_up_copy(file);
+      move_tombstone_back(file);
       return write_failed(file, {removed.error().text, places_.mirrors(file.name)});
     }
     if (removed) flushed.emplace_back(ParentPath(target));
   }
-  if (const Status synced = platform::SyncTogether(files, flushed); !synced) {
+  if (const Status synced = platform::SyncAll(files, flushed); !synced) {
     warn("warning: a delete of '" + target +
          "' may not be on the disk yet: " + synced.error().text + "\n");
   }
@@ -68,8 +68,8 @@ bool VersionStore::bury(File& file, bool remove_working_file) {
 
 /// Gives the mirror's copy the tombstone's name; an older file of that name goes to the archive
 /// first. The answer is why it could not be done; `flushed` gets what is to be flushed.
-std::string_view VersionStore::bury_copy(File& file, const VersionRecord& last,
-                                         std::vector<platform::SyncTarget>& flushed) {
+std::string_view VersionStore::move_copy_to_tombstone(File& file, const VersionRecord& last,
+                                                      std::vector<platform::SyncTarget>& flushed) {
   platform::FileSystem& files = *places_.files;
   const std::string tombstone = layout_.tombstone(file.name);
   const std::string copy = places_.mirror_copy(file.name);
@@ -77,12 +77,12 @@ std::string_view VersionStore::bury_copy(File& file, const VersionRecord& last,
   const auto has_copy = IsThere(files, copy);
   if (!has_tombstone || !has_copy) return "vc tombstone move failed";
   Change change = change_of(file, ChangeKind::kDelete);
-  change.buried = last.version;
+  change.tombstone_version = last.version;
   if (*has_tombstone) {
     const auto number = FreeArchive(places_, file.name, file.next_archive);
     if (!number) return "vc archive move failed";
     change.archived = *number;
-    change.holds = file.buried;
+    change.holds = file.tombstone_version;
   }
   if (!*has_copy && !announce_unmirrored(file, last)) return "vc journal write failed";
   if (!log(change)) return "vc journal write failed";
@@ -101,14 +101,14 @@ std::string_view VersionStore::bury_copy(File& file, const VersionRecord& last,
   if (*has_copy) {
     if (!files.rename_replace(copy, tombstone)) return "vc tombstone move failed";
   } else {
-    FileWrite write(places_, file.name, last.bytes.bytes());
+    VersionWrite write(places_, file.name, last.bytes.bytes());
     write.leave_working_file();
-    if (write.stage()) return "vc temp write failed";
+    if (write.write_temporaries()) return "vc temp write failed";
     if (!files.rename_replace(layout_.temporary(file.name), tombstone)) {
       return "vc tombstone move failed";
     }
   }
-  file.buried = last.version;
+  file.tombstone_version = last.version;
   flushed.emplace_back(ParentPath(tombstone));
   if (journal_.file() != nullptr) flushed.emplace_back(journal_.file());
   return {};
@@ -126,11 +126,11 @@ Status VersionStore::announce_unmirrored(const File& file, const VersionRecord& 
 }
 
 /// As far as the system allows: what cannot be moved back is found by the next start.
-void VersionStore::dig_up_copy(File& file) {
+void VersionStore::move_tombstone_back(File& file) {
   if (!places_.mirrors(file.name)) return;
   static_cast<void>(
       MoveToCopy(*places_.files, layout_.tombstone(file.name), places_.mirror_copy(file.name)));
-  file.buried = 0;
+  file.tombstone_version = 0;
 }
 
 bool VersionStore::restore(iFileSystemObj* node) {
@@ -138,15 +138,16 @@ bool VersionStore::restore(iFileSystemObj* node) {
   File* file = writable_file(node);
   if (file == nullptr) return false;
   if (!may_write(*file, false)) return false;
-  if (!absorb_outside(*file)) return false;
+  if (!absorb_external_change(*file)) return false;
   const VersionRecord* newest = file->newest_content();
   if (newest == nullptr) return refuse("no content version to restore");
   if (!file->is_gone() && platform::Exists(*places_.files, working_path(file->name))) return true;
-  return raise(*file, VersionRecord(*newest), true);
+  return restore_record(*file, VersionRecord(*newest), true);
 }
 
 /// Appends `newest`'s bytes as a new version and brings the mirror's copy back under its name.
-bool VersionStore::raise(File& file, const VersionRecord& newest, bool write_working_file) {
+bool VersionStore::restore_record(File& file, const VersionRecord& newest,
+                                  bool write_working_file) {
   platform::FileSystem& files = *places_.files;
   const bool was_gone = file.is_gone();
   file.content = newest.bytes;
@@ -156,16 +157,16 @@ bool VersionStore::raise(File& file, const VersionRecord& newest, bool write_wor
     const auto has_tombstone = IsThere(files, layout_.tombstone(file.name));
     const auto has_copy = IsThere(files, places_.mirror_copy(file.name));
     if (!has_tombstone || !has_copy) return write_failed(file, {"vc restore move failed", false});
-    from_tombstone = *has_tombstone && !*has_copy && file.buried == newest.version;
+    from_tombstone = *has_tombstone && !*has_copy && file.tombstone_version == newest.version;
   }
   if (was_gone && !from_tombstone) {
     return write_version(file, {write_working_file ? Writes::kBoth : Writes::kMirror, false});
   }
-  FileWrite write(places_, file.name, file.content.bytes());
+  VersionWrite write(places_, file.name, file.content.bytes());
   write.leave_mirror();
   if (!write_working_file) write.leave_working_file();
-  auto failure = write.stage();
-  if (!failure) failure = write.place();
+  auto failure = write.write_temporaries();
+  if (!failure) failure = write.commit_working();
   if (failure) {
     if (was_gone) return write_failed(file, *failure);
     return refuse(failure->reason);
@@ -178,12 +179,12 @@ bool VersionStore::raise(File& file, const VersionRecord& newest, bool write_wor
     if (!MoveToCopy(files, layout_.tombstone(file.name), copy)) {
       return write_failed(file, {"vc restore move failed", true});
     }
-    file.buried = 0;
+    file.tombstone_version = 0;
     if (!files.sync_directory(ParentPath(copy))) {
       return write_failed(file, {"vc restore move failed", true});
     }
   }
-  failure = write.settle(&journal_);
+  failure = write.sync(&journal_);
   if (failure) {
     if (!was_gone) return refuse(failure->reason);
     return write_failed(file, {failure->reason, true});
@@ -208,7 +209,7 @@ bool VersionStore::withdraw_tombstone(File& file) {
       file.content = {};
       return refuse("vc restore move failed");
     }
-    file.buried = 0;
+    file.tombstone_version = 0;
     static_cast<void>(places_.files->sync_directory(ParentPath(copy)));
     static_cast<void>(journal_.sync());  // both are done again by the next look if they are lost
   } else {

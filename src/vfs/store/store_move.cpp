@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "platform/paths.h"
-#include "platform/sync_together.h"
+#include "platform/sync_all.h"
 #include "vfs/mirror/chain_plan.h"
 #include "vfs/mirror/file_bytes.h"
 #include "vfs/mirror/mirror_scan.h"
@@ -28,15 +28,15 @@ bool VersionStore::move(iFileSystemObj* node, const std::string& destination) {
                   "' already exists — fs:rm it first, or fs:copy to keep its history");
   }
   if (!may_write(*source, false)) return false;
-  if (!absorb_outside(*source)) return false;
+  if (!absorb_external_change(*source)) return false;
   if (source->is_gone()) {
     return refuse("source is tombstoned: " + source->name + " (fs:restore it first)");
   }
   File& target = touch(destination);
   if (!carry_chain(*source, target)) return false;
-  if (!bury(*source, true)) {
+  if (!append_tombstone(*source, true)) {
     const std::string reason = message_;
-    bury(target, true);
+    append_tombstone(target, true);
     return refuse(reason);
   }
   locks_.rename(source->name, target.name);
@@ -162,21 +162,21 @@ std::string VersionStore::carry_archives(const File& target, const std::string& 
 
 /// The newest version: the target's working file and mirror copy.
 std::string VersionStore::carry_newest(const File& source, File& target) {
-  FileWrite write(places_, target.name, target.content.bytes());
-  auto failure = write.aim(target.next_archive, false);
-  if (!failure) failure = write.stage();
+  VersionWrite write(places_, target.name, target.content.bytes());
+  auto failure = write.reserve_archive(target.next_archive, false);
+  if (!failure) failure = write.write_temporaries();
   if (!failure) {
     // The same file to the user: it keeps its permissions.
     static_cast<void>(places_.files->copy_permissions(working_path(source.name),
                                                       TemporaryBeside(working_path(target.name))));
-    failure = write.place();
+    failure = write.commit_working();
   }
   if (!failure && !log(change_of(target, ChangeKind::kMove))) {
-    failure = FileWrite::Failure{"vc journal write failed", true};
+    failure = VersionWrite::Failure{"vc journal write failed", true};
   }
-  if (!failure) failure = write.mirror();
+  if (!failure) failure = write.commit_mirror();
   if (!failure) {
-    failure = write.settle(&journal_);
+    failure = write.sync(&journal_);
     if (failure) write.undo_mirror();
   }
   if (!failure) {

@@ -22,8 +22,8 @@ namespace {
 
 // Up to this many files are flushed one by one; more of them wait for one flush of the volume.
 constexpr std::size_t kFewFiles = 4;
-constexpr std::chrono::seconds kLongestPause{64};
-constexpr int kMostWaits = 5;
+constexpr std::chrono::seconds kMaxPause{64};
+constexpr int kMaxWaits = 5;
 
 bool IsBelow(std::string_view path, std::string_view folder) {
   return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
@@ -43,9 +43,9 @@ bool VersionStore::never_enters(std::string_view folder) const {
              setup_.pruned_folders.end();
 }
 
-class VersionStore::TreeLook final : public platform::TreeVisitor {
+class VersionStore::TreeScan final : public platform::TreeVisitor {
  public:
-  TreeLook(VersionStore& store, std::uint32_t pass) : store_(store), pass_(pass) {}
+  TreeScan(VersionStore& store, std::uint32_t pass) : store_(store), pass_(pass) {}
 
   bool enter(std::string_view folder) override { return !store_.never_enters(folder); }
 
@@ -53,8 +53,8 @@ class VersionStore::TreeLook final : public platform::TreeVisitor {
     const Lock guard = store_.lock();
     File* known = find(path);
     if (known != nullptr) known->pass = pass_;
-    if (known != nullptr && LooksSame(known->seen, status)) return;
-    if (store_.admits(path, status.size) && status.size <= kLargestFile) changed.emplace_back(path);
+    if (known != nullptr && SameStat(known->seen, status)) return;
+    if (store_.admits(path, status.size) && status.size <= kMaxFile) changed.emplace_back(path);
   }
 
   void skipped(std::string_view path, Skipped why) override {
@@ -89,12 +89,12 @@ class VersionStore::TreeLook final : public platform::TreeVisitor {
 
 bool VersionStore::reconcile() {
   if (setup_.follower || is_cache()) return false;
-  const bool pending = look_at_tree();
+  const bool pending = scan_tree();
   remember_when_due();
   return pending;
 }
 
-bool VersionStore::look_at_tree() {
+bool VersionStore::scan_tree() {
   if (setup_.category == StoreCategory::kSingleFiles) {
     bool pending = false;
     std::set<std::string> paths;
@@ -113,7 +113,7 @@ bool VersionStore::look_at_tree() {
     const Lock guard = lock();
     pass = ++pass_;
   }
-  TreeLook look(*this, pass);
+  TreeScan look(*this, pass);
   // A root that cannot be read has lost nothing: it may come back.
   if (!places_.files->walk(places_.disk_root, look)) return false;
 
@@ -134,13 +134,13 @@ bool VersionStore::look_at_tree() {
   const bool flush_later = places_.files->syncs_volumes() && paths.size() > kFewFiles;
   bool pending = false;
   for (const std::string& path : paths)
-    pending = look_again(path, flush_later, Haste::kWaits) || pending;
+    pending = recheck(path, flush_later, Haste::kWaits) || pending;
   if (flush_later) pending = !flush_volume() || pending;
   return pending;
 }
 
 bool VersionStore::reconcile_file(std::string_view path) {
-  return look_again(path, false, Haste::kNow);
+  return recheck(path, false, Haste::kNow);
 }
 
 /// What passes over the tree write goes to the mirror alone.
@@ -154,7 +154,7 @@ Status VersionStore::flush_volume() {
 bool VersionStore::may_be_in_a_save(const std::string& path, const platform::FileStatus& status) {
   const auto settle = std::chrono::duration_cast<std::chrono::nanoseconds>(setup_.settle).count();
   const std::int64_t age = NowNanoseconds() - std::max(status.modified_ns, status.changed_ns);
-  if (age < 0 || age >= settle || ++waited_[path] > kMostWaits) {
+  if (age < 0 || age >= settle || ++waited_[path] > kMaxWaits) {
     waited_.erase(path);
     return false;
   }
@@ -167,7 +167,7 @@ bool VersionStore::unreadable(const Error& error) {
   return true;
 }
 
-bool VersionStore::look_again(std::string_view path, bool flush_later, Haste haste) {
+bool VersionStore::recheck(std::string_view path, bool flush_later, Haste haste) {
   const Lock guard = lock();
   if (setup_.follower || is_cache() || !may_try(std::string(path))) return false;
   const std::string target = working_path(path);
@@ -175,23 +175,23 @@ bool VersionStore::look_again(std::string_view path, bool flush_later, Haste has
   const auto status = places_.files->status(target);
   if (!status || status->type != platform::FileStatus::Type::kFile) {
     if (!status && status.error().kind != ErrorKind::kNotFound) return unreadable(status.error());
-    return file != nullptr && !file->is_gone() && lose_outside(*file);
+    return file != nullptr && !file->is_gone() && record_external_delete(*file);
   }
-  if (file != nullptr && !file->is_gone() && LooksSame(file->seen, *status)) return false;
-  if (!admits(path, status->size) || status->size > kLargestFile) return false;
+  if (file != nullptr && !file->is_gone() && SameStat(file->seen, *status)) return false;
+  if (!admits(path, status->size) || status->size > kMaxFile) return false;
   if (haste == Haste::kWaits && may_be_in_a_save(std::string(path), *status)) return true;
   const std::int64_t now = NowNanoseconds();
   auto bytes = ReadBlob(*places_.files, target);
   if (!bytes) return bytes.error().kind != ErrorKind::kNotFound && unreadable(bytes.error());
   const auto after = places_.files->status(target);
-  if (!after || !LooksSame(*status, *after)) return true;  // still being written
+  if (!after || !SameStat(*status, *after)) return true;  // still being written
   if (file == nullptr) file = &touch(path);
-  return take_outside(*file, *std::move(bytes), Trusted(*status, now), flush_later);
+  return record_external_change(*file, *std::move(bytes), Trusted(*status, now), flush_later);
 }
 
 /// The answer is whether it must be tried again.
-bool VersionStore::take_outside(File& file, Blob bytes, const platform::FileStatus& status,
-                                bool flush_later) {
+bool VersionStore::record_external_change(File& file, Blob bytes,
+                                          const platform::FileStatus& status, bool flush_later) {
   const Blob newest = file.history.empty() ? Blob() : file.history.back().bytes;
   if (!file.is_gone() && newest.equals(bytes)) {
     file.seen = status;
@@ -209,23 +209,23 @@ bool VersionStore::take_outside(File& file, Blob bytes, const platform::FileStat
     if (!done) file.content = newest;
   }
   author_ = author;
-  if (!done) return outside_failed(file);
+  if (!done) return external_change_failed(file);
   failing_.erase(file.name);
   file.seen = status;
   return false;
 }
 
-bool VersionStore::lose_outside(File& file) {
+bool VersionStore::record_external_delete(File& file) {
   const std::string author = std::exchange(author_, setup_.outside_author());
-  const bool done = bury(file, false);
+  const bool done = append_tombstone(file, false);
   author_ = author;
-  if (!done) return outside_failed(file);
+  if (!done) return external_change_failed(file);
   failing_.erase(file.name);
   return false;
 }
 
 /// Told once; then tried again at longer and longer intervals.
-bool VersionStore::outside_failed(const File& file) {
+bool VersionStore::external_change_failed(const File& file) {
   const auto [retry, first] = failing_.try_emplace(file.name);
   if (first) {
     const bool archiving = message_.find("archive") != std::string::npos;
@@ -233,7 +233,7 @@ bool VersionStore::outside_failed(const File& file) {
                    : "watch mirror refresh failed for '" + file.name + "'\n");
   }
   retry->second.next = std::chrono::steady_clock::now() + retry->second.pause;
-  retry->second.pause = std::min(retry->second.pause * 2, kLongestPause);
+  retry->second.pause = std::min(retry->second.pause * 2, kMaxPause);
   return true;
 }
 

@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-#include "platform/replace_file.h"
+#include "platform/files.h"
 #include "vfs/mirror/file_bytes.h"
 #include "vfs/mirror/stat_cache.h"
 #include "vfs/store/version_store.h"
@@ -24,7 +24,7 @@ struct Candidate {
 
 }  // namespace
 
-Status VersionStore::remember_looks() {
+Status VersionStore::save_stat_cache() {
   std::vector<Candidate> candidates;
   std::uint64_t edits = 0;
   {
@@ -73,7 +73,7 @@ void VersionStore::remember_when_due() {
     remember_next_ = now + kBetween;
   }
   // Only the next start's time depends on it, so a failure is tried again and not told.
-  static_cast<void>(remember_looks());
+  static_cast<void>(save_stat_cache());
 }
 
 }  // namespace mrb::vfs

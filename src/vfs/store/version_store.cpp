@@ -159,7 +159,7 @@ Result<Blob> VersionStore::read_cached(const std::string& path, std::uint32_t no
     return Fail(ErrorKind::kInvalidArgument, target + " is not a file");
   }
   File& file = touch(path);
-  if (!LooksSame(file.seen, *status)) {
+  if (!SameStat(file.seen, *status)) {
     const std::int64_t moment = NowNanoseconds();
     auto bytes = ReadBlob(*places_.files, target);
     if (!bytes) return bytes;

@@ -14,11 +14,11 @@
 #include <vector>
 
 #include "platform/files.h"
-#include "platform/folder_memory.h"
-#include "platform/sync_together.h"
-#include "vfs/mirror/file_write.h"
+#include "platform/sync_all.h"
+#include "platform/tree_visitor.h"
 #include "vfs/mirror/journal.h"
 #include "vfs/mirror/mirror_layout.h"
+#include "vfs/mirror/version_write.h"
 #include "vfs/model/blob.h"
 #include "vfs/model/file_table.h"
 #include "vfs/model/lock_table.h"
@@ -141,7 +141,7 @@ class VersionStore {
 
   /// Writes down how the unchanged files and their mirror copies look, so that the next ingest()
   /// need not read those copies. Passes over the tree do it now and then.
-  [[nodiscard]] Status remember_looks();
+  [[nodiscard]] Status save_stat_cache();
 
   /// The same for one file, known or not.
   bool reconcile_file(std::string_view path);
@@ -214,7 +214,7 @@ class VersionStore {
 
  private:
   friend class Ingest;
-  class TreeLook;
+  class TreeScan;
 
   enum class Writes { kBoth, kMirror };
   struct Minting {
@@ -225,18 +225,18 @@ class VersionStore {
   bool refuse(std::string reason);
   [[nodiscard]] bool may_write(const File& file, bool dirty);
   [[nodiscard]] File* writable_file(iFileSystemObj* node);
-  bool absorb_outside(File& file);
+  bool absorb_external_change(File& file);
 
   /// Appends the working bytes as the next version and writes them; takes the record back when that
   /// fails.
   bool mint(File& file, const Minting& minting);
   bool write_version(File& file, const Minting& minting);
-  bool write_failed(File& file, const FileWrite::Failure& failure);
-  bool bury(File& file, bool remove_working_file);
-  [[nodiscard]] std::string_view bury_copy(File& file, const VersionRecord& last,
-                                           std::vector<platform::SyncTarget>& flushed);
+  bool write_failed(File& file, const VersionWrite::Failure& failure);
+  bool append_tombstone(File& file, bool remove_working_file);
+  [[nodiscard]] std::string_view move_copy_to_tombstone(File& file, const VersionRecord& last,
+                                                        std::vector<platform::SyncTarget>& flushed);
   [[nodiscard]] Status announce_unmirrored(const File& file, const VersionRecord& last);
-  void dig_up_copy(File& file);
+  void move_tombstone_back(File& file);
   bool carry_chain(const File& source, File& target);
   bool change_case(File& file, const std::string& name);
   using Archives = std::vector<std::pair<std::uint32_t, Blob>>;
@@ -247,7 +247,7 @@ class VersionStore {
                                            const Archives& archives);
   [[nodiscard]] std::string carry_newest(const File& source, File& target);
   [[nodiscard]] Result<std::vector<VersionRecord>> whole_chain(const File& file) const;
-  bool raise(File& file, const VersionRecord& newest, bool write_working_file);
+  bool restore_record(File& file, const VersionRecord& newest, bool write_working_file);
   bool withdraw_tombstone(File& file);
   [[nodiscard]] Change change_of(const File& file, ChangeKind kind) const;
   void append_record(File& file, Blob bytes, bool tombstone);
@@ -255,16 +255,17 @@ class VersionStore {
   [[nodiscard]] Status log(const Change& change);
   void look_at(File& file);
 
-  bool look_at_tree();
+  bool scan_tree();
   void remember_when_due();
 
   enum class Haste { kWaits, kNow };  ///< for a file that may still be being written
-  bool look_again(std::string_view path, bool flush_later, Haste haste);
+  bool recheck(std::string_view path, bool flush_later, Haste haste);
   [[nodiscard]] bool may_be_in_a_save(const std::string& path, const platform::FileStatus& status);
-  bool take_outside(File& file, Blob bytes, const platform::FileStatus& status, bool flush_later);
-  bool lose_outside(File& file);
+  bool record_external_change(File& file, Blob bytes, const platform::FileStatus& status,
+                              bool flush_later);
+  bool record_external_delete(File& file);
   bool unreadable(const Error& error);
-  bool outside_failed(const File& file);
+  bool external_change_failed(const File& file);
   [[nodiscard]] bool may_try(const std::string& path) const;
   [[nodiscard]] bool never_enters(std::string_view folder) const;
   [[nodiscard]] Status flush_volume();

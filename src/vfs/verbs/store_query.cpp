@@ -1,7 +1,7 @@
 #include "vfs/verbs/store_query.h"
 
 #include "common/answer.h"
-#include "common/share_out.h"
+#include "common/parallel.h"
 #include "common/text.h"
 #include "vfs/grep/file_element.h"
 #include "vfs/query/evaluator.h"
@@ -11,7 +11,7 @@ namespace mrb::vfs {
 namespace {
 
 constexpr std::size_t kFilesPerTurn = 64;
-constexpr std::size_t kUsualLine = 128;
+constexpr std::size_t kTypicalLine = 128;
 
 Result<std::shared_ptr<VersionStore>> QueriedStore(const VerbCall& call) {
   if (call.args.option("store")) return ChosenStore(call);
@@ -60,7 +60,7 @@ StoreSnapshot FittingFiles(const std::shared_ptr<VersionStore>& store,
   StoreSnapshot snapshot = TakeSnapshot(store);
   std::vector<SnapshotFile>& files = snapshot.files;
   std::vector<char> fits(files.size());
-  ShareOut(fits.size(), kFilesPerTurn, [&] {
+  ParallelFor(fits.size(), kFilesPerTurn, [&] {
     return [&, element = FileElement(*store), evaluator = query::Evaluator(expression, registers)](
                std::size_t begin, std::size_t end) mutable {
       for (std::size_t i = begin; i < end; ++i) {
@@ -88,12 +88,12 @@ std::string RunQuery(const VerbCall& call) {
   const StoreSnapshot snapshot = FittingFiles(
       *store, *expression, registers ? registers->entries() : std::vector<std::string>());
   std::string lines;
-  lines.reserve(snapshot.files.size() * kUsualLine);
+  lines.reserve(snapshot.files.size() * kTypicalLine);
   std::vector<std::string> entries;
   std::size_t count = 0;
   for (const SnapshotFile& file : snapshot.files) {
     AppendLine(lines, file, ++count);
-    if (count <= CommandRegister::kMostEntries) entries.emplace_back(file.path);
+    if (count <= CommandRegister::kMaxEntries) entries.emplace_back(file.path);
   }
   if (registers) registers->fill(std::move(entries));
   return OkAnswer(std::to_string(count) + " match(es)\n" + lines);

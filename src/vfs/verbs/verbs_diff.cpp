@@ -6,8 +6,8 @@
 
 #include "common/answer.h"
 #include "common/text.h"
+#include "platform/files.h"
 #include "platform/paths.h"
-#include "platform/replace_file.h"
 #include "vfs/diff/directory_diff.h"
 #include "vfs/model/node_diff.h"
 #include "vfs/store/folder_state.h"

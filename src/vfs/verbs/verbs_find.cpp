@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "common/answer.h"
-#include "common/share_out.h"
+#include "common/parallel.h"
 #include "common/text.h"
 #include "vfs/grep/path_filter.h"
 #include "vfs/model/file_words.h"
@@ -111,7 +111,7 @@ std::vector<char> Fits(const StoreSnapshot& snapshot, const FindOptions& options
                        const std::optional<search::Matcher>& keyword) {
   const auto& files = snapshot.files;
   std::vector<char> fits(files.size());
-  ShareOut(files.size(), kFilesPerTurn, [&] {
+  ParallelFor(files.size(), kFilesPerTurn, [&] {
     std::optional<WordSearch> words;
     if (keyword) words.emplace(*keyword, *options.keyword);
     return [&, words = std::move(words)](std::size_t begin, std::size_t end) mutable {
@@ -159,7 +159,7 @@ std::string RunFind(const VerbCall& call) {
       lines.append("  ").append(label).append("  v").append(std::to_string(file.version));
       lines.append("  ").append(std::to_string(file.bytes.bytes().size())).append("b  ");
       lines.append(file.author.text()).append("  ").append(StampText(file.stamp)).append("\n");
-      if (++count <= CommandRegister::kMostEntries) paths.push_back(std::move(label));
+      if (++count <= CommandRegister::kMaxEntries) paths.push_back(std::move(label));
     }
   }
   if (call.caller.registers) call.caller.registers->fill(std::move(paths));

@@ -50,10 +50,10 @@ Status WriteOver(platform::FileSystem& files, const Place& place, std::string_vi
   StorePlaces places;
   places.files = &files;
   places.disk_root = place.root;
-  FileWrite write(places, place.relative, bytes);
-  auto failure = write.stage();
-  if (!failure) failure = write.place();
-  if (!failure) failure = write.settle(nullptr);
+  VersionWrite write(places, place.relative, bytes);
+  auto failure = write.write_temporaries();
+  if (!failure) failure = write.commit_working();
+  if (!failure) failure = write.sync(nullptr);
   if (failure) return Fail(ErrorKind::kIo, failure->reason);
   return {};
 }

@@ -5,7 +5,7 @@
 #include <atomic>
 
 #include "common/answer.h"
-#include "common/share_out.h"
+#include "common/parallel.h"
 #include "vfs/grep/grep_options.h"
 #include "vfs/grep/grep_printer.h"
 #include "vfs/grep/path_filter.h"
@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t kFilesPerTurn = 16;
 
 /// What a peer can be sent, and what nobody reads to its end.
-constexpr std::uint64_t kMostAnswerBytes = std::uint64_t{256} << 20U;
+constexpr std::uint64_t kMaxAnswerBytes = std::uint64_t{256} << 20U;
 
 /// What was found in the files of one turn, in their order.
 struct TurnResult {
@@ -46,7 +46,7 @@ class StoreGrep {
     const std::size_t count = snapshot_.files.size();
     std::vector<TurnResult> results((count + kFilesPerTurn - 1) / kFilesPerTurn);
     std::atomic<std::uint64_t> taken = 0;
-    ShareOut(count, kFilesPerTurn, [&] {
+    ParallelFor(count, kFilesPerTurn, [&] {
       return [&, printer = GrepPrinter(matcher_, options_), label = std::string()](
                  std::size_t begin, std::size_t end) mutable {
         if (taken > room) return;
@@ -140,7 +140,7 @@ std::string RunGrep(const VerbCall& call) {
   std::uint64_t searched = 0;
   for (const auto& store : *stores) {
     StoreGrep grep(call, *matcher, *options, store);
-    std::vector<TurnResult> results = grep.run(kMostAnswerBytes - answer.size());
+    std::vector<TurnResult> results = grep.run(kMaxAnswerBytes - answer.size());
     std::size_t size = answer.size();
     for (const TurnResult& result : results) size += result.lines.size();
     answer.reserve(size);
@@ -148,13 +148,13 @@ std::string RunGrep(const VerbCall& call) {
       answer += result.lines;
       searched += result.searched;
       for (std::string& path : result.paths) {
-        if (paths.size() < CommandRegister::kMostEntries) paths.push_back(std::move(path));
+        if (paths.size() < CommandRegister::kMaxEntries) paths.push_back(std::move(path));
       }
       result = {};
     }
-    if (answer.size() < kMostAnswerBytes) continue;
+    if (answer.size() < kMaxAnswerBytes) continue;
     answer +=
-        "(the rest is left out: more than " + std::to_string(kMostAnswerBytes >> 20U) + " MB)\n";
+        "(the rest is left out: more than " + std::to_string(kMaxAnswerBytes >> 20U) + " MB)\n";
     break;
   }
   if (call.caller.registers) call.caller.registers->fill(std::move(paths));

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "common/answer.h"
-#include "common/share_out.h"
+#include "common/parallel.h"
 #include "common/text.h"
 #include "vfs/grep/grep_options.h"
 #include "vfs/grep/path_filter.h"
@@ -15,7 +15,7 @@ namespace mrb::vfs {
 namespace {
 
 constexpr std::size_t kFilesPerTurn = 16;
-constexpr std::uint64_t kMostShownBytes = std::uint64_t{64} << 20U;
+constexpr std::uint64_t kMaxShownBytes = std::uint64_t{64} << 20U;
 
 /// What becomes of one file, as the answer tells it.
 struct FileEdit {
@@ -71,7 +71,7 @@ class StoreEdit {
   [[nodiscard]] std::vector<Candidate> candidates(const EditRule& rule) const {
     const auto& files = snapshot_.files;
     std::vector<char> holds(files.size());
-    ShareOut(files.size(), kFilesPerTurn, [&] {
+    ParallelFor(files.size(), kFilesPerTurn, [&] {
       return [&, search = search::LineSearch(rule.matcher)](std::size_t begin,
                                                             std::size_t end) mutable {
         for (std::size_t i = begin; i < end; ++i) {
@@ -175,7 +175,7 @@ struct Summary {
     if (edit.count > 0) ++files;
     if (edit.skipped) ++skipped;
     count += edit.count;
-    if (text.size() < kMostShownBytes) text += edit.text;
+    if (text.size() < kMaxShownBytes) text += edit.text;
   }
 };
 

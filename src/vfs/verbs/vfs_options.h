@@ -9,7 +9,7 @@
 
 #include "common/command_register.h"
 #include "platform/files.h"
-#include "platform/system_memory.h"
+#include "platform/system_info.h"
 #include "vfs/store/cache_keeper.h"
 #include "vfs/store/version_store.h"
 

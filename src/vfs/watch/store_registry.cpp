@@ -4,10 +4,10 @@
 #include <utility>
 
 #include "common/text.h"
-#include "platform/boot_id.h"
+#include "platform/files.h"
 #include "platform/local_time.h"
 #include "platform/paths.h"
-#include "platform/replace_file.h"
+#include "platform/system_info.h"
 #include "vfs/mirror/mirror_scan.h"
 #include "vfs/model/tree_path.h"
 #include "vfs/watch/watch_lock.h"

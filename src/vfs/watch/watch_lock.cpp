@@ -10,7 +10,7 @@
 namespace mrb::vfs {
 namespace {
 
-constexpr std::size_t kMostNameBytes = 40;  // enough to recognise, far from any limit of a name
+constexpr std::size_t kMaxNameBytes = 40;  // enough to recognise, far from any limit of a name
 
 bool IsPlain(char c) {
   return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '-' ||
@@ -26,7 +26,7 @@ std::string WatchLockName(std::string_view root, platform::PathStyle style) {
     std::ranges::replace(path, '\\', '/');
   }
   while (path.size() > 1 && path.ends_with('/')) path.pop_back();
-  std::string name = path.substr(path.rfind('/') + 1, kMostNameBytes);
+  std::string name = path.substr(path.rfind('/') + 1, kMaxNameBytes);
   std::ranges::replace_if(name, [](char c) { return !IsPlain(c); }, '_');
   std::array<char, 16> digits{};
   const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), Fnv1a(path), 16);

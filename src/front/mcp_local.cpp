@@ -1,0 +1,36 @@
+#include "front/mcp_local.h"
+
+#include <algorithm>
+
+#include "common/text.h"
+#include "front/client/mcp_stdio.h"
+#include "front/interpreter.h"
+#include "mcp/service.h"
+#include "platform/console.h"
+#include "platform/process.h"
+#include "vfs/policy/settings_value.h"
+
+namespace mrb::front {
+
+std::size_t MaxToolAnswer(const Homes& homes) {
+  constexpr std::uint64_t kMax = std::uint64_t{16} << 20U;  // no model reads more in one reply
+  const auto setting =
+      vfs::ReadSetting(platform::SystemFiles(), homes.settings_files(), "mcp.maxanswer");
+  const std::uint64_t wanted =
+      setting ? ParseDecimal(*setting).value_or(mcp::kDefaultMaxAnswer) : mcp::kDefaultMaxAnswer;
+  return static_cast<std::size_t>(std::clamp(wanted, std::uint64_t{mcp::kMinMaxAnswer}, kMax));
+}
+
+int RunMcpLocal(const Homes& homes) {
+  // Standard output belongs to the protocol.
+  Interpreter interpreter(homes, &platform::WriteStderr, false);
+  interpreter.start();
+  mcp::McpService service({.bridge = &interpreter, .max_answer = MaxToolAnswer(homes)});
+  const std::string folder = platform::CurrentDirectory();
+  McpStdio([&](const std::string& message) {
+    return service.answer({.body = message, .trusted = true, .working_directory = folder}).body;
+  }).serve();
+  return 0;
+}
+
+}  // namespace mrb::front
