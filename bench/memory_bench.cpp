@@ -58,7 +58,7 @@ double ResidentMegabytes() {
   return static_cast<double>(platform::ProcessResidentBytes()) / kMegabyte;
 }
 
-[[noreturn]] void stop(const std::string& why) {
+[[noreturn]] void Stop(const std::string& why) {
   std::fprintf(stderr, "memory_bench: %s\n", why.c_str());
   std::exit(1);
 }
@@ -82,7 +82,7 @@ class Bench {
     if (workload == "webs") return webs();
     if (workload == "semantic") return semantic();
     if (workload == "tokenize") return tokenize();
-    stop("no workload '" + workload + "'");
+    Stop("no workload '" + workload + "'");
   }
 
  private:
@@ -91,11 +91,11 @@ class Bench {
                       bool framed = false) {
     const std::string path = platform::JoinPath(folder_, name);
     const std::string store = platform::JoinPath(path, memory::kStoreFileName);
-    if (!platform::MakeDirectories(files_, path)) stop("cannot make " + path);
+    if (!platform::MakeDirectories(files_, path)) Stop("cannot make " + path);
     if (anew || !platform::Exists(files_, store)) {
       MemoryCorpus corpus(1, framed);
       const auto written = corpus.write_store(files_, store, memos);
-      if (!written) stop(written.error().text);
+      if (!written) Stop(written.error().text);
       std::printf("made %s: %llu memos, %llu postings, %.0f MB\n", store.c_str(),
                   static_cast<unsigned long long>(memos),
                   static_cast<unsigned long long>(written->postings),
@@ -126,7 +126,7 @@ class Bench {
   /// Brings the file into the system's cache.
   void warm(const std::string& path) {
     auto file = files_.open(path, platform::FileSystem::OpenMode::kRead);
-    if (!file) stop(file.error().text);
+    if (!file) Stop(file.error().text);
     std::vector<char> buffer(std::size_t{4} << 20U);
     std::uint64_t at = 0;
     while (const std::size_t got = (*file)->read_at(at, buffer.data(), buffer.size()).value_or(0)) {
@@ -145,7 +145,7 @@ class Bench {
       std::uint64_t loaded = 0;
       const std::clock_t cpu = std::clock();
       times.push_back(SecondsOf([&] { loaded = store.load().value_or(0); }));
-      if (loaded < memos) stop("loaded only " + std::to_string(loaded));
+      if (loaded < memos) Stop("loaded only " + std::to_string(loaded));
       resident = std::max(resident, ResidentMegabytes());
       const double spent = static_cast<double>(std::clock() - cpu) / CLOCKS_PER_SEC;
       std::printf("  run %d: %.3f s (%.3f s of all threads), %u keywords, %u topics\n", i + 1,
@@ -163,7 +163,7 @@ class Bench {
     auto& memories = service();
     const std::string raw_path = platform::JoinPath(folder_, "raw.bin");
     auto raw = files_.open(raw_path, platform::FileSystem::OpenMode::kReplace);
-    if (!raw) stop(raw.error().text);
+    if (!raw) Stop(raw.error().text);
     MemoryCorpus corpus(2);
     std::vector<double> adds, appends;
     for (int i = 0; i < kAdds; ++i) {
@@ -177,11 +177,11 @@ class Bench {
       std::string bytes(memory::RecordLength(fields).value_or(0), '\0');
       memory::WriteRecord(fields, bytes.data());
       appends.push_back(SecondsOf([&] {
-        if (!(*raw)->append(bytes) || !(*raw)->sync()) stop("append failed");
+        if (!(*raw)->append(bytes) || !(*raw)->sync()) Stop("append failed");
       }));
       const std::string rest = "bench, work, " + memo.topic + ", , , " + memo.content;
       adds.push_back(SecondsOf([&] {
-        if (!memories.execute("bench", "addmemo", rest).starts_with("OK: ")) stop("add failed");
+        if (!memories.execute("bench", "addmemo", rest).starts_with("OK: ")) Stop("add failed");
       }));
     }
     (void)files_.remove_file(raw_path);
@@ -198,11 +198,11 @@ class Bench {
     service_.reset();
     const std::string path = context("corpus-1000000", kMillion);
     auto source = memory::LoadStoreFile(files_, platform::JoinPath(path, memory::kStoreFileName));
-    if (!source) stop(source.error().text);
+    if (!source) Stop(source.error().text);
     memory::RecordBatch batch;
     batch.borrow(source->heap.bytes(), source->rows.size());
     memory::ContextStore store;  // in memory only
-    if (!store.exchange({}, batch, false)) stop("no memory");
+    if (!store.exchange({}, batch, false)) Stop("no memory");
     (void)store.index().webs();
     MemoryCorpus corpus(2);
     std::vector<double> times;
@@ -215,7 +215,7 @@ class Bench {
                            .topic = memo.topic,
                            .keywords = memo.keywords,
                            .vector = {}})) {
-          stop("append failed");
+          Stop("append failed");
         }
       }));
     }
@@ -250,7 +250,7 @@ class Bench {
       const std::string rest = "bench, work, topic-" + std::to_string(100 + i);
       (void)memories.execute("bench", "addmemo", rest + ", , , to be deleted");
       times.push_back(SecondsOf([&] {
-        if (!memories.execute("bench", "delete", rest).starts_with("OK: ")) stop("delete failed");
+        if (!memories.execute("bench", "delete", rest).starts_with("OK: ")) Stop("delete failed");
       }));
     }
     std::printf("delete of a topic among 1,000,000 memos: median %.2f s of %zu\n", Median(times),
@@ -267,7 +267,7 @@ class Bench {
     for (int i = 0; i < runs; ++i) {
       times.push_back(SecondsOf([&] { answer = service().execute("bench", verb, rest); }));
     }
-    if (!answer.starts_with("OK: ")) stop(verb + ": " + answer);
+    if (!answer.starts_with("OK: ")) Stop(verb + ": " + answer);
     std::printf("%s: median %.3f ms of %d, first %.3f ms (target %s); %zu bytes: %s\n",
                 name.c_str(), Median(times) * 1e3, runs, times.front() * 1e3, target, answer.size(),
                 answer.substr(0, answer.find('\n')).c_str());
@@ -351,10 +351,10 @@ class Bench {
     for (int i = 0; i < kContexts; ++i) {
       const std::string path = platform::JoinPath(lineup, "context-" + std::to_string(i));
       if (platform::Exists(files_, path)) continue;
-      if (!platform::MakeDirectories(files_, path)) stop("cannot make " + path);
+      if (!platform::MakeDirectories(files_, path)) Stop("cannot make " + path);
       auto file = files_.open(platform::JoinPath(path, memory::kStoreFileName),
                               platform::FileSystem::OpenMode::kReplace);
-      if (!file || !(*file)->append(memory::kMagic)) stop("cannot write in " + path);
+      if (!file || !(*file)->append(memory::kMagic)) Stop("cannot write in " + path);
     }
     open_service(lineup);
     time_verb("listing of 10,000 contexts", "contexts", "bench", 21, "60 ms");
@@ -366,12 +366,13 @@ class Bench {
     const std::string path = context("framed", kMillion, false, true);
     {
       memory::ContextStore store(files_, path);
-      if (store.load().value_or(0) < kMillion) stop("cannot load " + path);
+      if (store.load().value_or(0) < kMillion) Stop("cannot load " + path);
       std::vector<double> times;
       times.reserve(5);
       for (int run = 0; run < 5; ++run) {
         times.push_back(SecondsOf([&] {
-          (void)memory::Webs::build(store.index(), std::thread::hardware_concurrency());
+          (void)memory::Webs::build(store.heap(), store.index().memos(),
+                                    std::thread::hardware_concurrency());
         }));
       }
       std::printf(
@@ -394,7 +395,7 @@ class Bench {
     constexpr std::size_t kDimension = 768;
     service_.reset();
     const std::string path = platform::JoinPath(folder_, "vectors");
-    if (!platform::MakeDirectories(files_, path)) stop("cannot make " + path);
+    if (!platform::MakeDirectories(files_, path)) Stop("cannot make " + path);
     std::mt19937 random(1);
     std::normal_distribution<float> normal;
     std::vector<float> vector(kDimension);
@@ -409,10 +410,10 @@ class Bench {
                         .topic = "t",
                         .keywords = {},
                         .vector = vector})) {
-          stop("a memo is too long");
+          Stop("a memo is too long");
         }
       }
-      if (!store.exchange({}, batch, false)) stop("cannot write " + path);
+      if (!store.exchange({}, batch, false)) Stop("cannot write " + path);
     }
     memory::MemoryOptions options;
     options.contexts_folder = folder_;

@@ -5,7 +5,7 @@
 
 #include "check.h"
 #include "common/json_scan.h"
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "common/text.h"
 
 // What the scanner accepts must hold together: every value is itself an accepted text with the same

@@ -35,12 +35,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FUZZ_CHECK(!expression.error().text.empty());
     return 0;
   }
-  static const Memo memo;
-  static const std::vector<std::string> registers{"notes*", "3"};
-  mrb::query::Evaluator evaluator(*expression, registers);
-  const bool matches = evaluator.matches(memo);
-  FUZZ_CHECK(matches == evaluator.matches(memo));
+  static const Memo kMemo;
+  static const std::vector<std::string> kRegisters{"notes*", "3"};
+  mrb::query::Evaluator evaluator(*expression, kRegisters);
+  const bool matches = evaluator.matches(kMemo);
+  FUZZ_CHECK(matches == evaluator.matches(kMemo));
   const auto negated = mrb::query::Expression::parse("!(" + std::string(query) + ")");
-  if (negated) FUZZ_CHECK(mrb::query::Evaluator(*negated, registers).matches(memo) != matches);
+  if (negated) FUZZ_CHECK(mrb::query::Evaluator(*negated, kRegisters).matches(kMemo) != matches);
   return 0;
 }

@@ -4,7 +4,7 @@
 #include <array>
 
 #include "common/json_scan.h"
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "common/text.h"
 
 namespace mrb::chat {
@@ -13,11 +13,8 @@ namespace {
 constexpr std::array<std::string_view, 4> kKinds{"msg", "dm", "join", "leave"};
 constexpr std::size_t kMaxName = 64;
 
-void AppendField(std::string& json, std::string_view key, std::string_view text) {
-  if (text.empty()) return;
-  json.append(",\"").append(key).append("\":\"");
-  AppendJsonEscaped(json, text);
-  json += '"';
+void AddText(JsonWriter& json, std::string_view key, const std::string& text) {
+  if (!text.empty()) json.field(key, text);
 }
 
 std::uint64_t NumberOf(const JsonValue& value) {
@@ -28,16 +25,16 @@ std::uint64_t NumberOf(const JsonValue& value) {
 }  // namespace
 
 std::string RecordJson(const Record& record) {
-  std::string json = R"({"kind":")";
-  json.append(kKinds[static_cast<std::size_t>(record.kind)]).append("\"");
-  if (record.seq > 0) json += ",\"seq\":" + std::to_string(record.seq);
-  json += ",\"at\":" + std::to_string(record.at);
-  AppendField(json, "channel", record.channel);
-  AppendField(json, "from", record.from);
-  AppendField(json, "to", record.to);
-  AppendField(json, "terminal", record.terminal);
-  AppendField(json, "text", record.text);
-  return json + "}";
+  JsonWriter json;
+  json.begin_object().field("kind", kKinds[static_cast<std::size_t>(record.kind)]);
+  if (record.seq > 0) json.field("seq", record.seq);
+  json.field("at", record.at);
+  AddText(json, "channel", record.channel);
+  AddText(json, "from", record.from);
+  AddText(json, "to", record.to);
+  AddText(json, "terminal", record.terminal);
+  AddText(json, "text", record.text);
+  return json.end_object().take();
 }
 
 std::optional<Record> ParseRecord(std::string_view json) {

@@ -39,7 +39,7 @@ unsigned char FoldBit(char c, bool ignore_case) {
 /// The same scan for every width of instruction. `probe` bytes are compared after their fold bit is
 /// set, which makes a few other bytes look equal too: fits() decides.
 struct LiteralScans {
-  static std::size_t Plain(const LiteralSearch& search, const char* text, std::size_t from,
+  static std::size_t plain(const LiteralSearch& search, const char* text, std::size_t from,
                            std::size_t end) {
     const auto byte1 = static_cast<unsigned char>(search.needle_[search.probe1_]);
     for (std::size_t at = from; at < end; ++at) {
@@ -50,7 +50,7 @@ struct LiteralScans {
   }
 
 #if defined(__x86_64__)
-  static std::size_t Sse2(const LiteralSearch& search, const char* text, std::size_t from,
+  static std::size_t sse2(const LiteralSearch& search, const char* text, std::size_t from,
                           std::size_t end) {
     const __m128i byte1 = _mm_set1_epi8(search.needle_[search.probe1_]);
     const __m128i byte2 = _mm_set1_epi8(search.needle_[search.probe2_]);
@@ -70,10 +70,10 @@ struct LiteralScans {
         if (search.fits(text + place)) return place;
       }
     }
-    return Plain(search, text, at, end);
+    return plain(search, text, at, end);
   }
 
-  __attribute__((target("avx2"))) static std::size_t Avx2(const LiteralSearch& search,
+  __attribute__((target("avx2"))) static std::size_t avx2(const LiteralSearch& search,
                                                           const char* text, std::size_t from,
                                                           std::size_t end) {
     const __m256i byte1 = _mm256_set1_epi8(search.needle_[search.probe1_]);
@@ -95,19 +95,19 @@ struct LiteralScans {
         if (search.fits(text + place)) return place;
       }
     }
-    return Sse2(search, text, at, end);
+    return sse2(search, text, at, end);
   }
 
-  static LiteralSearch::Scan Best() { return __builtin_cpu_supports("avx2") ? Avx2 : Sse2; }
+  static LiteralSearch::Scan best() { return __builtin_cpu_supports("avx2") ? avx2 : sse2; }
 #else
-  static LiteralSearch::Scan Best() { return Plain; }
+  static LiteralSearch::Scan best() { return plain; }
 #endif
 };
 
 LiteralSearch::LiteralSearch(std::string_view needle, bool ignore_case)
     : needle_(ignore_case ? LowerAscii(needle) : std::string(needle)),
       ignore_case_(ignore_case),
-      scan_(LiteralScans::Best()) {
+      scan_(LiteralScans::best()) {
   for (std::size_t i = 0; i < needle_.size(); ++i) {
     if (Commonness(needle_[i]) < Commonness(needle_[probe1_])) probe1_ = i;
   }

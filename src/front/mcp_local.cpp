@@ -6,16 +6,16 @@
 #include "front/client/mcp_stdio.h"
 #include "front/interpreter.h"
 #include "mcp/service.h"
+#include "platform/config_file.h"
 #include "platform/console.h"
 #include "platform/process.h"
-#include "vfs/policy/settings_value.h"
 
 namespace mrb::front {
 
 std::size_t MaxToolAnswer(const Homes& homes) {
   constexpr std::uint64_t kMax = std::uint64_t{16} << 20U;  // no model reads more in one reply
   const auto setting =
-      vfs::ReadSetting(platform::SystemFiles(), homes.settings_files(), "mcp.maxanswer");
+      platform::ReadSetting(platform::SystemFiles(), homes.settings_files(), "mcp.maxanswer");
   const std::uint64_t wanted =
       setting ? ParseDecimal(*setting).value_or(mcp::kDefaultMaxAnswer) : mcp::kDefaultMaxAnswer;
   return static_cast<std::size_t>(std::clamp(wanted, std::uint64_t{mcp::kMinMaxAnswer}, kMax));

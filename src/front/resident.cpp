@@ -11,6 +11,7 @@
 #include "front/interpreter.h"
 #include "front/mcp_local.h"
 #include "mcp/service.h"
+#include "platform/config_file.h"
 #include "platform/console.h"
 #include "platform/file_lock.h"
 #include "platform/main_loop.h"
@@ -19,7 +20,6 @@
 #include "server/routes/chat_sockets.h"
 #include "server/routes/server.h"
 #include "server/terminals/terminals.h"
-#include "vfs/policy/settings_value.h"
 #include "workstation/workstation.h"
 
 namespace mrb::front {
@@ -50,7 +50,7 @@ Result<bool> ListensOnLoopbackOnly(const Homes& homes) {
     const auto text = platform::ReadFile(files, path);
     if (!text && text.error().kind != ErrorKind::kNotFound) return std::unexpected(text.error());
   }
-  const auto value = vfs::ReadSetting(files, homes.settings_files(), "listen");
+  const auto value = platform::ReadSetting(files, homes.settings_files(), "listen");
   if (!value || *value == "all") return false;
   if (*value == "loopback") return true;
   return Fail(ErrorKind::kInvalidArgument,

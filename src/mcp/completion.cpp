@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "common/text.h"
 #include "mcp/method.h"
 #include "mcp/prompt_table.h"
@@ -83,12 +83,11 @@ Outcome CompleteArgument(const MethodCall& call) {
   if (call.http.trusted) {
     values = Complete(call, argument.find("name").text(), argument.find("value").text());
   }
-  std::string list;
-  for (const std::string& value : values) {
-    list += (list.empty() ? "" : ",") + JsonString(value);
-  }
-  return R"({"completion":{"values":[)" + list + "],\"total\":" + std::to_string(values.size()) +
-         R"(,"hasMore":false}})";
+  JsonWriter json;
+  json.begin_object().key("completion").begin_object().key("values").begin_array();
+  for (const std::string& value : values) json.value(value);
+  json.end_array().field("total", values.size()).field("hasMore", false);
+  return json.end_object().end_object().take();
 }
 
 }  // namespace mrb::mcp

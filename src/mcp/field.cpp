@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "common/text.h"
 
 namespace mrb::mcp {
@@ -125,21 +125,19 @@ Result<std::string> FieldText(const Field& field, const JsonValue& value) {
 }
 
 std::string FieldSchema(const Field& field) {
-  std::string schema = R"({"type":")";
+  JsonWriter json;
+  json.begin_object();
   if (field.type == FieldType::kWhole) {
-    schema += R"(integer","minimum":0)";
+    json.field("type", "integer").field("minimum", 0);
   } else {
-    schema += field.type == FieldType::kFlag ? R"(boolean")" : R"(string")";
+    json.field("type", field.type == FieldType::kFlag ? "boolean" : "string");
   }
   if (!field.choices.empty()) {
-    schema += R"(,"enum":[)";
-    for (const std::string_view choice : SplitWords(field.choices)) {
-      if (!schema.ends_with('[')) schema += ',';
-      schema += JsonString(choice);
-    }
-    schema += ']';
+    json.key("enum").begin_array();
+    for (const std::string_view choice : SplitWords(field.choices)) json.value(choice);
+    json.end_array();
   }
-  return schema + ",\"description\":" + JsonString(field.about) + "}";
+  return json.field("description", field.about).end_object().take();
 }
 
 }  // namespace mrb::mcp

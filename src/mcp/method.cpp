@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "common/text.h"
 #include "server/http/interpreter_bridge.h"
 
@@ -65,10 +65,10 @@ Outcome Initialize(const MethodCall& call) {
     call.session.protocol = agreed;
     call.session.client = CutUtf8(call.params.find("clientInfo").find("name").text(), kMaxName);
   }
-  std::string result = R"({"protocolVersion":)" + JsonString(agreed);
-  result.append(R"(,"capabilities":)").append(kCapabilities);
-  result += R"(,"serverInfo":{"name":"Mirebolt-mcp","version":"1.0.0"},"instructions":)";
-  return result.append(JsonString(kInstructions)).append("}");
+  JsonWriter json;
+  json.begin_object().field("protocolVersion", agreed).raw_field("capabilities", kCapabilities);
+  json.key("serverInfo").begin_object().field("name", "Mirebolt-mcp").field("version", "1.0.0");
+  return json.end_object().field("instructions", kInstructions).end_object().take();
 }
 
 Outcome EmptyResult(const MethodCall& /*call*/) {

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "mcp/command_pattern.h"
 #include "mcp/method.h"
 
@@ -82,20 +82,18 @@ std::span<const Field> FieldsOf(const Prompt& prompt) {
 }
 
 Outcome ListPrompts(const MethodCall& /*call*/) {
-  std::string list = R"({"prompts":[)";
+  JsonWriter json;
+  json.begin_object().key("prompts").begin_array();
   for (const Prompt& prompt : Prompts()) {
-    if (!list.ends_with('[')) list += ',';
-    list += "{\"name\":" + JsonString(prompt.name) +
-            ",\"description\":" + JsonString(prompt.about) + ",\"arguments\":[";
+    json.begin_object().field("name", prompt.name).field("description", prompt.about);
+    json.key("arguments").begin_array();
     for (const Field& field : FieldsOf(prompt)) {
-      if (!list.ends_with('[')) list += ',';
-      list += "{\"name\":" + JsonString(field.name) +
-              ",\"description\":" + JsonString(field.about) +
-              (field.required ? ",\"required\":true}" : ",\"required\":false}");
+      json.begin_object().field("name", field.name).field("description", field.about);
+      json.field("required", field.required).end_object();
     }
-    list += "]}";
+    json.end_array().end_object();
   }
-  return list + "]}";
+  return json.end_array().end_object().take();
 }
 
 Outcome GetPrompt(const MethodCall& call) {
@@ -113,9 +111,11 @@ Outcome GetPrompt(const MethodCall& call) {
     if (!text) return InvalidParams(text.error().text);
     arguments.set(field.name, std::move(*text));
   }
-  return "{\"description\":" + JsonString(prompt->about) +
-         R"(,"messages":[{"role":"user","content":{"type":"text","text":)" +
-         JsonString(ExpandPattern(prompt->text, arguments)) + "}}]}";
+  JsonWriter json;
+  json.begin_object().field("description", prompt->about).key("messages").begin_array();
+  json.begin_object().field("role", "user").key("content").begin_object();
+  json.field("type", "text").field("text", ExpandPattern(prompt->text, arguments));
+  return json.end_object().end_object().end_array().end_object().take();
 }
 
 }  // namespace mrb::mcp

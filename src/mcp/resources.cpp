@@ -3,7 +3,7 @@
 #include <array>
 #include <optional>
 
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "common/text.h"
 #include "common/url.h"
 #include "mcp/command_pattern.h"
@@ -71,33 +71,34 @@ std::optional<std::string> CommandOf(std::string_view uri) {
   return file ? "fs:cat " + PlainOrTagged("path", text) : "?( " + text + " )";
 }
 
-void AppendResource(std::string& list, std::string_view uri, std::string_view name,
-                    std::string_view about, std::string_view key) {
-  if (!list.ends_with('[')) list += ',';
-  list += "{\"" + std::string(key) + "\":" + JsonString(uri) + ",\"name\":" + JsonString(name) +
-          ",\"description\":" + JsonString(about) + R"(,"mimeType":"text/plain"})";
+void AddResource(JsonWriter& json, std::string_view uri, std::string_view name,
+                 std::string_view about, std::string_view key) {
+  json.begin_object().field(key, uri).field("name", name).field("description", about);
+  json.field("mimeType", "text/plain").end_object();
 }
 
 }  // namespace
 
 Outcome ListResources(const MethodCall& call) {
-  std::string list = R"({"resources":[)";
-  AppendResource(list, kTurns, kTemplates[4].name, kTemplates[4].about, "uri");
+  JsonWriter json;
+  json.begin_object().key("resources").begin_array();
+  AddResource(json, kTurns, kTemplates[4].name, kTemplates[4].about, "uri");
   if (call.http.trusted) {
     for (const std::string& context : ListContexts(call, kMaxListed)) {
-      AppendResource(list, std::string(kScheme) + "ctx/" + EncodeForm(context), context,
-                     kTemplates[1].about, "uri");
+      AddResource(json, std::string(kScheme) + "ctx/" + EncodeForm(context), context,
+                  kTemplates[1].about, "uri");
     }
   }
-  return list + "]}";
+  return json.end_array().end_object().take();
 }
 
 Outcome ListTemplates(const MethodCall& /*call*/) {
-  std::string list = R"({"resourceTemplates":[)";
+  JsonWriter json;
+  json.begin_object().key("resourceTemplates").begin_array();
   for (const Template& one : kTemplates) {
-    AppendResource(list, one.uri, one.name, one.about, "uriTemplate");
+    AddResource(json, one.uri, one.name, one.about, "uriTemplate");
   }
-  return list + "]}";
+  return json.end_array().end_object().take();
 }
 
 Outcome ReadResource(const MethodCall& call) {
@@ -106,8 +107,11 @@ Outcome ReadResource(const MethodCall& call) {
   if (!command) return InvalidParams("unknown resource uri: " + uri);
   if (!call.http.trusted) return InvalidParams("this connection may not run commands");
   const std::string answer = RunCommand(call, *command);
-  return R"({"contents":[{"uri":)" + JsonString(uri) + R"(,"mimeType":"text/plain","text":)" +
-         JsonString(SizedAnswer(answer, 0, call.options.max_answer, false)) + "}]}";
+  JsonWriter json;
+  json.begin_object().key("contents").begin_array().begin_object();
+  json.field("uri", uri).field("mimeType", "text/plain");
+  json.field("text", SizedAnswer(answer, 0, call.options.max_answer, false));
+  return json.end_object().end_array().end_object().take();
 }
 
 }  // namespace mrb::mcp

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "common/text.h"
 #include "mcp/command_pattern.h"
 
@@ -56,30 +56,33 @@ const Tool* FindTool(std::string_view name) {
 }
 
 std::string InputSchema(const Tool& tool) {
-  std::string properties;
-  std::string required;
+  JsonWriter json;
+  json.begin_object().field("type", "object").key("properties").begin_object();
+  bool any_required = false;
   for (const Field& field : FieldsOf(tool)) {
-    if (!properties.empty()) properties += ',';
-    properties += JsonString(field.name) + ":" + FieldSchema(field);
-    if (!field.required) continue;
-    if (!required.empty()) required += ',';
-    required += JsonString(field.name);
+    json.raw_field(field.name, FieldSchema(field));
+    any_required = any_required || field.required;
   }
-  std::string schema = R"({"type":"object","properties":{)" + properties + "}";
-  if (!required.empty()) schema += ",\"required\":[" + required + "]";
-  return schema + "}";
+  json.end_object();
+  if (any_required) {
+    json.key("required").begin_array();
+    for (const Field& field : FieldsOf(tool)) {
+      if (field.required) json.value(field.name);
+    }
+    json.end_array();
+  }
+  return json.end_object().take();
 }
 
 const std::string& ToolList() {
   static const std::string kList = [] {
-    std::string list = R"({"tools":[)";
+    JsonWriter json;
+    json.begin_object().key("tools").begin_array();
     for (const Tool* tool : Tools()) {
-      if (!list.ends_with('[')) list += ',';
-      list += "{\"name\":" + JsonString(tool->name) +
-              ",\"description\":" + JsonString(tool->about) +
-              ",\"inputSchema\":" + InputSchema(*tool) + "}";
+      json.begin_object().field("name", tool->name).field("description", tool->about);
+      json.raw_field("inputSchema", InputSchema(*tool)).end_object();
     }
-    return list + "]}";
+    return json.end_array().end_object().take();
   }();
   return kList;
 }

@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "common/fnv1a.h"
-#include "workstation/json_writer.h"
+#include "common/json_writer.h"
 
 namespace mrb::workstation {
 namespace {

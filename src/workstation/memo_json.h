@@ -5,9 +5,9 @@
 #include <string_view>
 #include <vector>
 
+#include "common/json_writer.h"
 #include "memory/context/context_registry.h"
 #include "memory/index/context_index.h"
-#include "workstation/json_writer.h"
 #include "workstation/params.h"
 
 namespace mrb::workstation {

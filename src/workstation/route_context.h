@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "common/json_writer.h"
 #include "server/http/http_message.h"
-#include "workstation/json_writer.h"
 #include "workstation/params.h"
 #include "workstation/undo_log.h"
 #include "workstation/workstation_parts.h"

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "common/json_text.h"
+#include "common/json_writer.h"
 
 namespace mrb {
 namespace {

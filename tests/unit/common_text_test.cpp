@@ -6,7 +6,7 @@
 
 #include "common/fnv1a.h"
 #include "common/json_scan.h"
-#include "common/json_text.h"
+#include "common/json_writer.h"
 
 namespace mrb {
 namespace {

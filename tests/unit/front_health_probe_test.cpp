@@ -5,7 +5,7 @@
 namespace mrb::front {
 namespace {
 
-TEST(HealthTextTest, ClassifiesBodiesByTheirTelltales) {
+TEST(HealthProbeTest, ClassifiesBodiesByTheirTelltales) {
   struct Case {
     const char* body;
     ProbeResult result;
@@ -27,12 +27,7 @@ TEST(HealthTextTest, ClassifiesBodiesByTheirTelltales) {
   }
 }
 
-TEST(HealthTextTest, AnswerBodyIsBehindTheFirstBlankLine) {
-  EXPECT_EQ(AnswerBody("HTTP/1.1 200 OK\r\nA: b\r\n\r\nbody\r\n\r\nmore"), "body\r\n\r\nmore");
-  EXPECT_EQ(AnswerBody("no separator\r\n"), "no separator\r\n");
-}
-
-TEST(HealthTextTest, ComparesVersionsNumberByNumber) {
+TEST(HealthProbeTest, ComparesVersionsNumberByNumber) {
   struct Case {
     const char* a;
     const char* b;

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "common/json_scan.h"
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "mcp/service.h"
 #include "server/http/interpreter_bridge.h"
 

@@ -7,7 +7,7 @@
 
 #include "chat/hub.h"
 #include "common/json_scan.h"
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "mcp/service.h"
 #include "mcp/sized_answer.h"
 #include "mcp/tool_table.h"

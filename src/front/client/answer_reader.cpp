@@ -6,7 +6,6 @@
 namespace mrb::front {
 namespace {
 
-constexpr std::string_view kBlankLine = "\r\n\r\n";
 constexpr std::string_view kOut = "\"out\":\"";
 constexpr std::size_t kDigits = 4;  // of \uXXXX
 constexpr std::size_t kMaxEscape = 2 + kDigits;
@@ -75,11 +74,6 @@ bool AnswerReader::pass(std::string_view mark, std::string_view& bytes) {
 
 /// What is left of the bytes, which must come again with more behind them.
 std::string_view AnswerReader::read(std::string_view bytes, bool is_last) {
-  if (place_ == Place::kHead) {
-    if (!pass(kBlankLine, bytes) && !is_last) return bytes;
-    searched_ = 0;
-    place_ = Place::kBody;
-  }
   if (place_ == Place::kBody) {
     if (!pass(kOut, bytes)) return bytes;
     place_ = Place::kText;

@@ -67,14 +67,14 @@ class Client {
     const auto answer = ask("POST /term/open", command_line);
     if (!answer) return complain("mterm: server unreachable\n");
     if (!SaysOk(*answer)) return complain("mterm: open failed: " + *answer + "\n");
-    return attach(IdOf(*answer));
+    return attach(id_of(*answer));
   }
 
   int attach_target(const std::string& target) {
     if (auto id = find_session(target)) return attach(*id);
     if (is_host(target)) {
       const auto answer = ask("POST /term/open?host=" + EncodeForm(target));
-      if (answer && SaysOk(*answer)) return attach(IdOf(*answer));
+      if (answer && SaysOk(*answer)) return attach(id_of(*answer));
     }
     return complain("mterm: no live session or saved host '" + target +
                     "' (mb mterm list; mb mterm host list)\n");
@@ -101,7 +101,7 @@ class Client {
     return print(ask(method_and_target, body));
   }
 
-  static std::string IdOf(std::string_view answer) {
+  static std::string id_of(std::string_view answer) {
     const auto document = JsonDocument::scan(answer);
     return document ? document->root().find("id").text() : std::string();
   }

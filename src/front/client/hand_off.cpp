@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/http_answer.h"
 #include "common/text.h"
 #include "common/version.h"
 #include "front/client/answer_reader.h"
@@ -27,6 +28,7 @@ constexpr Milliseconds kProbeTimeout{1200};
 constexpr Milliseconds kShutdownTimeout{1500};
 constexpr Milliseconds kExecTimeout{4000};
 constexpr Milliseconds kPollInterval{100};
+constexpr int kOkStatus = 200;
 constexpr int kStartProbes = 80;
 constexpr int kQuietProbes = 60;
 constexpr std::size_t kMaxFolder = 260;
@@ -58,27 +60,27 @@ std::string HolderOf(ProbeResult told, const platform::ServerIdentity& server) {
          (user.empty() ? "another user" : user);
 }
 
-/// Reads until the peer closes, an error, or the deadline, which a dripping peer cannot push back.
-std::string ReadAnswerUntil(Socket& socket, Clock::time_point deadline) {
-  std::string answer;
+/// Reads until the answer is whole, is none, or the deadline, which a dripping peer cannot push
+/// back.
+HttpAnswer ReadAnswerUntil(Socket& socket, Clock::time_point deadline) {
+  HttpAnswer answer(kMaxProbeAnswer);
   std::array<char, 2048> chunk{};
-  while (answer.size() < kMaxProbeAnswer) {
+  while (!answer.complete()) {
     const auto left = std::chrono::ceil<Milliseconds>(deadline - Clock::now());
     if (left.count() <= 0 || !socket.set_receive_timeout(left)) break;
     const auto received = socket.receive(chunk.data(), chunk.size());
-    if (!received || *received == 0) break;
-    answer.append(chunk.data(), *received);
+    if (!received || *received == 0 || !answer.feed({chunk.data(), *received})) break;
   }
   return answer;
 }
 
-/// Reads until the peer closes or fails; whether anything came. A silent open connection is waited
-/// for: the command runs.
-bool ReadSlowAnswer(Socket& socket, AnswerReader& reader) {
+/// Reads until the answer is whole or the peer closes or fails; whether anything came. A silent
+/// open connection is waited for: the command runs.
+bool ReadSlowAnswer(Socket& socket, HttpAnswer& answer) {
   std::vector<char> chunk(std::size_t{1} << 18U);  // an answer may be megabytes of lines
   bool told = !platform::StderrIsConsole();
   bool any = false;
-  for (;;) {
+  while (!answer.complete()) {
     const auto received = socket.receive(chunk.data(), chunk.size());
     if (!received && received.error().kind == ErrorKind::kTimedOut) {
       if (!std::exchange(told, true)) {
@@ -88,8 +90,12 @@ bool ReadSlowAnswer(Socket& socket, AnswerReader& reader) {
     }
     if (!received || *received == 0) return any;
     any = true;
-    reader.feed({chunk.data(), *received});
+    if (const Status taken = answer.feed({chunk.data(), *received}); !taken) {
+      platform::WriteStderr("Mirebolt: " + taken.error().text + "\n");
+      return true;
+    }
   }
+  return true;
 }
 
 bool PrintExec(std::int32_t port, std::string_view line) {
@@ -131,8 +137,8 @@ Probe ProbeResident(std::int32_t port) {
   if (!socket.send_all("GET /health HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n")) {
     return probe;
   }
-  const std::string answer = ReadAnswerUntil(socket, deadline);
-  const ProbeResult told = ClassifyHealth(AnswerBody(answer), probe.version);
+  const HttpAnswer answer = ReadAnswerUntil(socket, deadline);
+  const ProbeResult told = ClassifyHealth(answer.body(), probe.version);
   probe.result = server::IsOwnListener(server) ? told : ProbeResult::Foreign;
   probe.holder = HolderOf(told, server);
   probe.listener = server.listener;
@@ -159,10 +165,9 @@ bool ShutdownResident(std::int32_t port) {
           "X-Mrb-Control: shutdown\r\nContent-Length: 0\r\nConnection: close\r\n\r\n")) {
     return false;
   }
-  const std::string answer = ReadAnswerUntil(*socket, Clock::now() + kShutdownTimeout);
+  const HttpAnswer answer = ReadAnswerUntil(*socket, Clock::now() + kShutdownTimeout);
   socket.reset();
-  return answer.size() >= 4 && answer.find(" 200") != std::string::npos &&
-         WaitFor(port, ProbeResult::NoListener, kQuietProbes);
+  return answer.status() == kOkStatus && WaitFor(port, ProbeResult::NoListener, kQuietProbes);
 }
 
 bool PostConsoleExec(std::int32_t port, std::string_view command_line,
@@ -177,7 +182,8 @@ bool PostConsoleExec(std::int32_t port, std::string_view command_line,
   request += command_line;
   if (!socket->send_all(request)) return false;
   AnswerReader reader(answer);
-  if (!ReadSlowAnswer(*socket, reader)) return false;
+  HttpAnswer http([&reader](std::string_view piece) { reader.feed(piece); });
+  if (!ReadSlowAnswer(*socket, http)) return false;
   reader.finish();
   return true;
 }

@@ -33,11 +33,6 @@ void SkipSeparator(std::string_view text, std::size_t& at) {
 
 }  // namespace
 
-std::string_view AnswerBody(std::string_view answer) {
-  const auto blank_line = answer.find("\r\n\r\n");
-  return blank_line == std::string_view::npos ? answer : answer.substr(blank_line + 4);
-}
-
 ProbeResult ClassifyHealth(std::string_view body, std::string& version) {
   constexpr std::string_view kApp = "\"app\":\"Mirebolt\"";
   constexpr std::string_view kVersionField = "\"version\":\"";

@@ -13,9 +13,6 @@ enum class ProbeResult {
   Current = 3,       ///< this program in this version
 };
 
-/// The bytes behind the first blank line; the whole answer when it has none.
-[[nodiscard]] std::string_view AnswerBody(std::string_view answer);
-
 /// Reads a /health body by its two telltale substrings, not as JSON. `version` receives the
 /// reported version, empty when there is none. Never NoListener.
 [[nodiscard]] ProbeResult ClassifyHealth(std::string_view body, std::string& version);

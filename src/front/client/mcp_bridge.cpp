@@ -49,7 +49,7 @@ class Relay {
     if (!answer) return Failure(message, "the resident does not answer");
     if (answer->status == kOk || answer->status == kAccepted) {
       if (answer->body.empty()) return {};
-      if (JsonDocument::scan(answer->body)) return OneLine(std::move(answer->body));
+      if (JsonDocument::scan(answer->body)) return one_line(std::move(answer->body));
     }
     const std::string refusal = RefusalText(answer->body);
     return Failure(message, refusal.empty() ? "the resident's answer is no message (status " +
@@ -63,7 +63,7 @@ class Relay {
 
   /// Line ends stand between the values of a JSON text, never within; here they would end a
   /// message.
-  static std::string OneLine(std::string body) {
+  static std::string one_line(std::string body) {
     std::ranges::replace(body, '\n', ' ');
     std::ranges::replace(body, '\r', ' ');
     return body;

@@ -4,10 +4,10 @@
 #include <charconv>
 #include <cmath>
 
+#include "common/http_answer.h"
 #include "common/json_scan.h"
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "common/text.h"
-#include "memory/embedding/http_answer.h"
 #include "platform/process.h"
 #include "platform/sockets.h"
 
@@ -15,12 +15,14 @@ namespace mrb::memory {
 
 namespace {
 
+constexpr std::size_t kMaxAnswer = 16U << 20U;  // bytes; an embedding has some ten kilobytes
+
 using Clock = std::chrono::steady_clock;
 
 std::string RequestText(const EmbedderAddress& address, const std::string& model,
                         std::string_view text) {
   const std::string body =
-      "{\"model\":" + JsonString(model) + ",\"prompt\":" + JsonString(text) + "}";
+      JsonWriter().begin_object().field("model", model).field("prompt", text).end_object().take();
   std::string host;
   for (int shift = 24; shift >= 0; shift -= 8) {
     host += std::to_string(address.ipv4 >> shift & 255U) + (shift > 0 ? "." : "");
@@ -41,7 +43,7 @@ Result<HttpAnswer> Exchange(const EmbedderAddress& address, const EmbedderTimes&
     return std::unexpected(set.error());
   }
   if (const Status sent = socket->send_all(request); !sent) return std::unexpected(sent.error());
-  HttpAnswer answer;
+  HttpAnswer answer(kMaxAnswer);
   std::vector<char> buffer(std::size_t{64} << 10U);
   while (!answer.complete()) {
     const auto left =

@@ -17,8 +17,8 @@ constexpr std::uint32_t kNameBits = 0xFFFF;
 }  // namespace
 
 const std::string& MemoTypeNames() {
-  static const std::string names = FormatMemoTypes(kNameBits);
-  return names;
+  static const std::string kNames = FormatMemoTypes(kNameBits);
+  return kNames;
 }
 
 Result<std::uint32_t> ParseMemoTypes(std::string_view field) {

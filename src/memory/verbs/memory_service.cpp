@@ -27,16 +27,20 @@ class MemoryService::Impl {
     return row->run({contexts_, options_, bot, verb, rest});
   }
 
+  ContextRegistry& contexts() { return contexts_; }
+  [[nodiscard]] const MemoryOptions& options() const { return options_; }
+
+ private:
   MemoryOptions options_;
   ContextRegistry contexts_;
 };
 
 ContextRegistry& MemoryService::contexts() {
-  return impl_->contexts_;
+  return impl_->contexts();
 }
 
 const MemoryOptions& MemoryService::options() const {
-  return impl_->options_;
+  return impl_->options();
 }
 
 MemoryService::MemoryService(MemoryOptions options)

@@ -19,12 +19,12 @@ namespace {
 
 /// The pipe of this process; both ends -1 when the system has none left.
 const std::array<int, 2>& ClosePipe() {
-  static const std::array<int, 2> ends = [] {
+  static const std::array<int, 2> kEnds = [] {
     std::array<int, 2> made{-1, -1};
     static_cast<void>(::pipe2(made.data(), O_CLOEXEC | O_NONBLOCK));
     return made;
   }();
-  return ends;
+  return kEnds;
 }
 
 volatile sig_atomic_t signal_pipe = -1;

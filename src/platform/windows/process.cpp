@@ -2,8 +2,9 @@
 
 #include "platform/process.h"
 
-#include <shellapi.h>
 #include <windows.h>
+
+#include <shellapi.h>
 
 #include <array>
 

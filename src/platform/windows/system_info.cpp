@@ -2,8 +2,9 @@
 
 #include "platform/system_info.h"
 
-#include <psapi.h>
 #include <windows.h>
+
+#include <psapi.h>
 
 namespace mrb::platform {
 

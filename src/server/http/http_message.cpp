@@ -2,7 +2,7 @@
 
 #include <charconv>
 
-#include "common/json_text.h"
+#include "common/json_writer.h"
 
 namespace mrb::server {
 namespace {
@@ -17,9 +17,8 @@ void AppendDecimal(std::string& out, std::size_t number) {
 Response JsonFailure(std::string_view status, std::string_view message) {
   Response response;
   response.status = status;
-  response.body = "{\"ok\":false,\"error\":";
-  response.body += JsonString(message);
-  response.body += '}';
+  response.body =
+      JsonWriter().begin_object().field("ok", false).field("error", message).end_object().take();
   return response;
 }
 

@@ -3,30 +3,26 @@
 #include <array>
 #include <utility>
 
-#include "common/text.h"
+#include "common/http_answer.h"
 #include "platform/sockets.h"
-#include "server/http/http_head.h"
 
 namespace mrb::server {
 namespace {
 
-constexpr std::string_view kHeadEnd = "\r\n\r\n";
-
-Result<std::string> ReadAnswer(platform::Socket& socket) {
-  std::string answer;
+/// Reads to the end of the answer. kClosed when nothing came, kCorrupt when it was cut off.
+Result<HttpAnswer> ReadAnswer(platform::Socket& socket) {
+  HttpAnswer answer(HttpAnswer::kNoLimit);
   std::array<char, 16384> piece;  // NOLINT: filled by the system
-  for (;;) {
+  bool any = false;
+  while (!answer.complete()) {
     const auto got = socket.receive(piece.data(), piece.size());
     if (!got) return std::unexpected(got.error());
-    if (*got == 0) return answer;
-    answer.append(piece.data(), *got);
+    if (*got == 0 && !any) return Fail(ErrorKind::kClosed, "no answer");
+    any = true;
+    const Status taken = *got == 0 ? answer.end() : answer.feed({piece.data(), *got});
+    if (!taken) return Fail(ErrorKind::kCorrupt, "a cut answer");
   }
-}
-
-/// The number behind "HTTP/1.1 ".
-int StatusOf(std::string_view head) {
-  const auto words = SplitWords(head.substr(0, head.find('\r')));
-  return words.size() < 2 ? 0 : static_cast<int>(ParseDecimal(words[1].substr(0, 3)).value_or(0));
+  return answer;
 }
 
 }  // namespace
@@ -55,16 +51,7 @@ Result<LoopbackAnswer> Exchange(platform::Socket& socket, const LoopbackRequest&
   socket.shutdown_send();
   auto answer = ReadAnswer(socket);
   if (!answer) return std::unexpected(std::move(answer.error()));
-  const auto head_end = answer->find(kHeadEnd);
-  if (head_end == std::string::npos) {
-    return answer->empty() ? Fail(ErrorKind::kClosed, "no answer")
-                           : Fail(ErrorKind::kCorrupt, "a cut answer");
-  }
-  const std::string_view head = std::string_view(*answer).substr(0, head_end + kHeadEnd.size());
-  const std::string_view body = std::string_view(*answer).substr(head.size());
-  const auto length = ParseDecimal(HeaderValue(head, "content-length"));
-  if (length && body.size() < *length) return Fail(ErrorKind::kCorrupt, "a cut answer");
-  return LoopbackAnswer{StatusOf(head), std::string(body)};
+  return LoopbackAnswer{answer->status(), answer->take_body()};
 }
 
 Result<std::string> AskResident(std::int32_t port, const LoopbackRequest& request) {

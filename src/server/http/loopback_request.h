@@ -34,7 +34,7 @@ struct LoopbackRequest {
 };
 
 struct LoopbackAnswer {
-  int status = 0;  ///< 0 when the head tells none
+  int status = 0;
   std::string body;
 };
 

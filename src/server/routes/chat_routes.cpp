@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "chat/hub.h"
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "common/text.h"
 
 namespace mrb::server {
@@ -16,9 +16,15 @@ constexpr std::uint64_t kHistory = 50;
 constexpr std::uint64_t kDefaultLog = 200;
 constexpr std::uint64_t kMaxLog = 5000;
 
-Response Answer(std::string body) {
+JsonWriter BeginAnswer() {
+  JsonWriter json;
+  json.begin_object().field("ok", true);
+  return json;
+}
+
+Response EndAnswer(JsonWriter& json) {
   Response response;
-  response.body = std::move(body);
+  response.body = json.end_object().take();
   return response;
 }
 
@@ -44,8 +50,13 @@ Response Say(const Request& request, chat::Hub& hub, std::string_view from,
   if (!to_all && !request.trusted) return JsonFailure(kForbidden, "loopback only");
   const auto said = hub.say(from, channel, text);
   if (!said) return Failure(said.error());
-  if (said->answer.empty()) return Answer(R"({"ok":true,"seq":)" + std::to_string(said->seq) + "}");
-  return Answer(R"({"ok":true,"answer":)" + JsonString(said->answer) + "}");
+  JsonWriter json = BeginAnswer();
+  if (said->answer.empty()) {
+    json.field("seq", said->seq);
+  } else {
+    json.field("answer", said->answer);
+  }
+  return EndAnswer(json);
 }
 
 /// The history at once, or with "since" what came after it, waited for.
@@ -59,9 +70,10 @@ Response Read(const Request& request, chat::Hub& hub, std::string_view me,
   const auto piece =
       since ? hub.read(wanted) : hub.recent(wanted, NumberOr(request, "last", kHistory));
   if (!piece) return Failure(piece.error());
-  return Answer(R"({"ok":true,"channel":)" + JsonString(channel) + ",\"next\":" +
-                std::to_string(piece->next) + ",\"missed\":" + std::to_string(piece->missed) +
-                ",\"messages\":" + RecordsJson(piece->records) + "}");
+  JsonWriter json = BeginAnswer();
+  json.field("channel", channel).field("next", piece->next).field("missed", piece->missed);
+  json.raw_field("messages", RecordsJson(piece->records));
+  return EndAnswer(json);
 }
 
 }  // namespace
@@ -78,18 +90,19 @@ Response AnswerChatNext(const Request& request, const Services& services) {
 }
 
 Response AnswerRoster(const Request& request, const Services& services) {
-  return Answer(R"({"ok":true,"roster":)" +
-                RosterJson(services.options.hub->roster(request.param("channel"))) + "}");
+  JsonWriter json = BeginAnswer();
+  json.raw_field("roster", RosterJson(services.options.hub->roster(request.param("channel"))));
+  return EndAnswer(json);
 }
 
 Response AnswerChannels(const Request& /*request*/, const Services& services) {
-  std::string body = R"({"ok":true,"channels":[)";
+  JsonWriter json = BeginAnswer();
+  json.key("channels").begin_array();
   for (const chat::Hub::ChannelInfo& channel : services.options.hub->channels()) {
-    if (!body.ends_with('[')) body += ',';
-    body += R"({"channel":)" + JsonString(channel.name) +
-            ",\"members\":" + std::to_string(channel.members) + "}";
+    json.begin_object().field("channel", channel.name).field("members", channel.members);
+    json.end_object();
   }
-  return Answer(body + "]}");
+  return EndAnswer(json.end_array());
 }
 
 Response AnswerChatLog(const Request& request, const Services& services) {
@@ -97,8 +110,9 @@ Response AnswerChatLog(const Request& request, const Services& services) {
   const auto records = services.options.hub->log(
       channel, std::min(NumberOr(request, "lines", kDefaultLog), kMaxLog));
   if (!records) return Failure(records.error());
-  return Answer(R"({"ok":true,"channel":)" + JsonString(channel) +
-                ",\"messages\":" + RecordsJson(*records) + "}");
+  JsonWriter json = BeginAnswer();
+  json.field("channel", channel).raw_field("messages", RecordsJson(*records));
+  return EndAnswer(json);
 }
 
 Response AnswerDmSay(const Request& request, const Services& services) {
@@ -112,22 +126,20 @@ Response AnswerDmThread(const Request& request, const Services& services) {
 }
 
 std::string RecordsJson(const std::vector<chat::Record>& records) {
-  std::string json = "[";
-  for (const chat::Record& record : records) {
-    if (json.size() > 1) json += ',';
-    json += chat::RecordJson(record);
-  }
-  return json + "]";
+  JsonWriter json;
+  json.begin_array();
+  for (const chat::Record& record : records) json.raw(chat::RecordJson(record));
+  return json.end_array().take();
 }
 
 std::string RosterJson(const std::vector<chat::Presence>& roster) {
-  std::string json = "[";
+  JsonWriter json;
+  json.begin_array();
   for (const chat::Presence& one : roster) {
-    if (json.size() > 1) json += ',';
-    json += R"({"callsign":)" + JsonString(one.callsign) + R"(,"channel":)" +
-            JsonString(one.channel) + (one.live ? R"(,"live":true})" : R"(,"live":false})");
+    json.begin_object().field("callsign", one.callsign).field("channel", one.channel);
+    json.field("live", one.live).end_object();
   }
-  return json + "]";
+  return json.end_array().take();
 }
 
 }  // namespace mrb::server

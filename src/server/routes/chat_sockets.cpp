@@ -3,12 +3,19 @@
 #include <string>
 #include <utility>
 
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "common/text.h"
 #include "server/routes/chat_routes.h"
 
 namespace mrb::server {
 namespace {
+
+/// What the server says to one client: an object of that kind, left open for more.
+JsonWriter BeginFrame(std::string_view kind) {
+  JsonWriter json;
+  json.begin_object().field("kind", kind);
+  return json;
+}
 
 constexpr std::size_t kHistory = 50;  // records that a newcomer gets
 
@@ -38,9 +45,11 @@ void ChatSockets::message(WebSocketClient& client, std::string_view text) {
     say(client, to, text);
   } else if (word == "leave") {
     hub_.leave(client.id());
-    reply(client, R"({"kind":"left"})");
+    reply(client, BeginFrame("left").end_object().take());
   } else if (word == "roster") {
-    reply(client, R"({"kind":"roster","roster":)" + RosterJson(hub_.roster(TakeLine(text))) + "}");
+    JsonWriter json = BeginFrame("roster");
+    json.raw_field("roster", RosterJson(hub_.roster(TakeLine(text))));
+    reply(client, json.end_object().take());
   } else {
     refuse(client, "unknown frame: join, msg, dm, roster or leave");
   }
@@ -77,11 +86,11 @@ void ChatSockets::join(WebSocketClient& client, std::string_view callsign,
   if (!joined) return refuse(client, joined.error().text);
   const auto piece = hub_.recent({.me = {}, .channel = channel}, kHistory);
   if (!piece) return refuse(client, piece.error().text);
-  std::string json = R"({"kind":"joined","callsign":)" + JsonString(callsign) + R"(,"channel":)" +
-                     JsonString(channel) + ",\"next\":" + std::to_string(piece->next) +
-                     ",\"roster\":" + RosterJson(hub_.roster(channel)) +
-                     ",\"history\":" + RecordsJson(piece->records) + "}";
-  reply(client, std::move(json));
+  JsonWriter json = BeginFrame("joined");
+  json.field("callsign", callsign).field("channel", channel).field("next", piece->next);
+  json.raw_field("roster", RosterJson(hub_.roster(channel)));
+  json.raw_field("history", RecordsJson(piece->records));
+  reply(client, json.end_object().take());
 }
 
 void ChatSockets::say(WebSocketClient& client, std::string_view channel, std::string_view text) {
@@ -92,7 +101,7 @@ void ChatSockets::say(WebSocketClient& client, std::string_view channel, std::st
   const auto said = hub_.say(place.callsign, channel.empty() ? place.channel : channel, text);
   if (!said) return refuse(client, said.error().text);
   if (!said->answer.empty()) {
-    reply(client, R"({"kind":"answer","text":)" + JsonString(said->answer) + "}");
+    reply(client, BeginFrame("answer").field("text", said->answer).end_object().take());
   }
 }
 
@@ -103,7 +112,7 @@ void ChatSockets::reply(WebSocketClient& client, std::string json) {
 }
 
 void ChatSockets::refuse(WebSocketClient& client, std::string_view why) {
-  reply(client, R"({"kind":"error","text":)" + JsonString(why) + "}");
+  reply(client, BeginFrame("error").field("text", why).end_object().take());
 }
 
 }  // namespace mrb::server

@@ -1,6 +1,6 @@
 #include "server/routes/control_routes.h"
 
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "common/text.h"
 #include "common/version.h"
 #include "platform/paths.h"
@@ -12,6 +12,7 @@ namespace mrb::server {
 namespace {
 
 constexpr std::size_t kMaxCommand = 1048576;
+constexpr std::size_t kEnvelope = 256;  // bytes of an answer beside the command's text, about
 
 Response PlainAnswer(std::string_view status, std::string_view type, std::string body) {
   Response response;
@@ -26,13 +27,10 @@ Response JsonAnswer(std::string body) {
 }
 
 /// {"ok":true,"app":...,"version":..., left open for more.
-std::string SelfDescription() {
-  std::string body = R"({"ok":true,"app":")";
-  body += kAppName;
-  body += R"(","version":")";
-  body += kVersion;
-  body += '"';
-  return body;
+JsonWriter SelfDescription() {
+  JsonWriter json;
+  json.begin_object().field("ok", true).field("app", kAppName).field("version", kVersion);
+  return json;
 }
 
 std::string WithDefault(std::string text, std::string_view otherwise) {
@@ -61,14 +59,15 @@ bool AcceptsOnlyEvents(std::string_view accept) {
 }  // namespace
 
 Response AnswerHealth(const Request& /*request*/, const Services& /*services*/) {
-  return JsonAnswer(SelfDescription() + "}");
+  return JsonAnswer(SelfDescription().end_object().take());
 }
 
 Response AnswerShutdown(const Request& request, const Services& /*services*/) {
   if (request.header("x-mrb-control") != "shutdown") {
     return JsonFailure(kForbidden, "missing X-Mrb-Control: shutdown");
   }
-  Response response = JsonAnswer(SelfDescription() + R"(,"shutting_down":true})");
+  Response response =
+      JsonAnswer(SelfDescription().field("shutting_down", true).end_object().take());
   response.close_resident = true;
   return response;
 }
@@ -90,12 +89,9 @@ Response AnswerConsoleExec(const Request& request, const Services& services) {
         {std::string(request.header("x-mrb-cwd")), request.header("x-mrb-tty") == "1"});
     services.options.bridge->execute(bot, command, answer);
   }
-  std::string body = R"({"ok":true,"bot":")";
-  AppendJsonEscaped(body, bot);
-  body += R"(","out":")";
-  AppendJsonEscaped(body, answer);
-  body += "\"}";
-  return JsonAnswer(std::move(body));
+  JsonWriter json(answer.size() + kEnvelope);
+  json.begin_object().field("ok", true).field("bot", bot).field("out", answer).end_object();
+  return JsonAnswer(json.take());
 }
 
 Response AnswerConsoleTail(const Request& request, const Services& services) {
@@ -108,10 +104,9 @@ Response AnswerConsoleTail(const Request& request, const Services& services) {
         ReadFileTail(services.files, platform::JoinPath(platform::JoinPath(bots, bot), "inbox.log"),
                      ParseDecimal(request.param("off")).value_or(0));
   }
-  std::string body = R"({"ok":true,"off":)" + std::to_string(tail.size) + R"(,"data":")";
-  AppendJsonEscaped(body, tail.text);
-  body += "\"}";
-  return JsonAnswer(std::move(body));
+  JsonWriter json;
+  json.begin_object().field("ok", true).field("off", tail.size).field("data", tail.text);
+  return JsonAnswer(json.end_object().take());
 }
 
 Response AnswerInterp(const Request& request, const Services& services) {

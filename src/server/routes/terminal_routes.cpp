@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "common/json_writer.h"
 #include "common/text.h"
 #include "server/terminals/terminal_command.h"
 #include "server/terminals/terminal_json.h"
@@ -135,11 +136,9 @@ Response AnswerTermShare(const Request& request, const Services& services) {
   const std::string bot = request.param("bot");
   const Status shared = services.options.terminals->share(id, bot);
   if (!shared) return JsonFailure(kBadRequest, shared.error().text);
-  std::string body = R"({"ok":true,)";
-  AppendJsonField(body, "id", id);
-  body += ',';
-  AppendJsonField(body, "bot", bot);
-  return Answer(body + "}");
+  JsonWriter json;
+  json.begin_object().field("ok", true).field("id", id).field("bot", bot).end_object();
+  return Answer(json.take());
 }
 
 Response AnswerTermFocus(const Request& request, const Services& services) {
@@ -167,16 +166,12 @@ Response AnswerHostSave(const Request& request, const Services& services) {
 }
 
 Response AnswerHostList(const Request& /*request*/, const Services& services) {
-  std::string body = R"({"ok":true,"hosts":[)";
+  JsonWriter json;
+  json.begin_object().field("ok", true).key("hosts").begin_array();
   for (const TerminalHost& host : services.options.terminals->hosts().list()) {
-    if (!body.ends_with('[')) body += ',';
-    body += '{';
-    AppendJsonField(body, "name", host.name);
-    body += ',';
-    AppendJsonField(body, "cmd", host.command);
-    body += '}';
+    json.begin_object().field("name", host.name).field("cmd", host.command).end_object();
   }
-  return Answer(body + "]}");
+  return Answer(json.end_array().end_object().take());
 }
 
 Response AnswerHostRemove(const Request& request, const Services& services) {

@@ -1,7 +1,7 @@
 #include "server/routes/vc_routes.h"
 
 #include "common/answer.h"
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "server/http/interpreter_bridge.h"
 
 namespace mrb::server {
@@ -30,7 +30,8 @@ Response RunAbout(std::string_view verb, const Request& request, const Services&
     return JsonFailure(kBadRequest, std::string_view(answer).substr(kMark.size()));
   }
   Response response;
-  response.body = R"({"ok":true,"out":)" + JsonString(answer) + "}";
+  response.body =
+      JsonWriter().begin_object().field("ok", true).field("out", answer).end_object().take();
   return response;
 }
 

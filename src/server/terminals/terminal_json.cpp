@@ -1,54 +1,45 @@
 #include "server/terminals/terminal_json.h"
 
-#include "common/json_text.h"
+#include "common/json_writer.h"
 
 namespace mrb::server {
+namespace {
 
-void AppendJsonField(std::string& body, std::string_view key, std::string_view text) {
-  body.append("\"").append(key).append("\":\"");
-  AppendJsonEscaped(body, text);
-  body += '"';
+JsonWriter Begin(bool ok) {
+  JsonWriter json;
+  json.begin_object().field("ok", ok);
+  return json;
 }
 
+}  // namespace
+
 std::string OpenedJson(const TerminalSession& session) {
-  std::string body = R"({"ok":true,)";
-  AppendJsonField(body, "id", session.id());
-  return body + "}";
+  return Begin(true).field("id", session.id()).end_object().take();
 }
 
 std::string OutputJson(const TerminalSession::Output& output) {
-  std::string body = R"({"ok":true,"len":)" + std::to_string(output.total) +
-                     ",\"alive\":" + (output.alive ? "true" : "false") + ",";
-  AppendJsonField(body, "data", output.data);
-  return body + "}";
+  JsonWriter json = Begin(true);
+  json.field("len", output.total).field("alive", output.alive).field("data", output.data);
+  return json.end_object().take();
 }
 
 std::string ExecJson(const TerminalSession::ExecResult& result) {
-  std::string body;
-  if (result.how == TerminalSession::ExecResult::How::kTimedOut) {
-    body = R"({"ok":false,"timedOut":true,)";
-    AppendJsonField(body, "output", result.output);
-  } else {
-    body = R"({"ok":true,)";
-    AppendJsonField(body, "output", result.output);
-    body += ",\"exitCode\":" + std::to_string(result.exit_code);
-  }
-  return body + "}";
+  const bool in_time = result.how != TerminalSession::ExecResult::How::kTimedOut;
+  JsonWriter json = Begin(in_time);
+  if (!in_time) json.field("timedOut", true);
+  json.field("output", result.output);
+  if (in_time) json.field("exitCode", result.exit_code);
+  return json.end_object().take();
 }
 
 std::string SessionsJson(const std::vector<std::shared_ptr<TerminalSession>>& sessions) {
-  std::string body = R"({"ok":true,"sessions":[)";
+  JsonWriter json = Begin(true);
+  json.key("sessions").begin_array();
   for (const auto& session : sessions) {
-    if (!body.ends_with('[')) body += ',';
-    body += '{';
-    AppendJsonField(body, "id", session->id());
-    body += ',';
-    AppendJsonField(body, "name", session->name());
-    body += ',';
-    AppendJsonField(body, "cmd", session->command_line());
-    body += session->alive() ? R"(,"alive":true})" : R"(,"alive":false})";
+    json.begin_object().field("id", session->id()).field("name", session->name());
+    json.field("cmd", session->command_line()).field("alive", session->alive()).end_object();
   }
-  return body + "]}";
+  return json.end_array().end_object().take();
 }
 
 }  // namespace mrb::server

@@ -15,7 +15,4 @@ namespace mrb::server {
 [[nodiscard]] std::string SessionsJson(
     const std::vector<std::shared_ptr<TerminalSession>>& sessions);
 
-/// "key":"text", without a comma.
-void AppendJsonField(std::string& body, std::string_view key, std::string_view text);
-
 }  // namespace mrb::server

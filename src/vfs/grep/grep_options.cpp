@@ -38,9 +38,9 @@ std::optional<std::size_t> ContextLines(const std::string& value) {
   return static_cast<std::size_t>(std::min(*count, kMaxContext));
 }
 
-template <GrepShow show>
+template <GrepShow kShow>
 bool Show(GrepOptions& options, const std::string& /*value*/) {
-  options.show = show;
+  options.show = kShow;
   return true;
 }
 

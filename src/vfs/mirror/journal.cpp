@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "common/json_scan.h"
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "common/literal_search.h"
 #include "common/text.h"
 #include "platform/paths.h"
@@ -31,16 +31,6 @@ constexpr std::array kKindNames{
     KindName{ChangeKind::kMirrorFail, "mirror-fail"},
     KindName{ChangeKind::kReconcileStrandedLock, "reconcile-stranded-lock"},
 };
-
-void AppendNumber(std::string& line, std::string_view key, std::uint64_t value) {
-  line.append(",\"").append(key).append("\":").append(std::to_string(value));
-}
-
-void AppendText(std::string& line, std::string_view key, std::string_view value) {
-  line.append(",\"").append(key).append("\":\"");
-  AppendJsonEscaped(line, value);
-  line.push_back('"');
-}
 
 std::optional<std::uint32_t> VersionField(const JsonValue& object, std::string_view key) {
   const JsonValue value = object.find(key);
@@ -107,11 +97,11 @@ std::optional<Change> ChangeOf(const JsonValue& object) {
 }
 
 // JSON text is UTF-8; the name of a file need not be.
-void AppendPath(std::string& line, std::string_view path) {
+void AddPath(JsonWriter& json, std::string_view path) {
   if (IsUtf8(path)) {
-    AppendText(line, "path", path);
+    json.field("path", path);
   } else {
-    AppendText(line, "path_hex", HexOf(path));
+    json.field("path_hex", HexOf(path));
   }
 }
 
@@ -122,20 +112,17 @@ std::string_view ChangeKindName(ChangeKind kind) {
 }
 
 std::string ChangeLine(const Change& change) {
-  std::string line = "{\"version\":" + std::to_string(change.version);
-  AppendText(line, "author", change.author);
-  AppendText(line, "stamp", StampText(change.stamp));
-  AppendText(line, "kind", ChangeKindName(change.kind));
-  AppendPath(line, change.path);
-  AppendNumber(line, "size", change.size);
-  if (change.archived != 0) {
-    AppendNumber(line, "archived", change.archived);
-    AppendNumber(line, "holds", change.holds);
-  }
-  if (change.tombstone_version != 0) AppendNumber(line, "buried", change.tombstone_version);
-  if (change.same_as != 0) AppendNumber(line, "same_as", change.same_as);
-  if (change.carried) line += ",\"carried\":true";
-  return line + "}\n";
+  constexpr std::size_t kTypicalLine = 192;
+  JsonWriter json(kTypicalLine);
+  json.begin_object().field("version", change.version).field("author", change.author);
+  json.field("stamp", StampText(change.stamp)).field("kind", ChangeKindName(change.kind));
+  AddPath(json, change.path);
+  json.field("size", change.size);
+  if (change.archived != 0) json.field("archived", change.archived).field("holds", change.holds);
+  if (change.tombstone_version != 0) json.field("buried", change.tombstone_version);
+  if (change.same_as != 0) json.field("same_as", change.same_as);
+  if (change.carried) json.field("carried", true);
+  return json.end_object().take() + "\n";
 }
 
 Result<Change> ParseChange(std::string_view line) {
@@ -217,8 +204,9 @@ Status Journal::read_of(std::string_view path, bool any_case,
   const auto lines = text();
   if (!lines) return std::unexpected(lines.error());
   const std::string_view all = *lines;
-  std::string field;
-  AppendPath(field, path);
+  JsonWriter wanted;
+  AddPath(wanted.begin_object(), path);
+  const std::string field = wanted.take().substr(1);  // without the brace
   const LiteralSearch search(field, any_case);
   for (std::size_t at = search.find(all); at != std::string_view::npos; at = search.find(all, at)) {
     const std::size_t begin = all.rfind('\n', at) + 1;  // 0 in the first line

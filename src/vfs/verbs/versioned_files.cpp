@@ -3,11 +3,11 @@
 #include "common/answer.h"
 #include "common/json_scan.h"
 #include "common/text.h"
+#include "platform/config_file.h"
 #include "platform/paths.h"
 #include "vfs/model/reserved_names.h"
 #include "vfs/model/size_text.h"
 #include "vfs/model/tree_path.h"
-#include "vfs/policy/settings_value.h"
 
 namespace mrb::vfs {
 namespace {
@@ -49,7 +49,8 @@ void VersionedFiles::start() {
 }
 
 std::uint64_t VersionedFiles::default_max_bytes() const {
-  const auto set = ReadSetting(*options_.files, options_.settings_files, "vc.maxreposize");
+  const auto set =
+      platform::ReadSetting(*options_.files, options_.settings_files, "vc.maxreposize");
   if (!set) return Policy::kDefaultMaxBytes;
   const auto size = ParseSize(*set);
   if (size) return *size;

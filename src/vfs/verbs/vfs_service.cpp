@@ -6,7 +6,7 @@
 #include <tuple>
 
 #include "common/answer.h"
-#include "common/json_text.h"
+#include "common/json_writer.h"
 #include "common/text.h"
 #include "vfs/model/tree_path.h"
 #include "vfs/verbs/store_query.h"
@@ -90,22 +90,22 @@ std::optional<std::vector<VfsService::FolderVersion>> VfsService::versions_in(
 std::string VfsService::directories_json() {
   files_.load();
   const auto listed = files_.enrollments().read();
-  if (!listed) return R"({"ok":false,"error":)" + JsonString(listed.error().text) + "}";
-  std::string items;
+  JsonWriter json;
+  json.begin_object().field("ok", listed.has_value());
+  if (!listed) return json.field("error", listed.error().text).end_object().take();
+  json.field("list", files_.enrollments().path()).key("dirs").begin_array();
   for (const EnrollmentList::Entry& entry : listed->entries) {
-    if (!items.empty()) items += ",";
     const bool loaded = files_.registry().of_root(entry.directory) != nullptr;
-    items += R"({"dir":)" + JsonString(entry.directory) + R"(,"loaded":)" +
-             (loaded ? "true" : "false") + "}";
+    json.begin_object().field("dir", entry.directory).field("loaded", loaded).end_object();
   }
-  return R"({"ok":true,"list":)" + JsonString(files_.enrollments().path()) + R"(,"dirs":[)" +
-         items + "]}";
+  return json.end_array().end_object().take();
 }
 
 std::string VfsService::stores_json() {
   files_.load();
   const auto active = files_.registry().active();
-  std::string items;
+  JsonWriter json;
+  json.begin_object().field("ok", true).key("stores").begin_array();
   for (const auto& store : files_.registry().all()) {
     const bool watched = files_.registry().is_watched(*store);
     const VersionStore::Lock guard = store->lock();
@@ -116,15 +116,12 @@ std::string VfsService::stores_json() {
       ++files;
       bytes += file->history.back().bytes.bytes().size();
     }
-    if (!items.empty()) items += ",";
-    items += R"({"root":)" + JsonString(store->disk_root()) + R"(,"policy":)" +
-             JsonString(FormatPolicy(store->policy())) + R"(,"files":)" + std::to_string(files) +
-             R"(,"bytes":)" + std::to_string(bytes) + R"(,"active":)" +
-             (store == active ? "true" : "false") + R"(,"watched":)" +
-             (watched ? "true" : "false") + R"(,"config":)" +
-             (store->category() == StoreCategory::kConfiguration ? "true" : "false") + "}";
+    json.begin_object().field("root", store->disk_root());
+    json.field("policy", FormatPolicy(store->policy())).field("files", files).field("bytes", bytes);
+    json.field("active", store == active).field("watched", watched);
+    json.field("config", store->category() == StoreCategory::kConfiguration).end_object();
   }
-  return R"({"ok":true,"stores":[)" + items + "]}";
+  return json.end_array().end_object().take();
 }
 
 }  // namespace mrb::vfs

@@ -1,14 +1,13 @@
-#include "vfs/policy/settings_value.h"
+#include "platform/config_file.h"
 
 #include "common/text.h"
 
-namespace mrb::vfs {
+namespace mrb::platform {
 
-std::optional<std::string> ReadSetting(platform::FileSystem& files,
-                                       const std::vector<std::string>& paths,
+std::optional<std::string> ReadSetting(FileSystem& files, const std::vector<std::string>& paths,
                                        std::string_view key) {
   for (const std::string& path : paths) {
-    const auto text = platform::ReadFile(files, path);
+    const auto text = ReadFile(files, path);
     if (!text) continue;
     std::optional<std::string> value;
     for (std::string_view line : Split(*text, '\n')) {
@@ -22,4 +21,4 @@ std::optional<std::string> ReadSetting(platform::FileSystem& files,
   return std::nullopt;
 }
 
-}  // namespace mrb::vfs
+}  // namespace mrb::platform

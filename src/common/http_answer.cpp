@@ -1,10 +1,10 @@
-#include "memory/embedding/http_answer.h"
+#include "common/http_answer.h"
 
 #include <algorithm>
 
 #include "common/text.h"
 
-namespace mrb::memory {
+namespace mrb {
 
 namespace {
 
@@ -14,11 +14,16 @@ std::unexpected<Error> Corrupt(const char* what) {
 
 }  // namespace
 
-Status HttpAnswer::take_body(std::size_t bytes) {
-  if (bytes > kMaxBody - body_.size()) {
-    return Fail(ErrorKind::kNoSpace, "the answer exceeds 16 MiB");
+Status HttpAnswer::pass_body(std::size_t bytes) {
+  if (bytes > max_body_ - body_.size()) {
+    return Fail(ErrorKind::kNoSpace, "the answer exceeds " + std::to_string(max_body_) + " bytes");
   }
-  body_.append(pending_, 0, bytes);
+  const std::string_view piece = std::string_view(pending_).substr(0, bytes);
+  if (!piece_) {
+    body_ += piece;
+  } else if (!piece.empty()) {
+    piece_(piece);
+  }
   pending_.erase(0, bytes);
   return {};
 }
@@ -52,7 +57,7 @@ Status HttpAnswer::read_head(std::string_view head) {
     }
     if (EqualsIgnoreCase(name, "content-length")) {
       const auto length = ParseDecimal(value);
-      if (!length || *length > kMaxBody) return Corrupt("bad content length");
+      if (!length || *length > max_body_) return Corrupt("bad content length");
       left_ = *length;
       step_ = Step::kSized;
     }
@@ -99,10 +104,10 @@ Status HttpAnswer::advance() {
       left_ -= bytes;
       const bool chunk = step_ == Step::kChunk;
       if (left_ == 0) step_ = chunk ? Step::kChunkEnd : Step::kDone;
-      return take_body(bytes);
+      return pass_body(bytes);
     }
     case Step::kUntilEnd:
-      return take_body(pending_.size());
+      return pass_body(pending_.size());
     case Step::kChunkSize:
     case Step::kChunkEnd:
     case Step::kTrailer: {
@@ -139,4 +144,4 @@ Status HttpAnswer::end() {
   return complete() ? Status() : Status(Fail(ErrorKind::kClosed, "the answer was cut off"));
 }
 
-}  // namespace mrb::memory
+}  // namespace mrb
