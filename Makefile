@@ -12,7 +12,7 @@ help:
 	@echo 'make bench     measure, and compare with the figures we aim at'
 	@echo 'make fuzz      run every fuzzer for a minute (SECONDS_EACH=60)'
 	@echo 'make pictures  take the pictures of the pages in docs/images anew'
-	@echo 'make format    clang-format the tree        make lint   clang-tidy it'
+	@echo 'make format    format all sources           make lint   clang-tidy and ESLint'
 
 run: build
 	@exec build/release/bin/mb --port $(PORT) serve
@@ -50,9 +50,11 @@ pictures: build
 format:
 	@tools/setup lint
 	@git ls-files '*.cpp' '*.h' | xargs clang-format-19 -i
+	@tools/pages_style/run
 
 lint:
 	@tools/setup lint
+	@tools/pages_style/run --check
 	@/usr/bin/python3 tools/lint.py
 
 clean:

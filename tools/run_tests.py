@@ -135,7 +135,8 @@ def start_wine():
 def suite_format(_):
     files = run(["git", "ls-files", "*.cpp", "*.h"], stdout=subprocess.PIPE, text=True).stdout.split()
     total = Tally()
-    for check in (["clang-format-19", "--dry-run", "-Werror", *files], ["tools/check_includes.py"]):
+    for check in (["clang-format-19", "--dry-run", "-Werror", *files], ["tools/check_includes.py"],
+                  ["tools/pages_style/run", "--check"]):
         total.add(Tally(1, 0) if quietly(check) else FAILURE)
     return total
 

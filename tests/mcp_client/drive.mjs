@@ -25,7 +25,9 @@ await client.ping();
 await client.setLoggingLevel("warning");
 got.tools = (await client.listTools()).tools.map((tool) => tool.name);
 got.added = await call("memory.add", {
-  context: `sdk-${kind}`, topic: "greeting", content: "hallo, wörld ✓",
+  context: `sdk-${kind}`,
+  topic: "greeting",
+  content: "hallo, wörld ✓",
 });
 got.retrieved = await call("memory.retrieve", { context: `sdk-${kind}`, topic: "greeting" });
 got.refused = await call("fs.write", { path: "x" });

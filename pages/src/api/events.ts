@@ -1,7 +1,7 @@
-import { signal } from '@preact/signals';
-import { useEffect } from 'preact/hooks';
-import { useLatest } from '../util/hooks';
-import { api } from './client';
+import { signal } from "@preact/signals";
+import { useEffect } from "preact/hooks";
+import { useLatest } from "../util/hooks";
+import { api } from "./client";
 
 /// What changed in the resident, as one stream for all pages of a browser: the page that holds the lock asks
 /// (a browser opens only six connections to a host), the others hear it over a BroadcastChannel. When that
@@ -27,13 +27,13 @@ interface News {
   events: LiveEvent[];
 }
 /// What a page that has just come says, so that it need not wait for the next event.
-const hello = 'hello';
+const hello = "hello";
 
-export type Connection = 'connecting' | 'live' | 'lost';
-export const connection = signal<Connection>('connecting');
+export type Connection = "connecting" | "live" | "lost";
+export const connection = signal<Connection>("connecting");
 
 /// The kind that is delivered when events may have been missed: whoever shows something loads it again.
-export const RESET = 'reset';
+export const RESET = "reset";
 
 const shortestPause = 250;
 const longestPause = 10_000;
@@ -42,7 +42,7 @@ const handlers = new Set<(event: LiveEvent) => void>();
 let seen = 0;
 
 function deliver({ state, next, events }: News): void {
-  const back = connection.value === 'lost' && state === 'live';
+  const back = connection.value === "lost" && state === "live";
   connection.value = state;
   seen = next;
   for (const event of back ? [{ kind: RESET }, ...events] : events) {
@@ -56,11 +56,11 @@ async function follow(tell: (news: News) => void): Promise<never> {
   let pause = shortestPause;
   for (;;) {
     try {
-      const { next, missed, events } = await api.get<Batch>('/ui/api/events', { after: seen });
-      tell({ state: 'live', next, events: missed ? [{ kind: RESET }, ...events] : events });
+      const { next, missed, events } = await api.get<Batch>("/ui/api/events", { after: seen });
+      tell({ state: "live", next, events: missed ? [{ kind: RESET }, ...events] : events });
       pause = shortestPause;
     } catch {
-      tell({ state: 'lost', next: seen, events: [] });
+      tell({ state: "lost", next: seen, events: [] });
       await sleep(pause);
       pause = Math.min(pause * 2, longestPause);
     }
@@ -71,7 +71,7 @@ let started = false;
 function start(): void {
   if (started) return;
   started = true;
-  const channel = new BroadcastChannel('mb.events');
+  const channel = new BroadcastChannel("mb.events");
   let asking = false;
   channel.onmessage = ({ data }: MessageEvent<News | typeof hello>) => {
     if (data !== hello) deliver(data);
@@ -87,7 +87,7 @@ function start(): void {
   };
   channel.postMessage(hello);
   if (!navigator.locks) void ask();
-  else void navigator.locks.request('mb.events', ask);
+  else void navigator.locks.request("mb.events", ask);
 }
 
 /// Calls `handler` for every event of these kinds and after a gap (RESET) until the returned function is
@@ -103,5 +103,5 @@ export function onLive(kinds: readonly string[], handler: (event: LiveEvent) => 
 /// The same for as long as a component is shown.
 export function useLive(kinds: readonly string[], handler: (event: LiveEvent) => void): void {
   const latest = useLatest(handler);
-  useEffect(() => onLive(kinds, (event) => latest.current(event)), [kinds.join(' ')]);
+  useEffect(() => onLive(kinds, (event) => latest.current(event)), [kinds.join(" ")]);
 }

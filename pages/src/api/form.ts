@@ -1,4 +1,4 @@
-import { api } from './client';
+import { api } from "./client";
 
 /// A name as a form value: what a row's "<name>_key" holds when the name is not UTF-8, else the name, encoded.
 export class Key {
@@ -14,13 +14,13 @@ type Values = Record<string, string | number | boolean | Key | undefined>;
 export function form(values: Values): string {
   const pieces = [];
   for (const [name, value] of Object.entries(values)) {
-    if (value === undefined || value === '' || value === false) continue;
-    pieces.push(`${name}=${value instanceof Key ? value.encoded : encodeURIComponent(value === true ? '1' : value)}`);
+    if (value === undefined || value === "" || value === false) continue;
+    pieces.push(`${name}=${value instanceof Key ? value.encoded : encodeURIComponent(value === true ? "1" : value)}`);
   }
-  return pieces.join('&');
+  return pieces.join("&");
 }
 
-const root = '/ui/api/';
+const root = "/ui/api/";
 
 export function ask<T>(route: string, values: Values = {}, signal?: AbortSignal): Promise<T> {
   const text = form(values);

@@ -1,6 +1,6 @@
-import { signal } from '@preact/signals';
-import { connection, onLive } from './events';
-import { api } from './client';
+import { signal } from "@preact/signals";
+import { connection, onLive } from "./events";
+import { api } from "./client";
 
 /// What the resident says about itself: GET /ui/api/status.
 export interface Status {
@@ -22,7 +22,7 @@ const every = 15_000;
 
 async function load(): Promise<void> {
   try {
-    status.value = await api.get<Status>('/ui/api/status');
+    status.value = await api.get<Status>("/ui/api/status");
   } catch {
     // The connection's state says it already.
   }
@@ -32,5 +32,5 @@ async function load(): Promise<void> {
 export function followStatus(): void {
   void load();
   onLive([], () => void load());
-  setInterval(() => document.visibilityState === 'visible' && connection.value !== 'lost' && void load(), every);
+  setInterval(() => document.visibilityState === "visible" && connection.value !== "lost" && void load(), every);
 }

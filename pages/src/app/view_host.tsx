@@ -1,10 +1,10 @@
-import type { ComponentType } from 'preact';
-import { useEffect, useErrorBoundary, useState } from 'preact/hooks';
-import { Button } from '../ui/button';
-import { Failed } from '../ui/empty';
-import { Loading } from '../ui/progress';
-import { route } from './router';
-import { views, type ViewProps, type ViewRow } from './views';
+import type { ComponentType } from "preact";
+import { useEffect, useErrorBoundary, useState } from "preact/hooks";
+import { Button } from "../ui/button";
+import { Failed } from "../ui/empty";
+import { Loading } from "../ui/progress";
+import { route } from "./router";
+import { views, type ViewProps, type ViewRow } from "./views";
 
 type Module = ComponentType<ViewProps>;
 const loaded = new Map<string, Module>();
@@ -12,12 +12,17 @@ const loaded = new Map<string, Module>();
 /// A view that throws does not take the others with it.
 function Guarded({ view: View, ...props }: ViewProps & { view: Module }) {
   const [error, retry] = useErrorBoundary();
-  if (error) return <Failed error={error instanceof Error ? error : new Error(String(error))}><Button onClick={retry}>Try again</Button></Failed>;
+  if (error)
+    return (
+      <Failed error={error instanceof Error ? error : new Error(String(error))}>
+        <Button onClick={retry}>Try again</Button>
+      </Failed>
+    );
   return <View {...props} />;
 }
 
 function useView(row: ViewRow): { view?: Module; error?: Error } {
-  const [state, setState] = useState<{ id: string; view?: Module; error?: Error }>({ id: '' });
+  const [state, setState] = useState<{ id: string; view?: Module; error?: Error }>({ id: "" });
   const known = loaded.get(row.id);
   useEffect(() => {
     if (known) return;
@@ -29,7 +34,9 @@ function useView(row: ViewRow): { view?: Module; error?: Error } {
       },
       (error: Error) => shown && setState({ id: row.id, error }),
     );
-    return () => { shown = false; };
+    return () => {
+      shown = false;
+    };
   }, [row.id]);
   return known ? { view: known } : state.id === row.id ? state : {};
 }

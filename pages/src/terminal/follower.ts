@@ -1,4 +1,4 @@
-import { readOutput } from './sessions';
+import { readOutput } from "./sessions";
 
 /// Reads a session's output by its offset, only while somebody looks, and never faster than it is drawn.
 
@@ -90,7 +90,9 @@ export class Follower {
 
   /// Until somebody looks again, or until `time` is over.
   private idle(time?: number): Promise<unknown> {
-    const woken = new Promise<void>((done) => { this.wake = done; });
+    const woken = new Promise<void>((done) => {
+      this.wake = done;
+    });
     return time === undefined ? woken : Promise.race([woken, sleep(time)]);
   }
 
@@ -112,12 +114,12 @@ export class Follower {
       this.options.ended({ exitCode: Number(endLine.exec(output.data)?.[1] ?? this.lastCode) });
       return false;
     }
-    if (!this.used) await this.rest(output.data !== '');
+    if (!this.used) await this.rest(output.data !== "");
     return true;
   }
 
   private async take(data: string, len: number): Promise<void> {
-    const bytes = data === '' ? 0 : encoder.encode(data).length;
+    const bytes = data === "" ? 0 : encoder.encode(data).length;
     // Replacement characters make the text longer than the bytes were, so this never claims too much.
     const skipped = this.replayed ? Math.max(0, len - this.since - bytes) : 0;
     this.since = len;
@@ -126,8 +128,8 @@ export class Follower {
     const code = endLine.exec(data)?.[1];
     if (code !== undefined) this.lastCode = Number(code);
     // The line about the end has no carriage return of its own.
-    const text = data.replace(endLine, '\r\n\x1b[2m[session ended, exit $1]\x1b[22m\r\n');
-    if (text === '') return;
+    const text = data.replace(endLine, "\r\n\x1b[2m[session ended, exit $1]\x1b[22m\r\n");
+    if (text === "") return;
     await this.options.show({ text, skipped, replay });
     // One piece per frame: whatever is printed, the page gets its turn.
     if (data.length > 65_536) await nextFrame();

@@ -1,5 +1,5 @@
-import { ApiError } from '../api/client';
-import { sendKeys } from './sessions';
+import { ApiError } from "../api/client";
+import { sendKeys } from "./sessions";
 
 type Bytes = Uint8Array<ArrayBuffer>;
 

@@ -1,13 +1,13 @@
-import { FitAddon } from '@xterm/addon-fit';
-import { Terminal } from '@xterm/xterm';
-import '@xterm/xterm/css/xterm.css';
-import { effect } from '@preact/signals';
-import { dark } from '../app/theme';
-import { wantedInTerminal } from '../ui/actions';
-import { darkColours, lightColours } from './colours';
-import { Follower, type Ending, type Piece } from './follower';
-import { Keyboard } from './keyboard';
-import { resizeSession } from './sessions';
+import { FitAddon } from "@xterm/addon-fit";
+import { Terminal } from "@xterm/xterm";
+import "@xterm/xterm/css/xterm.css";
+import { effect } from "@preact/signals";
+import { dark } from "../app/theme";
+import { wantedInTerminal } from "../ui/actions";
+import { darkColours, lightColours } from "./colours";
+import { Follower, type Ending, type Piece } from "./follower";
+import { Keyboard } from "./keyboard";
+import { resizeSession } from "./sessions";
 
 interface ScreenOptions {
   host: HTMLElement;
@@ -32,7 +32,7 @@ export class Screen {
   private readonly undo: (() => void)[] = [];
   private follower: Follower | null = null;
   private id: string | null = null;
-  private told = '';
+  private told = "";
   private began = false;
   private lost = 0;
   private replaying = false;
@@ -42,12 +42,12 @@ export class Screen {
     const { host } = options;
     const style = getComputedStyle(document.documentElement);
     const terminal = new Terminal({
-      fontFamily: style.getPropertyValue('--mono'),
+      fontFamily: style.getPropertyValue("--mono"),
       fontSize: Math.round(parseFloat(style.fontSize) * 0.93),
       lineHeight: 1.15,
       scrollback,
       cursorBlink: true,
-      cursorInactiveStyle: 'outline',
+      cursorInactiveStyle: "outline",
       minimumContrastRatio: 4.5,
       theme: dark.value ? darkColours : lightColours,
       macOptionIsMeta: true,
@@ -58,7 +58,7 @@ export class Screen {
     this.keyboard = new Keyboard(options.problem);
     terminal.loadAddon(this.fit);
     terminal.open(host);
-    terminal.textarea?.setAttribute('aria-label', options.label);
+    terminal.textarea?.setAttribute("aria-label", options.label);
     terminal.attachCustomKeyEventHandler((event) => this.mayTake(event));
     terminal.onData((data) => this.speaks() && this.keyboard.type(data));
     terminal.onBinary((data) => this.speaks() && this.keyboard.typeBytes(data));
@@ -78,14 +78,17 @@ export class Screen {
     this.terminal.reset();
     this.terminal.options.disableStdin = false;
     this.id = id;
-    this.told = '';
+    this.told = "";
     this.began = false;
     this.keyboard.attach(id);
     this.follower = new Follower({
       id,
       fresh,
       show: (piece) => this.show(piece),
-      began: () => { this.began = true; this.tellSize(); },
+      began: () => {
+        this.began = true;
+        this.tellSize();
+      },
       ended: (ending) => this.finish(ending),
       lost: this.options.problem,
     });
@@ -117,8 +120,8 @@ export class Screen {
   }
 
   private mayTake(event: KeyboardEvent): boolean {
-    if (event.type !== 'keydown') return true;
-    if (event.ctrlKey && event.shiftKey && event.code === 'KeyC' && this.terminal.hasSelection()) {
+    if (event.type !== "keydown") return true;
+    if (event.ctrlKey && event.shiftKey && event.code === "KeyC" && this.terminal.hasSelection()) {
       event.preventDefault();
       void navigator.clipboard.writeText(this.terminal.getSelection());
       return false;
@@ -132,23 +135,25 @@ export class Screen {
       this.options.skipped?.(this.lost);
     }
     // After a gap: end a sequence that was cut off, and its colours.
-    const bytes = skipped > 0 ? `\x18\x1b[m${text.slice(text.indexOf('\n') + 1)}` : text;
+    const bytes = skipped > 0 ? `\x18\x1b[m${text.slice(text.indexOf("\n") + 1)}` : text;
     this.replaying = replay;
-    return new Promise((done) => this.terminal.write(bytes, () => {
-      this.replaying = false;
-      done();
-    }));
+    return new Promise((done) =>
+      this.terminal.write(bytes, () => {
+        this.replaying = false;
+        done();
+      }),
+    );
   }
 
   private finish(ending: Ending): void {
     this.id = null;
     this.terminal.options.disableStdin = true;
-    this.terminal.write('\x1b[?25l');
+    this.terminal.write("\x1b[?25l");
     this.options.ended(ending);
   }
 
   private readonly look = (): void => {
-    this.follower?.setSeen(document.visibilityState === 'visible');
+    this.follower?.setSeen(document.visibilityState === "visible");
     this.follower?.setUsed(document.hasFocus() && document.activeElement === this.terminal.textarea);
   };
 
@@ -165,20 +170,26 @@ export class Screen {
     observer.observe(host);
     // The focus moves after blur was told of.
     const later = () => setTimeout(this.look);
-    const gained = () => { this.look(); this.told = ''; this.tellSize(); };
+    const gained = () => {
+      this.look();
+      this.told = "";
+      this.tellSize();
+    };
     const on = (target: EventTarget, type: string, handler: () => void) => {
       target.addEventListener(type, handler);
       this.undo.push(() => target.removeEventListener(type, handler));
     };
-    on(host, 'focusin', gained);
-    on(host, 'focusout', later);
-    on(window, 'focus', gained);
-    on(window, 'blur', later);
-    on(document, 'visibilitychange', this.look);
+    on(host, "focusin", gained);
+    on(host, "focusout", later);
+    on(window, "focus", gained);
+    on(window, "blur", later);
+    on(document, "visibilitychange", this.look);
     this.undo.push(
       () => observer.disconnect(),
       () => clearTimeout(this.timer),
-      effect(() => { this.terminal.options.theme = dark.value ? darkColours : lightColours; }),
+      effect(() => {
+        this.terminal.options.theme = dark.value ? darkColours : lightColours;
+      }),
     );
   }
 
@@ -188,6 +199,8 @@ export class Screen {
     const size = `${cols}x${rows}`;
     if (this.id === null || !this.began || size === this.told) return;
     this.told = size;
-    resizeSession(this.id, cols, rows).catch(() => { this.told = ''; });
+    resizeSession(this.id, cols, rows).catch(() => {
+      this.told = "";
+    });
   }
 }

@@ -1,6 +1,6 @@
-import { signal } from '@preact/signals';
-import { useEffect } from 'preact/hooks';
-import { useLatest } from '../util/hooks';
+import { signal } from "@preact/signals";
+import { useEffect } from "preact/hooks";
+import { useLatest } from "../util/hooks";
 
 /// Everything that can be done by key or from the palette is an action; the palette and the overlay of keys
 /// are made of what is registered at the moment.
@@ -17,7 +17,7 @@ export interface Action {
 }
 
 /// The group of what can be done in every view.
-export const everywhere = 'Everywhere';
+export const everywhere = "Everywhere";
 
 const registered = signal<readonly (readonly Action[])[]>([]);
 
@@ -29,7 +29,7 @@ export function allActions(): Action[] {
 /// Registers actions as long as the component is shown. Titles and functions may change with each render.
 export function useActions(actions: readonly Action[]): void {
   const latest = useLatest(actions);
-  const names = actions.map((action) => `${action.id} ${action.title}`).join('\n');
+  const names = actions.map((action) => `${action.id} ${action.title}`).join("\n");
   useEffect(() => {
     const mine = latest.current.map((action) => ({
       ...action,
@@ -42,38 +42,38 @@ export function useActions(actions: readonly Action[]): void {
   }, [names]);
 }
 
-const isMac = navigator.platform.startsWith('Mac');
+const isMac = navigator.platform.startsWith("Mac");
 
 function pressed(event: KeyboardEvent): string {
   const words = [];
-  if (isMac ? event.metaKey : event.ctrlKey) words.push('mod');
-  if (event.altKey) words.push('alt');
+  if (isMac ? event.metaKey : event.ctrlKey) words.push("mod");
+  if (event.altKey) words.push("alt");
   // A shifted character is its own name: "?", not "shift+?".
-  if (event.shiftKey && (event.key.length > 1 || words.length > 0)) words.push('shift');
+  if (event.shiftKey && (event.key.length > 1 || words.length > 0)) words.push("shift");
   words.push(event.key.length === 1 ? event.key.toLowerCase() : event.key);
-  return words.join('+');
+  return words.join("+");
 }
 
 function typesText(target: EventTarget | null): boolean {
-  return target instanceof HTMLElement && (target.isContentEditable || target.matches('input, textarea, select'));
+  return target instanceof HTMLElement && (target.isContentEditable || target.matches("input, textarea, select"));
 }
 
-const inTerminal = (target: EventTarget | null) => target instanceof Element && target.closest('.xterm') !== null;
+const inTerminal = (target: EventTarget | null) => target instanceof Element && target.closest(".xterm") !== null;
 const sequenceTime = 1_200;
-let waiting = '';
+let waiting = "";
 let waitingSince = 0;
 
 function onKeyDown(event: KeyboardEvent): void {
   if (event.defaultPrevented || event.isComposing) return;
   const key = pressed(event);
   const terminal = inTerminal(event.target);
-  if (key === 'Escape' && typesText(event.target) && !terminal) {
-    document.getElementById('main')?.focus();
+  if (key === "Escape" && typesText(event.target) && !terminal) {
+    document.getElementById("main")?.focus();
     return;
   }
   if (typesText(event.target) && !terminal && !/^(mod|alt)\+|^F\d/.test(key)) return;
   const sequence = waiting && event.timeStamp - waitingSince < sequenceTime ? `${waiting} ${key}` : key;
-  waiting = '';
+  waiting = "";
   const candidates = allActions().filter((action) => action.keys && (!terminal || action.inTerminal));
   const action = candidates.findLast((one) => one.keys === sequence) ?? candidates.findLast((one) => one.keys === key);
   if (action) {
@@ -93,12 +93,18 @@ export function wantedInTerminal(event: KeyboardEvent): boolean {
 
 /// Listens for keys; once per page. Escape leaves a field, so that single keys work again.
 export function listenForKeys(): void {
-  window.addEventListener('keydown', onKeyDown);
+  window.addEventListener("keydown", onKeyDown);
 }
 
 const spoken: Record<string, string> = {
-  mod: isMac ? '⌘' : 'Ctrl', shift: 'Shift', alt: isMac ? '⌥' : 'Alt',
-  ArrowLeft: '←', ArrowRight: '→', ArrowUp: '↑', ArrowDown: '↓', Escape: 'Esc',
+  mod: isMac ? "⌘" : "Ctrl",
+  shift: "Shift",
+  alt: isMac ? "⌥" : "Alt",
+  ArrowLeft: "←",
+  ArrowRight: "→",
+  ArrowUp: "↑",
+  ArrowDown: "↓",
+  Escape: "Esc",
 };
 
 /// "mod+k" as the keys that are printed: ["Ctrl", "K"].

@@ -1,36 +1,55 @@
-import type { JSX } from 'preact';
-import type { IconComponent } from './icons';
+import type { JSX } from "preact";
+import type { IconComponent } from "./icons";
 
-type Native = Omit<JSX.IntrinsicElements['button'], 'icon' | 'size' | 'label'>;
+type Native = Omit<JSX.IntrinsicElements["button"], "icon" | "size" | "label">;
 
 interface ButtonProps extends Native {
-  kind?: 'plain' | 'primary' | 'danger' | 'ghost';
+  kind?: "plain" | "primary" | "danger" | "ghost";
   small?: boolean;
   icon?: IconComponent;
   /// Shows a spinner and takes no second click.
   busy?: boolean;
 }
 
-export function Button({ kind = 'plain', small, icon: Icon, busy, children, disabled, class: name, ...rest }: ButtonProps) {
+export function Button({
+  kind = "plain",
+  small,
+  icon: Icon,
+  busy,
+  children,
+  disabled,
+  class: name,
+  ...rest
+}: ButtonProps) {
   return (
-    <button type="button" {...rest} disabled={disabled || busy}
-      class={['button', kind, small && 'small', name].filter(Boolean).join(' ')}>
+    <button
+      type="button"
+      {...rest}
+      disabled={disabled || busy}
+      class={["button", kind, small && "small", name].filter(Boolean).join(" ")}
+    >
       {busy ? <span class="spinner" /> : Icon && <Icon size={small ? 14 : 16} />}
       {children}
     </button>
   );
 }
 
-interface IconButtonProps extends Omit<ButtonProps, 'icon'> {
+interface IconButtonProps extends Omit<ButtonProps, "icon"> {
   /// What it does: the name for a screen reader and the tool tip.
   label: string;
   icon: IconComponent;
 }
 
-export function IconButton({ label, icon: Icon, kind = 'ghost', small, class: name, busy, ...rest }: IconButtonProps) {
+export function IconButton({ label, icon: Icon, kind = "ghost", small, class: name, busy, ...rest }: IconButtonProps) {
   return (
-    <button type="button" title={label} aria-label={label} {...rest} disabled={rest.disabled || busy}
-      class={['button icon', kind, small && 'small', name].filter(Boolean).join(' ')}>
+    <button
+      type="button"
+      title={label}
+      aria-label={label}
+      {...rest}
+      disabled={rest.disabled || busy}
+      class={["button icon", kind, small && "small", name].filter(Boolean).join(" ")}
+    >
       {busy ? <span class="spinner" /> : <Icon size={small ? 15 : 18} />}
     </button>
   );

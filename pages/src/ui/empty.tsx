@@ -1,5 +1,5 @@
-import type { ComponentChildren } from 'preact';
-import { WarnIcon, type IconComponent } from './icons';
+import type { ComponentChildren } from "preact";
+import { WarnIcon, type IconComponent } from "./icons";
 
 interface EmptyProps {
   icon: IconComponent;
@@ -21,5 +21,10 @@ export function Empty({ icon: Icon, title, children }: EmptyProps) {
 
 /// The same when it is because of an error.
 export function Failed({ error, children }: { error: Error; children?: ComponentChildren }) {
-  return <Empty icon={WarnIcon} title="This did not work"><p role="alert">{error.message}</p>{children}</Empty>;
+  return (
+    <Empty icon={WarnIcon} title="This did not work">
+      <p role="alert">{error.message}</p>
+      {children}
+    </Empty>
+  );
 }

@@ -1,6 +1,6 @@
-import type { ComponentChildren, JSX, Ref } from 'preact';
-import { useId } from 'preact/hooks';
-import { SearchIcon } from './icons';
+import type { ComponentChildren, JSX, Ref } from "preact";
+import { useId } from "preact/hooks";
+import { SearchIcon } from "./icons";
 
 interface FieldProps {
   label: string;
@@ -13,14 +13,20 @@ export function Field({ label, hint, children }: FieldProps) {
   const id = useId();
   return (
     <div class="field">
-      <label class="label" for={id}>{label}</label>
+      <label class="label" for={id}>
+        {label}
+      </label>
       {children(id, hint ? `${id}-hint` : undefined)}
-      {hint && <span class="hint" id={`${id}-hint`}>{hint}</span>}
+      {hint && (
+        <span class="hint" id={`${id}-hint`}>
+          {hint}
+        </span>
+      )}
     </div>
   );
 }
 
-interface TextFieldProps extends Omit<JSX.IntrinsicElements['input'], 'onInput' | 'label'> {
+interface TextFieldProps extends Omit<JSX.IntrinsicElements["input"], "onInput" | "label"> {
   label: string;
   hint?: ComponentChildren;
   value: string;
@@ -32,8 +38,16 @@ export function TextField({ label, hint, onText, inputRef, class: name, ...rest 
   return (
     <Field label={label} hint={hint}>
       {(id, describedBy) => (
-        <input id={id} class={`input ${name ?? ''}`} autocomplete="off" spellcheck={false} {...rest} aria-describedby={describedBy}
-          {...(inputRef && { ref: inputRef })} onInput={(event) => onText(event.currentTarget.value)} />
+        <input
+          id={id}
+          class={`input ${name ?? ""}`}
+          autocomplete="off"
+          spellcheck={false}
+          {...rest}
+          aria-describedby={describedBy}
+          {...(inputRef && { ref: inputRef })}
+          onInput={(event) => onText(event.currentTarget.value)}
+        />
       )}
     </Field>
   );
@@ -53,18 +67,27 @@ interface SearchFieldProps {
 /// "/" brings the first one of the view into focus, Escape empties it.
 export function SearchField({ label, placeholder, value, onText, onKeyDown, inputRef, class: name }: SearchFieldProps) {
   return (
-    <div class={`searchbox ${name ?? ''}`} role="search">
+    <div class={`searchbox ${name ?? ""}`} role="search">
       <SearchIcon size={15} />
-      <input type="search" class="input" aria-label={label} placeholder={placeholder} value={value} data-search
-        autocomplete="off" spellcheck={false} {...(inputRef && { ref: inputRef })}
+      <input
+        type="search"
+        class="input"
+        aria-label={label}
+        placeholder={placeholder}
+        value={value}
+        data-search
+        autocomplete="off"
+        spellcheck={false}
+        {...(inputRef && { ref: inputRef })}
         onInput={(event) => onText(event.currentTarget.value)}
         onKeyDown={(event) => {
-          if (event.key === 'Escape' && value) {
+          if (event.key === "Escape" && value) {
             event.preventDefault();
             event.stopPropagation();
-            onText('');
+            onText("");
           } else onKeyDown?.(event);
-        }} />
+        }}
+      />
     </div>
   );
 }

@@ -1,4 +1,4 @@
-import { computed, signal } from '@preact/signals';
+import { computed, signal } from "@preact/signals";
 
 interface Work {
   label: string;
@@ -27,6 +27,11 @@ export async function withProgress<T>(label: string, run: (report: (part: number
   }
 }
 
-export function Loading({ label = 'Loading' }: { label?: string }) {
-  return <div class="empty" role="status"><span class="spinner" aria-hidden="true" /><span>{label}…</span></div>;
+export function Loading({ label = "Loading" }: { label?: string }) {
+  return (
+    <div class="empty" role="status">
+      <span class="spinner" aria-hidden="true" />
+      <span>{label}…</span>
+    </div>
+  );
 }

@@ -1,7 +1,7 @@
-import type { ComponentChildren } from 'preact';
-import { useRef, useState } from 'preact/hooks';
-import { useMedia, useRem } from '../util/hooks';
-import { recall, remember } from '../util/storage';
+import type { ComponentChildren } from "preact";
+import { useRef, useState } from "preact/hooks";
+import { useMedia, useRem } from "../util/hooks";
+import { recall, remember } from "../util/storage";
 
 interface SplitProps {
   /// Under this name the place of the bar is remembered.
@@ -13,21 +13,34 @@ interface SplitProps {
   /// The first pane's size until somebody moves the bar, and its smallest, in rem.
   initialRem?: number;
   leastRem?: number;
-  direction?: 'across' | 'down';
+  direction?: "across" | "down";
   /// On a narrow window only one pane is shown: the second when this is true.
   showSecond?: boolean;
 }
 
 /// Two panes with a bar between them that the mouse and the arrow keys move.
-export function Split({ id, label, first, second, initialRem = 22, leastRem = 12, direction = 'across', showSecond }: SplitProps) {
-  const narrow = useMedia('(max-width: 760px)');
+export function Split({
+  id,
+  label,
+  first,
+  second,
+  initialRem = 22,
+  leastRem = 12,
+  direction = "across",
+  showSecond,
+}: SplitProps) {
+  const narrow = useMedia("(max-width: 760px)");
   const rem = useRem();
   const box = useRef<HTMLDivElement>(null);
   const [size, setSize] = useState(() => Number(recall(`split.${id}`)) || initialRem);
-  const across = direction === 'across';
+  const across = direction === "across";
 
   if (narrow && across) {
-    return <div class="split"><div class="pane second">{showSecond ? second : first}</div></div>;
+    return (
+      <div class="split">
+        <div class="pane second">{showSecond ? second : first}</div>
+      </div>
+    );
   }
 
   const bound = (wanted: number) => {
@@ -53,11 +66,25 @@ export function Split({ id, label, first, second, initialRem = 22, leastRem = 12
   };
 
   return (
-    <div ref={box} class={`split ${across ? '' : 'down'}`}>
-      <div class="pane first" style={{ [across ? 'width' : 'height']: `${size}rem`, maxWidth: across ? '70%' : undefined }}>{first}</div>
-      <div class="bar" role="separator" tabIndex={0} aria-label={label} aria-orientation={across ? 'vertical' : 'horizontal'}
-        aria-valuenow={Math.round(size)} aria-valuemin={leastRem}
-        onPointerDown={(event) => event.currentTarget.setPointerCapture(event.pointerId)} onPointerMove={onPointerMove} onKeyDown={onKeyDown} />
+    <div ref={box} class={`split ${across ? "" : "down"}`}>
+      <div
+        class="pane first"
+        style={{ [across ? "width" : "height"]: `${size}rem`, maxWidth: across ? "70%" : undefined }}
+      >
+        {first}
+      </div>
+      <div
+        class="bar"
+        role="separator"
+        tabIndex={0}
+        aria-label={label}
+        aria-orientation={across ? "vertical" : "horizontal"}
+        aria-valuenow={Math.round(size)}
+        aria-valuemin={leastRem}
+        onPointerDown={(event) => event.currentTarget.setPointerCapture(event.pointerId)}
+        onPointerMove={onPointerMove}
+        onKeyDown={onKeyDown}
+      />
       <div class="pane second">{second}</div>
     </div>
   );

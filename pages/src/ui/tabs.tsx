@@ -1,5 +1,5 @@
-import { useId, useRef } from 'preact/hooks';
-import type { ComponentChildren } from 'preact';
+import { useId, useRef } from "preact/hooks";
+import type { ComponentChildren } from "preact";
 
 interface TabsProps<T extends string> {
   label: string;
@@ -27,13 +27,23 @@ export function Tabs<T extends string>({ label, tabs, value, onChange, children 
     <div class="stack fill">
       <div ref={list} class="tabs" role="tablist" aria-label={label} onKeyDown={onKeyDown}>
         {tabs.map((tab) => (
-          <button key={tab.id} type="button" role="tab" id={`${id}-${tab.id}`} aria-selected={tab.id === value} aria-controls={`${id}-panel`}
-            tabIndex={tab.id === value ? 0 : -1} onClick={() => onChange(tab.id)}>
+          <button
+            key={tab.id}
+            type="button"
+            role="tab"
+            id={`${id}-${tab.id}`}
+            aria-selected={tab.id === value}
+            aria-controls={`${id}-panel`}
+            tabIndex={tab.id === value ? 0 : -1}
+            onClick={() => onChange(tab.id)}
+          >
             {tab.title}
           </button>
         ))}
       </div>
-      <div class="stack fill" role="tabpanel" id={`${id}-panel`} aria-labelledby={`${id}-${value}`}>{children}</div>
+      <div class="stack fill" role="tabpanel" id={`${id}-panel`} aria-labelledby={`${id}-${value}`}>
+        {children}
+      </div>
     </div>
   );
 }

@@ -1,9 +1,9 @@
-import { signal } from '@preact/signals';
-import { Button, IconButton } from './button';
-import { CloseIcon } from './icons';
+import { signal } from "@preact/signals";
+import { Button, IconButton } from "./button";
+import { CloseIcon } from "./icons";
 
 interface ToastOptions {
-  kind?: 'good' | 'warn' | 'bad';
+  kind?: "good" | "warn" | "bad";
   /// An offer that goes with it, as "Undo".
   action?: { title: string; run(): void };
 }
@@ -22,14 +22,14 @@ let lastId = 0;
 export function toast(text: string, options: ToastOptions = {}): void {
   const id = (lastId += 1);
   toasts.value = [...toasts.value, { ...options, id, text }].slice(-most);
-  if (options.kind === 'bad') return;
+  if (options.kind === "bad") return;
   const time = options.action ? longest : Math.min(longest, Math.max(shortest, text.length * 70));
   setTimeout(() => dismiss(id), time);
 }
 
 /// For a promise nobody waits for: tells the person what went wrong.
 export function complain(error: unknown): void {
-  toast(error instanceof Error ? error.message : String(error), { kind: 'bad' });
+  toast(error instanceof Error ? error.message : String(error), { kind: "bad" });
 }
 
 function dismiss(id: number): void {
@@ -40,9 +40,19 @@ export function ToastHost() {
   return (
     <div class="toasts" role="status" aria-live="polite" aria-label="Notifications">
       {toasts.value.map(({ id, text, kind, action }) => (
-        <div key={id} class={`toast ${kind ?? ''}`}>
+        <div key={id} class={`toast ${kind ?? ""}`}>
           <p>{text}</p>
-          {action && <Button small onClick={() => { dismiss(id); action.run(); }}>{action.title}</Button>}
+          {action && (
+            <Button
+              small
+              onClick={() => {
+                dismiss(id);
+                action.run();
+              }}
+            >
+              {action.title}
+            </Button>
+          )}
           <IconButton small label="Dismiss" icon={CloseIcon} onClick={() => dismiss(id)} />
         </div>
       ))}

@@ -1,4 +1,4 @@
-import type { ComponentChildren } from 'preact';
+import type { ComponentChildren } from "preact";
 
 interface ViewFrameProps {
   title: string;

@@ -1,6 +1,6 @@
-import type { ComponentChildren } from 'preact';
-import { useEffect, useId, useLayoutEffect, useRef, useState } from 'preact/hooks';
-import { useLatest, useRem } from '../util/hooks';
+import type { ComponentChildren } from "preact";
+import { useEffect, useId, useLayoutEffect, useRef, useState } from "preact/hooks";
+import { useLatest, useRem } from "../util/hooks";
 
 interface VirtualListProps {
   label: string;
@@ -96,8 +96,14 @@ export function VirtualList(props: VirtualListProps) {
     if (!onSelect || count === 0 || event.ctrlKey || event.altKey || event.metaKey) return;
     const page = Math.max(1, Math.floor(view.height / row) - 1);
     const target: Record<string, number> = {
-      ArrowDown: current + 1, ArrowUp: current - 1, PageDown: current + page, PageUp: current - page,
-      Home: 0, End: count - 1, Enter: current, ' ': current,
+      ArrowDown: current + 1,
+      ArrowUp: current - 1,
+      PageDown: current + page,
+      PageUp: current - page,
+      Home: 0,
+      End: count - 1,
+      Enter: current,
+      " ": current,
     };
     const index = target[event.key];
     if (index === undefined) return;
@@ -108,11 +114,21 @@ export function VirtualList(props: VirtualListProps) {
   const rows = [];
   for (let index = first; index <= last; index += 1) {
     rows.push(
-      <div key={keyOf ? keyOf(index) : index} id={`${id}-${index}`} style={{ top: `${index * row - (top - view.top)}px`, height: `${row}px` }}
-        class={`vlist-row${index === current ? ' current' : ''}`}
+      <div
+        key={keyOf ? keyOf(index) : index}
+        id={`${id}-${index}`}
+        style={{ top: `${index * row - (top - view.top)}px`, height: `${row}px` }}
+        class={`vlist-row${index === current ? " current" : ""}`}
         {...(onSelect
-          ? { role: 'option', 'aria-selected': index === selected, 'aria-setsize': count, 'aria-posinset': index + 1, onClick: () => moveTo(index) }
-          : { role: 'listitem', 'aria-setsize': count, 'aria-posinset': index + 1 })}>
+          ? {
+              role: "option",
+              "aria-selected": index === selected,
+              "aria-setsize": count,
+              "aria-posinset": index + 1,
+              onClick: () => moveTo(index),
+            }
+          : { role: "listitem", "aria-setsize": count, "aria-posinset": index + 1 })}
+      >
         {render(index)}
       </div>,
     );
@@ -120,14 +136,23 @@ export function VirtualList(props: VirtualListProps) {
 
   const active = onSelect && current >= first && current <= last ? `${id}-${current}` : undefined;
   return (
-    <div ref={box} class={`vlist${onSelect ? '' : ' plain'} ${props.class ?? ''}`} role={onSelect ? 'listbox' : 'list'} aria-label={label} tabIndex={0}
-      aria-activedescendant={active} onKeyDown={onKeyDown}
+    <div
+      ref={box}
+      class={`vlist${onSelect ? "" : " plain"} ${props.class ?? ""}`}
+      role={onSelect ? "listbox" : "list"}
+      aria-label={label}
+      tabIndex={0}
+      aria-activedescendant={active}
+      onKeyDown={onKeyDown}
       onScroll={(event) => {
         const element = event.currentTarget;
         atEnd.current = element.scrollTop + element.clientHeight >= element.scrollHeight - row;
         setView({ top: element.scrollTop, height: element.clientHeight });
-      }}>
-      <div class="vlist-space" role="presentation" style={{ height: `${shown}px` }}>{rows}</div>
+      }}
+    >
+      <div class="vlist-space" role="presentation" style={{ height: `${shown}px` }}>
+        {rows}
+      </div>
     </div>
   );
 }

@@ -1,6 +1,6 @@
 /// 13 B, 4.2 KB, 1.9 MB: as the program's own answers write sizes, 1024 to the step.
 export function formatBytes(bytes: number): string {
-  const units = ['B', 'KB', 'MB', 'GB', 'TB'];
+  const units = ["B", "KB", "MB", "GB", "TB"];
   let size = bytes;
   let unit = 0;
   while (size >= 1024 && unit + 1 < units.length) {
@@ -10,7 +10,7 @@ export function formatBytes(bytes: number): string {
   return `${unit === 0 || size >= 100 ? Math.round(size) : size.toFixed(1)} ${units[unit]}`;
 }
 
-const numbers = new Intl.NumberFormat('en');
+const numbers = new Intl.NumberFormat("en");
 export function formatCount(count: number): string {
   return numbers.format(count);
 }
@@ -29,7 +29,7 @@ export function formatDuration(seconds: number): string {
   return `${Math.floor(s / 86400)} d ${Math.floor((s % 86400) / 3600)} h`;
 }
 
-const two = (n: number) => String(n).padStart(2, '0');
+const two = (n: number) => String(n).padStart(2, "0");
 
 /// 2026-11-23 05:31:07 in local time, as the verbs print it. Seconds since 1970.
 export function formatTime(seconds: number): string {
@@ -45,7 +45,7 @@ export function formatDay(seconds: number): string {
 /// "just now", "5 min ago", "yesterday 14:02", else the day and the time.
 export function formatAgo(seconds: number, now = Date.now() / 1000): string {
   const age = now - seconds;
-  if (age < 10) return 'just now';
+  if (age < 10) return "just now";
   if (age < 60) return `${Math.floor(age)} s ago`;
   if (age < 3600) return `${Math.floor(age / 60)} min ago`;
   const clock = formatTime(seconds).slice(11, 16);

@@ -1,4 +1,4 @@
-import { useEffect, useRef, useState } from 'preact/hooks';
+import { useEffect, useRef, useState } from "preact/hooks";
 
 /// The seconds since 1970, again every `every` seconds: for "5 min ago".
 export function useNow(every = 30): number {
@@ -23,8 +23,8 @@ export function useRem(): number {
   const [rem, setRem] = useState(read);
   useEffect(() => {
     const again = () => setRem(read());
-    window.addEventListener('resize', again);
-    return () => window.removeEventListener('resize', again);
+    window.addEventListener("resize", again);
+    return () => window.removeEventListener("resize", again);
   }, []);
   return rem;
 }
@@ -36,8 +36,8 @@ export function useMedia(query: string): boolean {
     const list = matchMedia(query);
     const again = () => setMatches(list.matches);
     again();
-    list.addEventListener('change', again);
-    return () => list.removeEventListener('change', again);
+    list.addEventListener("change", again);
+    return () => list.removeEventListener("change", again);
   }, [query]);
   return matches;
 }
@@ -52,7 +52,7 @@ export interface Loaded<T> {
 /// Runs `load` when `deps` change and on reload(). The value before stays until the next is there; an
 /// answer that was overtaken by a later call is dropped, and its request aborted.
 export function useLoad<T>(load: (signal: AbortSignal) => Promise<T>, deps: readonly unknown[]): Loaded<T> {
-  const [state, setState] = useState<Omit<Loaded<T>, 'reload'>>({ loading: true });
+  const [state, setState] = useState<Omit<Loaded<T>, "reload">>({ loading: true });
   const [turn, setTurn] = useState(0);
   useEffect(() => {
     const abort = new AbortController();

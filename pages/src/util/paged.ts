@@ -1,5 +1,5 @@
-import { useEffect, useRef, useState } from 'preact/hooks';
-import { useLatest } from './hooks';
+import { useEffect, useRef, useState } from "preact/hooks";
+import { useLatest } from "./hooks";
 
 const pageRows = 200;
 
@@ -20,7 +20,10 @@ export interface Paged<T> {
 }
 
 /// A list of any length that is fetched in pieces, as they are looked at. It starts again when `deps` change.
-export function usePaged<T>(fetch: (offset: number, limit: number, signal: AbortSignal) => Promise<Page<T>>, deps: readonly unknown[]): Paged<T> {
+export function usePaged<T>(
+  fetch: (offset: number, limit: number, signal: AbortSignal) => Promise<Page<T>>,
+  deps: readonly unknown[],
+): Paged<T> {
   const latest = useLatest(fetch);
   const pages = useRef(new Map<number, T[]>());
   const asked = useRef(new Set<number>());

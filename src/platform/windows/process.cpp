@@ -1,5 +1,3 @@
-//
-
 #include "platform/process.h"
 
 #include <windows.h>

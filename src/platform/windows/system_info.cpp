@@ -1,5 +1,3 @@
-//
-
 #include "platform/system_info.h"
 
 #include <windows.h>

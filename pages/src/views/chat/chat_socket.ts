@@ -1,7 +1,7 @@
 /// The chat's WebSocket: a line of words out, a JSON object in. docs/http.md has both.
 
 export interface ChatRecord {
-  kind: 'msg' | 'dm' | 'join' | 'leave';
+  kind: "msg" | "dm" | "join" | "leave";
   /// Rises by one in a channel; absent for who comes and goes.
   seq?: number;
   /// Milliseconds since 1970.
@@ -21,10 +21,10 @@ export interface Presence {
 
 type Frame =
   | ChatRecord
-  | { kind: 'joined'; callsign: string; channel: string; roster: Presence[]; history: ChatRecord[] }
-  | { kind: 'roster'; roster: Presence[] }
-  | { kind: 'left' }
-  | { kind: 'answer' | 'error'; text: string };
+  | { kind: "joined"; callsign: string; channel: string; roster: Presence[]; history: ChatRecord[] }
+  | { kind: "roster"; roster: Presence[] }
+  | { kind: "left" }
+  | { kind: "answer" | "error"; text: string };
 
 export interface Listener {
   joined(history: ChatRecord[], roster: Presence[]): void;
@@ -44,14 +44,18 @@ export class ChatSocket {
   private pause = shortest;
   private closed = false;
 
-  constructor(private readonly callsign: string, private readonly channel: string, private readonly listener: Listener) {
+  constructor(
+    private readonly callsign: string,
+    private readonly channel: string,
+    private readonly listener: Listener,
+  ) {
     this.connect();
   }
 
   /// False when it is not connected: nothing was sent then.
   send(...lines: string[]): boolean {
     if (this.socket?.readyState !== WebSocket.OPEN) return false;
-    this.socket.send(lines.join('\n'));
+    this.socket.send(lines.join("\n"));
     return true;
   }
 
@@ -62,11 +66,11 @@ export class ChatSocket {
   }
 
   private connect(): void {
-    const socket = new WebSocket(`${location.origin.replace(/^http/, 'ws')}/ui/chat`);
+    const socket = new WebSocket(`${location.origin.replace(/^http/, "ws")}/ui/chat`);
     this.socket = socket;
     socket.onopen = () => {
       this.pause = shortest;
-      this.send('join', this.callsign, this.channel);
+      this.send("join", this.callsign, this.channel);
     };
     socket.onmessage = (message) => !this.closed && this.take(JSON.parse(message.data as string) as Frame);
     socket.onclose = () => {
@@ -79,23 +83,23 @@ export class ChatSocket {
 
   private take(frame: Frame): void {
     switch (frame.kind) {
-      case 'joined':
+      case "joined":
         this.listener.state(true);
         this.listener.joined(frame.history, frame.roster);
         break;
-      case 'roster':
+      case "roster":
         this.listener.roster(frame.roster);
         break;
-      case 'answer':
-      case 'error':
-        this.listener.told(frame.text, frame.kind === 'error');
+      case "answer":
+      case "error":
+        this.listener.told(frame.text, frame.kind === "error");
         break;
-      case 'left':
+      case "left":
         break;
       default:
         this.listener.record(frame);
         // Who comes and goes is told of one channel; the list has all of them.
-        if (frame.kind === 'join' || frame.kind === 'leave') this.send('roster', '');
+        if (frame.kind === "join" || frame.kind === "leave") this.send("roster", "");
     }
   }
 }

@@ -1,6 +1,6 @@
-import { signal } from '@preact/signals';
-import { api } from '../../api/client';
-import type { ChatRecord } from './chat_socket';
+import { signal } from "@preact/signals";
+import { api } from "../../api/client";
+import type { ChatRecord } from "./chat_socket";
 
 /// What was said, by place: a channel's name, or "@" and the callsign of the other one.
 type Rooms = Readonly<Record<string, readonly ChatRecord[]>>;
@@ -10,15 +10,16 @@ export const rooms = signal<Rooms>({});
 /// The direct conversations with something new in them.
 export const unread = signal<ReadonlySet<string>>(new Set());
 
-export const isDirect = (place: string) => place.startsWith('@');
+export const isDirect = (place: string) => place.startsWith("@");
 
 /// Where a record belongs, as seen by `me`.
 export function placeOf(record: ChatRecord, me: string): string {
-  if (record.kind !== 'dm') return record.channel ?? 'general';
+  if (record.kind !== "dm") return record.channel ?? "general";
   return `@${record.from === me ? record.to : record.from}`;
 }
 
-const key = (record: ChatRecord) => (record.seq === undefined ? `${record.kind} ${record.from} ${record.at}` : String(record.seq));
+const key = (record: ChatRecord) =>
+  record.seq === undefined ? `${record.kind} ${record.from} ${record.at}` : String(record.seq);
 
 /// Puts records where they belong, in their order; what is there already stays once.
 export function addRecords(place: string, records: readonly ChatRecord[]): void {
@@ -41,7 +42,7 @@ export function setUnread(place: string, isNew: boolean): void {
 /// The log of a channel, or of a conversation, as far back as it is held.
 export async function loadOlder(place: string, me: string): Promise<void> {
   const answer = isDirect(place)
-    ? await api.get<{ messages: ChatRecord[] }>('/dm/thread', { me, with: place.slice(1), last: 500 })
-    : await api.get<{ messages: ChatRecord[] }>('/chatlog', { channel: place, lines: most });
+    ? await api.get<{ messages: ChatRecord[] }>("/dm/thread", { me, with: place.slice(1), last: 500 })
+    : await api.get<{ messages: ChatRecord[] }>("/chatlog", { channel: place, lines: most });
   addRecords(place, answer.messages);
 }

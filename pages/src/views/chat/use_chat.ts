@@ -1,8 +1,8 @@
-import { useEffect, useRef, useState } from 'preact/hooks';
-import { complain, toast } from '../../ui/toast';
-import { useLatest } from '../../util/hooks';
-import { ChatSocket, type Presence } from './chat_socket';
-import { addRecords, isDirect, loadOlder, placeOf, setUnread } from './rooms';
+import { useEffect, useRef, useState } from "preact/hooks";
+import { complain, toast } from "../../ui/toast";
+import { useLatest } from "../../util/hooks";
+import { ChatSocket, type Presence } from "./chat_socket";
+import { addRecords, isDirect, loadOlder, placeOf, setUnread } from "./rooms";
 
 export interface Chat {
   connected: boolean;
@@ -21,7 +21,7 @@ export function useChat(callsign: string, place: string): Chat {
   const [roster, setRoster] = useState<Presence[]>([]);
   const socket = useRef<ChatSocket | null>(null);
   const latest = useLatest(place);
-  const lastChannel = useRef('general');
+  const lastChannel = useRef("general");
   if (!isDirect(place)) lastChannel.current = place;
   const channel = lastChannel.current;
 
@@ -30,7 +30,7 @@ export function useChat(callsign: string, place: string): Chat {
       state: setConnected,
       joined: (history) => {
         addRecords(channel, history);
-        opened.send('roster', '');
+        opened.send("roster", "");
       },
       record: (record) => {
         const where = placeOf(record, callsign);
@@ -38,10 +38,10 @@ export function useChat(callsign: string, place: string): Chat {
         if (isDirect(where) && where !== latest.current) setUnread(where, true);
       },
       roster: setRoster,
-      told: (text, wrong) => toast(text, wrong ? { kind: 'bad' } : {}),
+      told: (text, wrong) => toast(text, wrong ? { kind: "bad" } : {}),
     });
     socket.current = opened;
-    const timer = setInterval(() => document.visibilityState === 'visible' && opened.send('roster', ''), rosterEvery);
+    const timer = setInterval(() => document.visibilityState === "visible" && opened.send("roster", ""), rosterEvery);
     return () => {
       clearInterval(timer);
       opened.close();
@@ -53,8 +53,7 @@ export function useChat(callsign: string, place: string): Chat {
     if (isDirect(place)) loadOlder(place, callsign).catch(complain);
   }, [place, callsign]);
 
-  const say = (text: string) => (isDirect(place)
-    ? socket.current?.send('dm', place.slice(1), text)
-    : socket.current?.send('msg', text)) ?? false;
+  const say = (text: string) =>
+    (isDirect(place) ? socket.current?.send("dm", place.slice(1), text) : socket.current?.send("msg", text)) ?? false;
   return { connected, roster, say };
 }

@@ -1,13 +1,13 @@
-import { go, hashOf } from '../../app/router';
-import { Key } from '../../api/form';
-import type { ViewProps } from '../../app/views';
-import type { FileRef } from './data';
+import { go, hashOf } from "../../app/router";
+import { Key } from "../../api/form";
+import type { ViewProps } from "../../app/views";
+import type { FileRef } from "./data";
 
 /// What the Files view shows, as its address has it:
 ///   #/files/<part>?store=&author=&since=&folder=&mode=&q=   the list at the left
 ///   …&file=<store>&path=<path>&a=&b=                         the file at the right, two versions of it
 
-export const parts = ['timeline', 'folders', 'search'] as const;
+export const parts = ["timeline", "folders", "search"] as const;
 export type Part = (typeof parts)[number];
 
 export interface Place {
@@ -29,18 +29,27 @@ export interface Place {
 }
 
 export function placeOf({ path, query }: ViewProps): Place {
-  const text = (name: string) => query.get(name) ?? '';
+  const text = (name: string) => query.get(name) ?? "";
   return {
-    part: parts.find((part) => part === path[0]) ?? 'timeline',
-    store: text('store'), author: text('author'), since: text('since'),
-    folder: text('folder'), folderKey: text('folderKey'),
-    mode: text('mode') || 'names', q: text('q'), options: text('options'),
-    file: text('file'), path: text('path'), pathKey: text('pathKey'), a: text('a'), b: text('b'),
+    part: parts.find((part) => part === path[0]) ?? "timeline",
+    store: text("store"),
+    author: text("author"),
+    since: text("since"),
+    folder: text("folder"),
+    folderKey: text("folderKey"),
+    mode: text("mode") || "names",
+    q: text("q"),
+    options: text("options"),
+    file: text("file"),
+    path: text("path"),
+    pathKey: text("pathKey"),
+    a: text("a"),
+    b: text("b"),
   };
 }
 
 export function hashOfPlace({ part, mode, ...query }: Place): string {
-  return hashOf('files', [part], { ...query, mode: mode === 'names' ? '' : mode });
+  return hashOf("files", [part], { ...query, mode: mode === "names" ? "" : mode });
 }
 
 export function goTo(place: Place, change: Partial<Place>, options: { replace?: boolean } = {}): void {
@@ -53,7 +62,7 @@ export function fileOf(place: Place): FileRef | undefined {
 }
 
 /// The change that shows a file.
-export function showing(file: FileRef, b = ''): Partial<Place> {
+export function showing(file: FileRef, b = ""): Partial<Place> {
   const own = file.key.encoded === encodeURIComponent(file.path);
-  return { file: file.store, path: file.path, pathKey: own ? '' : file.key.encoded, a: '', b };
+  return { file: file.store, path: file.path, pathKey: own ? "" : file.key.encoded, a: "", b };
 }

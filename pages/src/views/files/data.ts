@@ -1,13 +1,13 @@
-import { ask, Key, tell } from '../../api/form';
-import type { LiveEvent } from '../../api/events';
-import type { Page } from '../../util/paged';
+import { ask, Key, tell } from "../../api/form";
+import type { LiveEvent } from "../../api/events";
+import type { Page } from "../../util/paged";
 
 /// What the routes below /ui/api/files/ answer; docs/http.md says more.
 
 export interface Store {
   id: string;
   root: string;
-  category: 'enrolled' | 'files' | 'configuration';
+  category: "enrolled" | "files" | "configuration";
   active: boolean;
   watched: boolean;
   versioned: boolean;
@@ -31,7 +31,7 @@ export interface FolderRow {
   files: number;
 }
 export type Entry = FileRow | FolderRow;
-export interface Change extends Omit<FileRow, 'deleted'> {
+export interface Change extends Omit<FileRow, "deleted"> {
   store: string;
   kind: string;
 }
@@ -43,7 +43,7 @@ export interface Version {
   deleted: boolean;
 }
 export interface Run {
-  change: 'same' | 'removed' | 'added';
+  change: "same" | "removed" | "added";
   line1: number;
   line2: number;
   count: number;
@@ -84,28 +84,47 @@ export function refOf(store: string, row: { path: string; path_key?: string | un
   return { store, path: row.path, key: Key.of(row.path, row.path_key) };
 }
 
-export const isFile = (entry: Entry): entry is FileRow => 'path' in entry;
+export const isFile = (entry: Entry): entry is FileRow => "path" in entry;
 
 /// The seconds since 1970 of "2026-11-23 09:05:00", local time.
 export function secondsOf(stamp: string): number {
-  return new Date(stamp.replace(' ', 'T')).getTime() / 1000;
+  return new Date(stamp.replace(" ", "T")).getTime() / 1000;
 }
 
-export const nameOf = (path: string): string => path.slice(path.lastIndexOf('/') + 1);
-export const folderOf = (path: string): string => path.slice(0, Math.max(0, path.lastIndexOf('/')));
+export const nameOf = (path: string): string => path.slice(path.lastIndexOf("/") + 1);
+export const folderOf = (path: string): string => path.slice(0, Math.max(0, path.lastIndexOf("/")));
 
 export async function loadStores(signal: AbortSignal): Promise<Store[]> {
-  return (await ask<{ stores: Store[] }>('files/stores', {}, signal)).stores;
+  return (await ask<{ stores: Store[] }>("files/stores", {}, signal)).stores;
 }
 
-export async function loadFolder(store: string, folder: Key, deleted: boolean, offset: number, limit: number, signal: AbortSignal): Promise<Page<Entry>> {
-  const answer = await ask<{ total: number; entries: Entry[] }>('files/folder', { store, folder, deleted, offset, limit }, signal);
+export async function loadFolder(
+  store: string,
+  folder: Key,
+  deleted: boolean,
+  offset: number,
+  limit: number,
+  signal: AbortSignal,
+): Promise<Page<Entry>> {
+  const answer = await ask<{ total: number; entries: Entry[] }>(
+    "files/folder",
+    { store, folder, deleted, offset, limit },
+    signal,
+  );
   return { total: answer.total, rows: answer.entries };
 }
 
-export async function loadVersions(file: FileRef, offset: number, limit: number, signal: AbortSignal): Promise<Page<Version> & { deleted: boolean; lock: string }> {
+export async function loadVersions(
+  file: FileRef,
+  offset: number,
+  limit: number,
+  signal: AbortSignal,
+): Promise<Page<Version> & { deleted: boolean; lock: string }> {
   const answer = await ask<{ total: number; versions: Version[]; deleted: boolean; lock: string }>(
-    'files/versions', { store: file.store, path: file.key, offset, limit }, signal);
+    "files/versions",
+    { store: file.store, path: file.key, offset, limit },
+    signal,
+  );
   return { ...answer, rows: answer.versions };
 }
 
@@ -121,38 +140,63 @@ export interface Timeline {
   authors?: string[];
 }
 export function loadTimeline(filter: TimelineFilter, before: string, signal?: AbortSignal): Promise<Timeline> {
-  return ask<Timeline>('files/timeline', { ...filter, before, limit: 200 }, signal);
+  return ask<Timeline>("files/timeline", { ...filter, before, limit: 200 }, signal);
 }
 
 export function loadDiff(file: FileRef, a: number, b: number, whole: boolean, signal: AbortSignal): Promise<Diff> {
-  return ask<Diff>('files/diff', { store: file.store, path: file.key, a, b, context: whole ? 20_000 : 3 }, signal);
+  return ask<Diff>("files/diff", { store: file.store, path: file.key, a, b, context: whole ? 20_000 : 3 }, signal);
 }
 
-interface Listed { store: string; file: FileRow }
+interface Listed {
+  store: string;
+  file: FileRow;
+}
 interface Found extends Page<Listed> {
   /// Why an expression cannot be read, while it is being written for example.
   problem?: string;
 }
-export async function findFiles(mode: 'names' | 'query', q: string, store: string, offset: number, limit: number, signal: AbortSignal): Promise<Found> {
-  const answer = await ask<{ total: number; files: Listed[]; problem?: string }>(`files/${mode}`, { q, store, offset, limit }, signal);
+export async function findFiles(
+  mode: "names" | "query",
+  q: string,
+  store: string,
+  offset: number,
+  limit: number,
+  signal: AbortSignal,
+): Promise<Found> {
+  const answer = await ask<{ total: number; files: Listed[]; problem?: string }>(
+    `files/${mode}`,
+    { q, store, offset, limit },
+    signal,
+  );
   return { ...answer, rows: answer.files };
 }
 
-export interface Grep { files: MatchedFile[]; matched: number; found: number; shown: number; problem?: string }
-export function grepFiles(q: string, store: string, options: { case: boolean; literal: boolean }, signal: AbortSignal): Promise<Grep> {
-  return ask<Grep>('files/grep', { q, store, ...options }, signal);
+export interface Grep {
+  files: MatchedFile[];
+  matched: number;
+  found: number;
+  shown: number;
+  problem?: string;
+}
+export function grepFiles(
+  q: string,
+  store: string,
+  options: { case: boolean; literal: boolean },
+  signal: AbortSignal,
+): Promise<Grep> {
+  return ask<Grep>("files/grep", { q, store, ...options }, signal);
 }
 
 export function restoreFile(file: FileRef): Promise<{ version: number }> {
-  return tell('files/restore', { store: file.store, path: file.key });
+  return tell("files/restore", { store: file.store, path: file.key });
 }
 export function revertFile(file: FileRef, version: number): Promise<{ version: number; notice: string }> {
-  return tell('files/revert', { store: file.store, path: file.key, version });
+  return tell("files/revert", { store: file.store, path: file.key, version });
 }
 
 /// The change that an event tells of, as the timeline has it.
 export function changeOf(event: LiveEvent): Change | undefined {
-  if (event.kind !== 'file' || event.what === 'mirror-fail') return undefined;
+  if (event.kind !== "file" || event.what === "mirror-fail") return undefined;
   const { what, ...rest } = event;
   return { ...rest, kind: String(what) } as unknown as Change;
 }

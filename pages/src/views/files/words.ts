@@ -14,9 +14,10 @@ function compare(a: string[], b: string[]): [boolean[], boolean[]] {
   const lengths = new Uint16Array((a.length + 1) * width);
   for (let i = a.length - 1; i >= 0; i -= 1) {
     for (let j = b.length - 1; j >= 0; j -= 1) {
-      lengths[i * width + j] = a[i] === b[j]
-        ? lengths[(i + 1) * width + j + 1]! + 1
-        : Math.max(lengths[(i + 1) * width + j]!, lengths[i * width + j + 1]!);
+      lengths[i * width + j] =
+        a[i] === b[j]
+          ? lengths[(i + 1) * width + j + 1]! + 1
+          : Math.max(lengths[(i + 1) * width + j]!, lengths[i * width + j + 1]!);
     }
   }
   const left = a.map(() => true);

@@ -1,7 +1,7 @@
-import { go, hashOf } from '../../app/router';
-import { Key } from '../../api/form';
-import type { ViewProps } from '../../app/views';
-import type { TopicRef } from './data';
+import { go, hashOf } from "../../app/router";
+import { Key } from "../../api/form";
+import type { ViewProps } from "../../app/views";
+import type { TopicRef } from "./data";
 
 /// What the Memory view shows, as its address has it:
 ///   #/memory                          what was written, the newest first
@@ -23,16 +23,24 @@ export interface Place {
 }
 
 export function placeOf({ path, query }: ViewProps): Place {
-  const text = (name: string) => query.get(name) ?? '';
+  const text = (name: string) => query.get(name) ?? "";
   return {
-    context: path[0] ?? '', filter: text('filter'), order: text('order') || 'name', q: text('q'), in: text('in'), deep: text('deep'),
-    at: text('at'), topic: text('topic'), topicKey: text('topicKey'), n: text('n'),
+    context: path[0] ?? "",
+    filter: text("filter"),
+    order: text("order") || "name",
+    q: text("q"),
+    in: text("in"),
+    deep: text("deep"),
+    at: text("at"),
+    topic: text("topic"),
+    topicKey: text("topicKey"),
+    n: text("n"),
   };
 }
 
 export function goTo(place: Place, change: Partial<Place>, options: { replace?: boolean } = {}): void {
   const { context, order, ...query } = { ...place, ...change };
-  go(hashOf('memory', context ? [context] : [], { ...query, order: order === 'name' ? '' : order }), options);
+  go(hashOf("memory", context ? [context] : [], { ...query, order: order === "name" ? "" : order }), options);
 }
 
 export function topicOf(place: Place): TopicRef | undefined {
@@ -43,8 +51,13 @@ export function topicOf(place: Place): TopicRef | undefined {
 /// The change that shows a topic, or one memo of it.
 export function showing(topic: TopicRef, n?: number): Partial<Place> {
   const own = topic.key.encoded === encodeURIComponent(topic.topic);
-  return { at: topic.context, topic: topic.topic, topicKey: own ? '' : topic.key.encoded, n: n === undefined ? '' : String(n) };
+  return {
+    at: topic.context,
+    topic: topic.topic,
+    topicKey: own ? "" : topic.key.encoded,
+    n: n === undefined ? "" : String(n),
+  };
 }
 
 /// The contexts a search is over; none stands for all that are loaded.
-export const chosenOf = (place: Place): string[] => place.in.split('/').filter(Boolean);
+export const chosenOf = (place: Place): string[] => place.in.split("/").filter(Boolean);

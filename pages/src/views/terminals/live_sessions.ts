@@ -1,7 +1,7 @@
-import { useEffect } from 'preact/hooks';
-import { connection, useLive } from '../../api/events';
-import { listSessions, type Session } from '../../terminal/sessions';
-import { useLoad, type Loaded } from '../../util/hooks';
+import { useEffect } from "preact/hooks";
+import { connection, useLive } from "../../api/events";
+import { listSessions, type Session } from "../../terminal/sessions";
+import { useLoad, type Loaded } from "../../util/hooks";
 
 const withoutEvents = 3_000;
 
@@ -9,11 +9,11 @@ const withoutEvents = 3_000;
 /// asked for now and then.
 export function useSessions(): Loaded<Session[]> {
   const sessions = useLoad(listSessions, []);
-  useLive(['terminal'], sessions.reload);
-  const live = connection.value === 'live';
+  useLive(["terminal"], sessions.reload);
+  const live = connection.value === "live";
   useEffect(() => {
     if (live) return;
-    const timer = setInterval(() => document.visibilityState === 'visible' && sessions.reload(), withoutEvents);
+    const timer = setInterval(() => document.visibilityState === "visible" && sessions.reload(), withoutEvents);
     return () => clearInterval(timer);
   }, [live]);
   return sessions;
