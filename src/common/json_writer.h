@@ -77,7 +77,7 @@ class JsonWriter {
 /// sequence becomes U+FFFD, so the result is valid JSON whatever the bytes were.
 void AppendJsonEscaped(std::string& out, std::string_view text);
 
-/// The same with the quotes around it.
+/// The text as a whole JSON string, with its quotes.
 [[nodiscard]] std::string JsonString(std::string_view text);
 
 }  // namespace mrb

@@ -9,7 +9,8 @@ namespace mrb {
 /// percent signs included, stays.
 [[nodiscard]] std::string DecodePercent(std::string_view text);
 
-/// The same for form values (application/x-www-form-urlencoded): a plus sign is a blank as well.
+/// Like DecodePercent(), for form values (application/x-www-form-urlencoded): a plus sign becomes a
+/// blank as well.
 [[nodiscard]] std::string DecodeForm(std::string_view text);
 
 /// The text as a value in a query: letters, digits and "-", ".", "_", "~" stay, every other byte

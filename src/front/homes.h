@@ -33,7 +33,7 @@ struct Homes {
 /// a resident is started for them; whoever hands a command to a running resident needs no home.
 [[nodiscard]] Status ClaimHomes(const Homes& homes);
 
-/// The same; what is wrong is said on standard error.
+/// Like ClaimHomes(), but writes what is wrong to standard error and returns false.
 [[nodiscard]] bool ClaimHomesOrSay(const Homes& homes);
 
 /// Whether someone has configured this data home already.

@@ -11,7 +11,8 @@ namespace mrb::front {
 /// standard error as well. Returns the exit status: 1 for that and for an answer "ERROR:", else 0.
 [[nodiscard]] int RunLineHere(const Engine& engine, std::string_view line);
 
-/// The same for every line of standard input, to its end. 1 when any line's status is.
+/// Runs every line of standard input like RunLineHere(), to its end. Returns 1 when any of them
+/// did.
 [[nodiscard]] int RunStdinHere(const Engine& engine, StdinLines& lines);
 
 }  // namespace mrb::front

@@ -97,7 +97,7 @@ class FileSystem {
   /// whatever the folder above allows. kAlreadyExists when there is something of that name.
   [[nodiscard]] virtual Status make_directory(const std::string& path) = 0;
 
-  /// The same, with the permissions that other programs give a new folder.
+  /// Like make_directory(), but with the permissions that other programs give a new folder.
   [[nodiscard]] virtual Status make_shared_directory(const std::string& path) = 0;
 
   /// Gives the file `to` the permissions of `from` and, where the process may, its owner.

@@ -24,7 +24,8 @@ struct PeerOwner {
 /// Who listens where a connection leads to.
 struct ServerIdentity {
   PeerOwner owner;
-  /// The same as long as the same listener is there, another for the next one; 0 when not known.
+  /// A number that stays the same for as long as one listener is there and differs for the next
+  /// one; 0 when the system does not tell.
   std::uint64_t listener = 0;
 };
 

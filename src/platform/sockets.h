@@ -29,7 +29,7 @@ class Socket {
     return connect(kLoopback, port, timeout);
   }
 
-  /// The same to any IPv4 address, given in host byte order.
+  /// Connects to any IPv4 address, given in host byte order; time-outs as above.
   [[nodiscard]] static Result<Socket> connect(std::uint32_t ipv4, std::uint16_t port,
                                               Milliseconds timeout);
 

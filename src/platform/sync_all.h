@@ -19,7 +19,7 @@ using SyncTarget = std::variant<OpenFile*, std::string>;
 /// target, or a file system that wants them one by one, is done in the calling thread. Thread-safe.
 [[nodiscard]] std::vector<Status> SyncEach(FileSystem& files, std::span<const SyncTarget> targets);
 
-/// The same, for whom the failure of the first target, in their order, that failed is enough.
+/// Like SyncEach(), but returns only the first failure, in the order of `targets`.
 [[nodiscard]] Status SyncAll(FileSystem& files, std::span<const SyncTarget> targets);
 
 }  // namespace mrb::platform

@@ -28,7 +28,7 @@ class ChangeLogTable {
     std::uint64_t size = 0;
     std::uint32_t version = 0;
     std::uint32_t path = 0;    ///< for name()
-    std::uint32_t author = 0;  ///< likewise
+    std::uint32_t author = 0;  ///< for name()
     std::uint32_t before = 0;  ///< the line before of the same path, or kNone
     vfs::ChangeKind kind = vfs::ChangeKind::kCreate;
     bool carried = false;

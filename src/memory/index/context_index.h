@@ -64,10 +64,10 @@ class ContextIndex {
   /// The webs, derived when first asked for. Any reader may ask; throws std::bad_alloc.
   [[nodiscard]] const Webs& webs() const;
 
-  /// The vectors that records carry, likewise.
+  /// The vectors that records carry, derived when first asked for. As webs().
   [[nodiscard]] const VectorIndex& vectors() const;
 
-  /// The keywords by how they begin, likewise.
+  /// The keywords by how they begin, derived when first asked for. As webs().
   [[nodiscard]] const KeywordPrefixes& prefixes() const;
 
   /// The floats of a row's record as they lie there; empty without a vector.
@@ -95,8 +95,8 @@ class ContextIndex {
   mutable WriteTimeIndex write_times_;
   mutable std::mutex derived_mutex_;
   mutable std::unique_ptr<Webs> webs_;            // guarded by derived_mutex_ among readers
-  mutable std::unique_ptr<VectorIndex> vectors_;  // likewise
-  mutable KeywordPrefixes prefixes_;              // likewise
+  mutable std::unique_ptr<VectorIndex> vectors_;  // guarded by derived_mutex_ among readers
+  mutable KeywordPrefixes prefixes_;              // guarded by derived_mutex_ among readers
 };
 
 }  // namespace mrb::memory

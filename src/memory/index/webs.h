@@ -37,7 +37,7 @@ class Webs {
   std::array<TermWeb, kWebs> terms_;
   TimeWeb time_;
   FiveWs five_ws_;                // scratch of add()
-  std::vector<DateStamp> dates_;  // likewise
+  std::vector<DateStamp> dates_;  // scratch of add()
 };
 
 }  // namespace mrb::memory

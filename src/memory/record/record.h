@@ -70,7 +70,7 @@ struct RecordView {
 [[nodiscard]] std::optional<RecordView> ReadRecord(std::string_view data, std::uint64_t offset,
                                                    RecordHead head = RecordHead::kTimed);
 
-/// The same for bytes that are known to be one whole record, a fraction of the work:
+/// Reads bytes that are known to be one whole record, in a fraction of the time of ReadRecord():
 /// `keyword_bytes` runs to the record's end, and no vector is looked for.
 [[nodiscard]] RecordView ReadWholeRecord(std::string_view record);
 

@@ -10,7 +10,7 @@ namespace mrb::platform {
 /// tried ("open"), `object` on what (a path, an address).
 [[nodiscard]] Error SystemError(int number, std::string_view attempt, std::string_view object);
 
-/// The same of the calling thread's errno, ready to be returned.
+/// SystemError() of the calling thread's errno, as a result ready to be returned.
 [[nodiscard]] std::unexpected<Error> FailErrno(std::string_view attempt, std::string_view object);
 
 }  // namespace mrb::platform

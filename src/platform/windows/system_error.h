@@ -11,7 +11,7 @@ namespace mrb::platform {
 [[nodiscard]] Error SystemError(unsigned long number, std::string_view attempt,
                                 std::string_view object);
 
-/// The same of the calling thread's last error, ready to be returned.
+/// SystemError() of the calling thread's last error, as a result ready to be returned.
 [[nodiscard]] std::unexpected<Error> FailLastError(std::string_view attempt,
                                                    std::string_view object);
 

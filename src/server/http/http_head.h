@@ -44,7 +44,7 @@ class HeaderLines {
 [[nodiscard]] std::optional<std::string_view> FindHeader(std::string_view head,
                                                          std::string_view name);
 
-/// The same with an absent header as the empty text.
+/// Like FindHeader(), but an absent header is the empty text.
 [[nodiscard]] std::string_view HeaderValue(std::string_view head, std::string_view name);
 
 /// The declared length of the body: 0 when absent or not a decimal number, the largest number when

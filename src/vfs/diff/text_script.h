@@ -16,7 +16,7 @@ using MemoryCheck = std::function<bool(std::uint64_t)>;
 struct TextRun {
   LineChange change = LineChange::kSame;
   std::uint64_t line1 = 0;  ///< lines of side 1 before it, from 0
-  std::uint64_t line2 = 0;  ///< likewise
+  std::uint64_t line2 = 0;  ///< lines of side 2 before it, from 0
   std::uint64_t count = 0;  ///< lines in it
   std::string_view text;    ///< them, with what ends them: of side 2 when added, else of side 1
 };

@@ -69,8 +69,9 @@ class Journal {
   /// reported one by one; a missing file holds none.
   [[nodiscard]] Result<std::size_t> read(const std::function<void(Change)>& found) const;
 
-  /// The same for the changes of one path, without a look into the others' lines: damage is not
-  /// counted. `any_case`: also those of a path that differs in the case of ASCII letters.
+  /// Calls `found` for the changes of one path, oldest first. The lines of other paths are not
+  /// parsed, so their damage is not counted. `any_case`: also those of a path that differs in the
+  /// case of ASCII letters.
   [[nodiscard]] Status read_of(std::string_view path, bool any_case,
                                const std::function<void(Change)>& found) const;
 

@@ -15,7 +15,7 @@ using MirrorContents = std::unordered_map<std::string, MirrorFacts>;
 /// A mirror that is not there holds nothing.
 [[nodiscard]] Result<MirrorContents> ScanMirror(const StorePlaces& places);
 
-/// The same for one file.
+/// What the mirror holds of one file.
 [[nodiscard]] MirrorFacts ScanMirrorOf(const StorePlaces& places, std::string_view path);
 
 /// The mirror's file that holds a version's bytes.

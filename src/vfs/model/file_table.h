@@ -34,7 +34,7 @@ class FileTable {
 
   [[nodiscard]] const std::vector<std::unique_ptr<File>>& files() const { return files_; }
 
-  /// The same files in the order of their paths, kept from call to call.
+  /// All files in the order of their paths; the order is kept from call to call.
   [[nodiscard]] const std::vector<File*>& in_order() const;
 
   /// Those of them whose path leads through a folder; all for "". Valid until the next add().

@@ -11,7 +11,7 @@ namespace mrb::vfs {
 /// tb of any case, in steps of 1024. Nothing for any other text, or for what passes 64 bits.
 [[nodiscard]] std::optional<std::uint64_t> ParseSize(std::string_view text);
 
-/// The same size in the largest unit that leaves no rest: ParseSize reads it back unchanged.
+/// The size in the largest unit that leaves no rest, as ParseSize() reads it back unchanged.
 [[nodiscard]] std::string FormatSize(std::uint64_t bytes);
 
 /// For people: "1 byte", "512 bytes", "1.5 KB", "220.1 MB".

@@ -47,7 +47,7 @@ class SpanFinder {
   std::optional<Span> best_;
 };
 
-/// The same, once.
+/// Finds the span in one line, for a caller that has no second line to ask about.
 [[nodiscard]] std::optional<Span> FindSpan(const Program& program, std::string_view line);
 
 }  // namespace mrb::search
