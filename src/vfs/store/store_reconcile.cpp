@@ -7,14 +7,11 @@
 // that was a file may be a folder now.
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
-#include "common/text.h"
 #include "platform/paths.h"
 #include "platform/tree_visitor.h"
 #include "vfs/mirror/file_bytes.h"
-#include "vfs/model/reserved_names.h"
 #include "vfs/store/version_store.h"
 
 namespace mrb::vfs {
@@ -31,23 +28,11 @@ bool IsBelow(std::string_view path, std::string_view folder) {
 
 }  // namespace
 
-/// Folders that other tools keep their own history in, ours, and machinery.
-bool VersionStore::never_enters(std::string_view folder) const {
-  constexpr std::array<std::string_view, 5> kToolFolders{".git", ".hg", ".svn", ".jj", ".mirebolt"};
-  const std::string_view name = BaseName(folder);
-  if (std::ranges::find(kToolFolders, name) != kToolFolders.end() || IsReservedName(name)) {
-    return true;
-  }
-  return !setup_.pruned_folders.empty() &&
-         std::ranges::find(setup_.pruned_folders, places_.working(folder)) !=
-             setup_.pruned_folders.end();
-}
-
 class VersionStore::TreeScan final : public platform::TreeVisitor {
  public:
   TreeScan(VersionStore& store, std::uint32_t pass) : store_(store), pass_(pass) {}
 
-  bool enter(std::string_view folder) override { return !store_.never_enters(folder); }
+  bool enter(std::string_view folder) override { return store_.enters(folder); }
 
   void file(std::string_view path, const platform::FileStatus& status) override {
     const Lock guard = store_.lock();
@@ -100,7 +85,7 @@ bool VersionStore::scan_tree() {
     std::set<std::string> paths;
     {
       const Lock guard = lock();
-      paths = followed_;
+      paths = rules_.followed();
     }
     for (const std::string& path : paths) {
       pending = reconcile_file(path) || pending;
