@@ -184,17 +184,17 @@ bool VersionStore::record_external_change(File& file, Blob bytes,
     return false;
   }
   const std::string author = std::exchange(author_, setup_.outside_author());
-  bool done = false;
+  Outcome failure;
   const VersionRecord* before = file.is_gone() ? file.newest_content() : nullptr;
   if (before != nullptr && before->bytes.equals(bytes)) {
-    done = withdraw_tombstone(file);
+    failure = withdraw_tombstone(file);
   } else {
     file.content = std::move(bytes);
-    done = mint(file, {Writes::kMirror, flush_later});
-    if (!done) file.content = newest;
+    failure = mint(file, {Writes::kMirror, flush_later});
+    if (failure) file.content = newest;
   }
   author_ = author;
-  if (!done) return external_change_failed(file);
+  if (failure) return external_change_failed(file, *failure);
   failing_.erase(file.name);
   file.seen = status;
   return false;
@@ -202,20 +202,21 @@ bool VersionStore::record_external_change(File& file, Blob bytes,
 
 bool VersionStore::record_external_delete(File& file) {
   const std::string author = std::exchange(author_, setup_.outside_author());
-  const bool done = append_tombstone(file, false);
+  const Outcome failure = append_tombstone(file, false);
   author_ = author;
-  if (!done) return external_change_failed(file);
+  if (failure) return external_change_failed(file, *failure);
   failing_.erase(file.name);
   return false;
 }
 
 /// Told once; then tried again at longer and longer intervals.
-bool VersionStore::external_change_failed(const File& file) {
+bool VersionStore::external_change_failed(const File& file, const VersionWrite::Failure& failure) {
+  message_ = failure.reason;
   const auto [retry, first] = failing_.try_emplace(file.name);
   if (first) {
-    const bool archiving = message_.find("archive") != std::string::npos;
-    warn(archiving ? "watch archive failed for '" + file.name + "' — keeping baseline, will retry\n"
-                   : "watch mirror refresh failed for '" + file.name + "'\n");
+    warn(failure.step == Step::kArchive
+             ? "watch archive failed for '" + file.name + "' — keeping baseline, will retry\n"
+             : "watch mirror refresh failed for '" + file.name + "'\n");
   }
   retry->second.next = std::chrono::steady_clock::now() + retry->second.pause;
   retry->second.pause = std::min(retry->second.pause * 2, kMaxPause);

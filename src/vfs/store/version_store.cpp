@@ -25,6 +25,10 @@ bool VersionStore::refuse(std::string reason) {
   return false;
 }
 
+bool VersionStore::answer(const Outcome& failure) {
+  return failure ? refuse(failure->reason) : true;
+}
+
 bool VersionStore::is_folder(std::string_view path) const {
   if (path.empty()) return true;
   return std::ranges::any_of(table_.below(path), [](const File* file) { return !file->is_gone(); });

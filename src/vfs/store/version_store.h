@@ -166,6 +166,8 @@ class VersionStore {
 
  private:
   class TreeScan;
+  using Outcome = VersionWrite::Outcome;
+  using Step = VersionWrite::Step;
 
   enum class Writes { kBoth, kMirror };
   struct Minting {
@@ -184,18 +186,20 @@ class VersionStore {
   void settle(const std::vector<IngestedFile*>& changed);
 
   bool refuse(std::string reason);
+  /// The answer of an operation that ended in `failure`, or did not fail.
+  bool answer(const Outcome& failure);
   [[nodiscard]] bool may_write(const File& file, bool dirty);
   [[nodiscard]] File* writable_file(iFileSystemObj* node);
   bool absorb_external_change(File& file);
 
   /// Appends the working bytes as the next version and writes them; takes the record back when that
   /// fails.
-  bool mint(File& file, const Minting& minting);
-  bool write_version(File& file, const Minting& minting);
-  bool write_failed(File& file, const VersionWrite::Failure& failure);
-  bool append_tombstone(File& file, bool remove_working_file);
-  [[nodiscard]] std::string_view move_copy_to_tombstone(File& file, const VersionRecord& last,
-                                                        std::vector<platform::SyncTarget>& flushed);
+  [[nodiscard]] Outcome mint(File& file, const Minting& minting);
+  [[nodiscard]] Outcome write_version(File& file, const Minting& minting);
+  [[nodiscard]] Outcome write_failed(File& file, VersionWrite::Failure failure);
+  [[nodiscard]] Outcome append_tombstone(File& file, bool remove_working_file);
+  [[nodiscard]] Outcome move_copy_to_tombstone(File& file, const VersionRecord& last,
+                                               std::vector<platform::SyncTarget>& flushed);
   [[nodiscard]] Status announce_unmirrored(const File& file, const VersionRecord& last);
   void move_tombstone_back(File& file);
   bool carry_chain(const File& source, File& target);
@@ -208,8 +212,8 @@ class VersionStore {
                                            const Archives& archives);
   [[nodiscard]] std::string carry_newest(const File& source, File& target);
   [[nodiscard]] Result<std::vector<VersionRecord>> whole_chain(const File& file) const;
-  bool restore_record(File& file, const VersionRecord& newest, bool write_working_file);
-  bool withdraw_tombstone(File& file);
+  [[nodiscard]] Outcome restore_record(File& file, const VersionRecord& newest);
+  [[nodiscard]] Outcome withdraw_tombstone(File& file);
   [[nodiscard]] Change change_of(const File& file, ChangeKind kind) const;
   void append_record(File& file, Blob bytes, bool tombstone);
   void take_back(File& file);
@@ -226,7 +230,7 @@ class VersionStore {
                               bool flush_later);
   bool record_external_delete(File& file);
   bool unreadable(const Error& error);
-  bool external_change_failed(const File& file);
+  bool external_change_failed(const File& file, const VersionWrite::Failure& failure);
   [[nodiscard]] bool may_try(const std::string& path) const;
   [[nodiscard]] Status flush_volume();
   void warn(const std::string& line) const;
