@@ -14,8 +14,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 SOURCE = ROOT / "src"
 INCLUDE = re.compile(r'^#include "([^"]+)"', re.MULTILINE)
 # iFileSystemObj answers with nodes and tables of nodes, and those are made of it.
-ALLOWED_CIRCLES = [{"vfs/model/node_diff", "vfs/model/node_image", "vfs/model/nodes"},
-                   {"vfs/store/ingest", "vfs/store/version_store"}]
+ALLOWED_CIRCLES = [{"vfs/model/node_diff", "vfs/model/node_image", "vfs/model/nodes"}]
 
 
 def read_modules():

@@ -13,8 +13,10 @@ namespace {
 using platform::FileSystem;
 using platform::ParentPath;
 
-VersionWrite::Outcome Failed(std::string reason, bool of_mirror) {
-  return VersionWrite::Failure{std::move(reason), of_mirror};
+using Step = VersionWrite::Step;
+
+VersionWrite::Outcome Failed(Step step, std::string reason) {
+  return VersionWrite::Failure{std::move(reason), step, step != Step::kWorkingFile};
 }
 
 void AddOnce(std::vector<std::string>& folders, std::string folder) {
@@ -137,15 +139,15 @@ VersionWrite::Outcome VersionWrite::stage_working(Opened& file) {
   if (const Status made = MakeFoldersInside(*places_.files, places_.disk_root, path_,
                                             FolderAccess::kShared, flushes_);
       !made) {
-    return Failed("mkdirs failed: " + made.error().text, false);
+    return Failed(Step::kWorkingFile, "mkdirs failed: " + made.error().text);
   }
   auto opened = write(temporary_, bytes_, FileSystem::OpenMode::kReplaceShared);
-  if (!opened) return Failed("temp write failed", false);
+  if (!opened) return Failed(Step::kWorkingFile, "temp write failed");
   working_staged_ = true;
   file = *std::move(opened);
   const Status permitted = places_.files->copy_permissions(target_, temporary_);
   if (!permitted && permitted.error().kind != ErrorKind::kNotFound) {
-    return Failed("temp write failed", false);
+    return Failed(Step::kWorkingFile, "temp write failed");
   }
   return {};
 }
@@ -155,11 +157,11 @@ VersionWrite::Outcome VersionWrite::stage_mirror(Opened& file) {
   auto opened = write(temporary, bytes_, FileSystem::OpenMode::kReplace);
   if (!opened && opened.error().kind == ErrorKind::kNotFound) {
     if (const Status made = make_mirror_folders(); !made) {
-      return Failed("vc mkdirs failed: " + made.error().text, true);
+      return Failed(Step::kMirror, "vc mkdirs failed: " + made.error().text);
     }
     opened = write(temporary, bytes_, FileSystem::OpenMode::kReplace);
   }
-  if (!opened) return Failed("vc temp write failed", true);
+  if (!opened) return Failed(Step::kMirror, "vc temp write failed");
   mirror_staged_ = true;
   file = *std::move(opened);
   return {};
@@ -183,14 +185,15 @@ VersionWrite::Outcome VersionWrite::write_temporaries() {
   if (working) targets.emplace_back(working.get());
   if (mirror) targets.emplace_back(mirror.get());
   const auto flushed = platform::SyncEach(*places_.files, targets);
-  if (working && !flushed.front()) return Failed("temp write failed", false);
-  if (mirror && !flushed.back()) mirror_failure_ = Failed("vc temp write failed", true);
+  if (working && !flushed.front()) return Failed(Step::kWorkingFile, "temp write failed");
+  if (mirror && !flushed.back()) mirror_failure_ = Failed(Step::kMirror, "vc temp write failed");
   return {};
 }
 
 VersionWrite::Outcome VersionWrite::commit_working() {
   if (works_) {
-    if (!places_.files->rename_replace(temporary_, target_)) return Failed("promote failed", false);
+    if (!places_.files->rename_replace(temporary_, target_))
+      return Failed(Step::kWorkingFile, "promote failed");
     working_staged_ = false;
     AddOnce(folders_, ParentPath(target_));
   }
@@ -200,22 +203,23 @@ VersionWrite::Outcome VersionWrite::commit_working() {
 VersionWrite::Outcome VersionWrite::reserve_archive(std::uint32_t next_archive, bool has_seed) {
   if (!mirrors_) return {};
   const auto has_copy = IsThere(*places_.files, copy_);
-  if (!has_copy) return Failed("vc archive move failed", true);
+  if (!has_copy) return Failed(Step::kArchive, "vc archive move failed");
   has_copy_ = *has_copy;
   if (!has_copy_ && !has_seed) return {};
   const auto number = FreeArchive(places_, path_, next_archive);
-  if (!number) return Failed("vc archive move failed", true);
+  if (!number) return Failed(Step::kArchive, "vc archive move failed");
   archived_ = *number;
   return {};
 }
 
 VersionWrite::Outcome VersionWrite::archive_original(std::string_view bytes) {
   if (!mirrors_ || has_copy_) return {};
-  if (!make_mirror_folders()) return Failed("vc seed-archive mkdir failed", true);
+  if (!make_mirror_folders()) return Failed(Step::kArchive, "vc seed-archive mkdir failed");
   const Status written = WriteArchive(places_, path_, archived_, bytes, flushes_);
   if (written) return {};
   const bool no_folder = written.error().kind == ErrorKind::kUnavailable;
-  return Failed(no_folder ? "vc seed-archive mkdir failed" : "vc seed-archive write failed", true);
+  return Failed(Step::kArchive,
+                no_folder ? "vc seed-archive mkdir failed" : "vc seed-archive write failed");
 }
 
 VersionWrite::Outcome VersionWrite::commit_mirror() {
@@ -225,7 +229,7 @@ VersionWrite::Outcome VersionWrite::commit_mirror() {
   }
   if (!MoveToCopy(*places_.files, places_.mirror->temporary(path_), copy_)) {
     undo_mirror();
-    return Failed("vc promote failed", true);
+    return Failed(Step::kMirror, "vc promote failed");
   }
   mirror_staged_ = false;
   AddOnce(folders_, ParentPath(copy_));
@@ -238,10 +242,10 @@ VersionWrite::Outcome VersionWrite::archive_copy() {
   if (Status made = files.make_directory(folder)) {
     AddOnce(folders_, ParentPath(folder));
   } else if (made.error().kind != ErrorKind::kAlreadyExists) {
-    return Failed("vc archive mkdir failed", true);
+    return Failed(Step::kArchive, "vc archive mkdir failed");
   }
   const Status moved = files.rename_new(copy_, places_.mirror->archive(path_, archived_));
-  if (!moved) return Failed("vc archive move failed", true);
+  if (!moved) return Failed(Step::kArchive, "vc archive move failed");
   AddOnce(folders_, folder);
   return {};
 }
@@ -265,7 +269,8 @@ VersionWrite::Outcome VersionWrite::sync(Journal* journal) {
   const auto failed = std::ranges::find_if(flushed, [](const Status& status) { return !status; });
   if (failed == flushed.end()) return {};
   const bool of_working_folder = works_ && failed == flushed.begin();
-  return Failed(of_working_folder ? "promote failed" : "vc promote failed", !of_working_folder);
+  return of_working_folder ? Failed(Step::kWorkingFile, "promote failed")
+                           : Failed(Step::kMirror, "vc promote failed");
 }
 
 }  // namespace mrb::vfs

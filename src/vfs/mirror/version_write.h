@@ -46,8 +46,11 @@ struct StorePlaces {
 /// a line of the journal whose renames did not happen is recognised by their absence.
 class VersionWrite {
  public:
+  /// What could not be written.
+  enum class Step : std::uint8_t { kWorkingFile, kMirror, kArchive, kJournal };
   struct Failure {
     std::string reason;
+    Step step = Step::kWorkingFile;
     bool of_mirror = false;  ///< the working file has been written
   };
   using Outcome = std::optional<Failure>;

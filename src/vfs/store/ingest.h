@@ -1,89 +1,77 @@
 #pragma once
 
-#include <map>
 #include <mutex>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
-#include "vfs/mirror/chain_plan.h"
+#include "vfs/mirror/bulk_reader.h"
+#include "vfs/mirror/journal.h"
 #include "vfs/mirror/mirror_scan.h"
 #include "vfs/mirror/stat_cache.h"
-#include "vfs/store/version_store.h"
+#include "vfs/store/chain_reader.h"
+#include "vfs/store/ingested_tree.h"
+#include "vfs/store/store_setup.h"
+#include "vfs/store/tree_rules.h"
 
 namespace mrb::vfs {
 
-class BulkReader;
+/// What a store lends for its tree to be read. Nobody else uses it meanwhile.
+struct IngestSource {
+  const StoreSetup& setup;
+  const StorePlaces& places;
+  const TreeRules& rules;
+  const Journal& journal;
+  BlobPool& pool;  ///< takes the bytes that are read
+};
 
-/// Reads a store's tree, its journal and its mirror, and makes them agree. Used once a store, or
-/// once for each followed file, by VersionStore, with the store's lock held.
+/// Reads a store's tree, its journal and its mirror. It writes nothing but the copies of a mirror
+/// that holds none yet. Used once a store, or once for each followed file.
 class Ingest {
  public:
   /// `only`, when it is not empty, is the one file of a store of single files to be read.
-  Ingest(VersionStore& store, VersionStore::Progress progress, std::string only = {})
-      : store_(store), progress_(std::move(progress)), only_(std::move(only)) {}
+  Ingest(const IngestSource& source, IngestProgress progress, std::string only);
 
-  [[nodiscard]] Result<IngestReport> run();
+  /// All that was read; fails when the tree, the mirror or the journal cannot be read.
+  [[nodiscard]] Result<IngestedTree> run();
 
  private:
   class Look;
-
-  /// One file on its way into memory.
-  struct Item {
-    std::string path;
-    bool on_disk = false;         ///< it is in the tree
-    platform::FileStatus status;  ///< when it is
-    MirrorFacts facts;
-    std::vector<Change> changes;
-
-    bool is_read = false;  ///< the working file's bytes are in `bytes`
-    bool failed = false;   ///< it is there but cannot be read, or its mirror copy cannot be written
-    Blob bytes;
-    std::vector<VersionRecord> records;
-    std::string lines;                    ///< of the journal, when it did not tell the history
-    std::uint32_t tombstone_version = 0;  ///< the version that the mirror's tombstone file holds
-  };
 
   [[nodiscard]] Status look();
   [[nodiscard]] bool may_run_parallel() const;
   [[nodiscard]] Status walk_tree();
   void look_at_followed_files();
-  void warn_of_memory() const;
+  void warn_of_memory();
   [[nodiscard]] Status scan_mirror();
   [[nodiscard]] Status read_journal();
   void read_stat_cache();
   void merge_known();
   void add_vanished();
   [[nodiscard]] bool is_left_out(const std::string& path) const;
+  [[nodiscard]] bool wants(const std::string& followed) const;
   [[nodiscard]] Status begin_fill();
   void read_all();
-  void read_item(Item& item, BulkReader& reader);
-  void read_records(Item& item, BulkReader& reader);
-  [[nodiscard]] bool copy_is_working_file(const Item& item, const PlannedRecord& planned) const;
-  [[nodiscard]] Status fill_copy(const Item& item) const;
-  [[nodiscard]] Status end_fill();
-  void place(Item& item);
-  void place_new(Item& item, File& file);
-  void settle_changes();
-  void count(const File& file);
+  void read_file(IngestedFile& file, const KnownOfFile& known, BulkReader& reader);
+  void read_working_file(IngestedFile& file, BulkReader& reader);
+  void fill(IngestedFile& file);
+  [[nodiscard]] Status fill_copy(const IngestedFile& file) const;
   void warn(const std::string& line);
 
-  VersionStore& store_;
-  const VersionStore::Progress progress_;
+  const IngestSource source_;
+  platform::FileSystem& files_;
+  const IngestProgress progress_;
   const std::string only_;
-  IngestReport report_;
-  std::vector<Item> items_;
-  MirrorContents contents_;  ///< of what no item was made for yet
+  IngestedTree tree_;
+  std::vector<KnownOfFile> known_;  ///< of each of tree_.files
+  MirrorContents contents_;         ///< of what no file was made for yet
   std::unordered_map<std::string, std::vector<Change>> changes_;  ///< by path; likewise
   StatCache looks_;                                               ///< of an earlier run
   std::unordered_set<std::string> excluded_;
   std::uint64_t walked_bytes_ = 0;
-  bool fills_ = false;          ///< the mirror is written for the first time, in one go
-  std::string guessed_lines_;   ///< of the journal, that it should have held
-  std::string new_lines_;       ///< of the journal, for what was filled
-  std::vector<Item*> changed_;  ///< differ from their newest version
-  std::mutex mutex_;  ///< guards report_, warnings and the pool while several threads read
+  std::mutex mutex_;  ///< guards the report, warnings and the pool while several threads read
+  ChainReader chains_;
 };
 
 }  // namespace mrb::vfs

@@ -59,7 +59,7 @@ bool VersionStore::check_in(iFileSystemObj* node, bool dirty) {
   if (!may_write(*file, dirty)) return false;
   if (!absorb_external_change(*file)) return false;
   if (!file->is_gone() && file->history.back().bytes.equals(file->content)) return true;
-  return mint(*file, {});
+  return answer(mint(*file, {}));
 }
 
 bool VersionStore::promote(iFileSystemObj* node) {
@@ -71,7 +71,7 @@ bool VersionStore::promote(iFileSystemObj* node) {
   auto failure = write.write_temporaries();
   if (!failure) failure = write.commit_working();
   if (!failure) failure = write.sync(nullptr);
-  if (failure) return refuse(failure->reason);
+  if (failure) return answer(failure);
   look_at(*file);
   return true;
 }
@@ -110,7 +110,7 @@ void VersionStore::take_back(File& file) {
   file.follow_history();
 }
 
-bool VersionStore::mint(File& file, const Minting& minting) {
+VersionWrite::Outcome VersionStore::mint(File& file, const Minting& minting) {
   file.content = pool_.intern(file.content);
   append_record(file, file.content, false);
   return write_version(file, minting);
@@ -128,7 +128,7 @@ Change VersionStore::change_of(const File& file, ChangeKind kind) const {
 }
 
 /// Writes the newest record. What the archive is about to take is the newest contents before it.
-bool VersionStore::write_version(File& file, const Minting& minting) {
+VersionWrite::Outcome VersionStore::write_version(File& file, const Minting& minting) {
   const VersionRecord* before = nullptr;
   for (const VersionRecord& record : file.history) {
     if (!record.tombstone && &record != &file.history.back()) before = &record;
@@ -138,37 +138,39 @@ bool VersionStore::write_version(File& file, const Minting& minting) {
   VersionWrite write(places_, file.name, file.content.bytes());
   if (minting.writes == Writes::kMirror) write.leave_working_file();
   if (minting.flush_later) write.flush_later();
-  if (auto failure = write.reserve_archive(file.next_archive, seeds))
-    return write_failed(file, *failure);
-  if (seeds) {
-    if (auto failure = write.archive_original(before->bytes.bytes()))
-      return write_failed(file, *failure);
+  if (auto failure = write.reserve_archive(file.next_archive, seeds)) {
+    return write_failed(file, *std::move(failure));
   }
-  if (auto failure = write.write_temporaries()) return write_failed(file, *failure);
-  if (auto failure = write.commit_working()) return write_failed(file, *failure);
+  if (seeds) {
+    if (auto failure = write.archive_original(before->bytes.bytes())) {
+      return write_failed(file, *std::move(failure));
+    }
+  }
+  if (auto failure = write.write_temporaries()) return write_failed(file, *std::move(failure));
+  if (auto failure = write.commit_working()) return write_failed(file, *std::move(failure));
   Change change = change_of(file, file.version == 1 ? ChangeKind::kCreate : ChangeKind::kModify);
   if (write.archived() != 0 && before != nullptr) {
     change.archived = write.archived();
     change.holds = before->version;
   }
   if (const Status logged = log(change); !logged) {
-    return write_failed(file, {"vc journal write failed", true});
+    return write_failed(file, {"vc journal write failed", Step::kJournal, true});
   }
   auto failure = write.commit_mirror();
   if (!failure) {
     failure = write.sync(&journal_);
     if (failure) write.undo_mirror();
   }
-  if (failure) return write_failed(file, *failure);
+  if (failure) return write_failed(file, *std::move(failure));
   if (write.archived() != 0) file.next_archive = write.archived() + 1;
   if (file.history.size() > kMaxHeld && places_.mirrors(file.name)) {
     file.history.erase(file.history.begin(), file.history.end() - kHeldAfterTrim);
   }
   if (minting.writes == Writes::kBoth) look_at(file);
-  return true;
+  return {};
 }
 
-bool VersionStore::write_failed(File& file, const VersionWrite::Failure& failure) {
+VersionWrite::Outcome VersionStore::write_failed(File& file, VersionWrite::Failure failure) {
   if (failure.of_mirror) {
     if (!failing_.contains(file.name))
       warn("warning: mirror write failed for '" + working_path(file.name) + "': " + failure.reason +
@@ -177,7 +179,7 @@ bool VersionStore::write_failed(File& file, const VersionWrite::Failure& failure
     (void)log(change_of(file, ChangeKind::kMirrorFail));
   }
   take_back(file);
-  return refuse(failure.reason);
+  return failure;
 }
 
 /// Appends to the change log; the journal is flushed by whoever writes the change.

@@ -12,11 +12,8 @@
 #include "vfs/store/version_store.h"
 
 namespace mrb::vfs {
-namespace {
 
 using platform::ParentPath;
-
-}  // namespace
 
 bool VersionStore::remove(iFileSystemObj* node) {
   const Lock guard = lock();
@@ -32,19 +29,19 @@ bool VersionStore::remove(iFileSystemObj* node) {
   if (!may_write(*file, false)) return false;
   if (!absorb_external_change(*file)) return false;
   if (file->is_gone()) return true;
-  return append_tombstone(*file, true);
+  return answer(append_tombstone(*file, true));
 }
 
 /// Appends a tombstone and takes both files away. The mirror goes first: once the working file is
 /// gone, its bytes must have their place.
-bool VersionStore::append_tombstone(File& file, bool remove_working_file) {
+VersionWrite::Outcome VersionStore::append_tombstone(File& file, bool remove_working_file) {
   platform::FileSystem& files = *places_.files;
   const VersionRecord last = file.history.back();
   append_record(file, {}, true);
   std::vector<platform::SyncTarget> flushed;
   if (places_.mirrors(file.name)) {
-    if (const auto reason = move_copy_to_tombstone(file, last, flushed); !reason.empty()) {
-      return write_failed(file, {std::string(reason), true});
+    if (auto failure = move_copy_to_tombstone(file, last, flushed)) {
+      return write_failed(file, *std::move(failure));
     }
   } else {
     (void)log(change_of(file, ChangeKind::kDelete));  // in memory, which cannot fail
@@ -54,7 +51,8 @@ bool VersionStore::append_tombstone(File& file, bool remove_working_file) {
     const Status removed = files.remove_file(target);
     if (!removed && removed.error().kind != ErrorKind::kNotFound) {
       move_tombstone_back(file);
-      return write_failed(file, {removed.error().text, places_.mirrors(file.name)});
+      return write_failed(file,
+                          {removed.error().text, Step::kWorkingFile, places_.mirrors(file.name)});
     }
     if (removed) flushed.emplace_back(ParentPath(target));
   }
@@ -63,49 +61,55 @@ bool VersionStore::append_tombstone(File& file, bool remove_working_file) {
          "' may not be on the disk yet: " + synced.error().text + "\n");
   }
   file.content = {};
-  return true;
+  return {};
 }
 
 /// Gives the mirror's copy the tombstone's name; an older file of that name goes to the archive
-/// first. The answer is why it could not be done; `flushed` gets what is to be flushed.
-std::string_view VersionStore::move_copy_to_tombstone(File& file, const VersionRecord& last,
-                                                      std::vector<platform::SyncTarget>& flushed) {
+/// first. `flushed` gets what is to be flushed.
+VersionWrite::Outcome VersionStore::move_copy_to_tombstone(
+    File& file, const VersionRecord& last, std::vector<platform::SyncTarget>& flushed) {
   platform::FileSystem& files = *places_.files;
+  const auto failed = [](Step step, std::string_view reason) {
+    return VersionWrite::Failure{std::string(reason), step, true};
+  };
   const std::string tombstone = layout_.tombstone(file.name);
   const std::string copy = places_.mirror_copy(file.name);
   const auto has_tombstone = IsThere(files, tombstone);
   const auto has_copy = IsThere(files, copy);
-  if (!has_tombstone || !has_copy) return "vc tombstone move failed";
+  if (!has_tombstone || !has_copy) return failed(Step::kMirror, "vc tombstone move failed");
   Change change = change_of(file, ChangeKind::kDelete);
   change.tombstone_version = last.version;
   if (*has_tombstone) {
     const auto number = FreeArchive(places_, file.name, file.next_archive);
-    if (!number) return "vc archive move failed";
+    if (!number) return failed(Step::kArchive, "vc archive move failed");
     change.archived = *number;
     change.holds = file.tombstone_version;
   }
-  if (!*has_copy && !announce_unmirrored(file, last)) return "vc journal write failed";
-  if (!log(change)) return "vc journal write failed";
+  if (!*has_copy && !announce_unmirrored(file, last))
+    return failed(Step::kJournal, "vc journal write failed");
+  if (!log(change)) return failed(Step::kJournal, "vc journal write failed");
   if (*has_tombstone) {
     // Two names move, and without this line nobody could tell which holds what.
-    if (!journal_.sync()) return "vc journal write failed";
+    if (!journal_.sync()) return failed(Step::kJournal, "vc journal write failed");
     const std::string folder = layout_.archive_folder(file.name);
     const Status made = files.make_directory(folder);
-    if (!made && made.error().kind != ErrorKind::kAlreadyExists) return "vc archive mkdir failed";
+    if (!made && made.error().kind != ErrorKind::kAlreadyExists)
+      return failed(Step::kArchive, "vc archive mkdir failed");
     if (!files.rename_new(tombstone, layout_.archive(file.name, change.archived))) {
-      return "vc archive move failed";
+      return failed(Step::kArchive, "vc archive move failed");
     }
     file.next_archive = change.archived + 1;
     flushed.emplace_back(folder);
   }
   if (*has_copy) {
-    if (!files.rename_replace(copy, tombstone)) return "vc tombstone move failed";
+    if (!files.rename_replace(copy, tombstone))
+      return failed(Step::kMirror, "vc tombstone move failed");
   } else {
     VersionWrite write(places_, file.name, last.bytes.bytes());
     write.leave_working_file();
-    if (write.write_temporaries()) return "vc temp write failed";
+    if (write.write_temporaries()) return failed(Step::kMirror, "vc temp write failed");
     if (!files.rename_replace(layout_.temporary(file.name), tombstone)) {
-      return "vc tombstone move failed";
+      return failed(Step::kMirror, "vc tombstone move failed");
     }
   }
   file.tombstone_version = last.version;
@@ -142,12 +146,11 @@ bool VersionStore::restore(iFileSystemObj* node) {
   const VersionRecord* newest = file->newest_content();
   if (newest == nullptr) return refuse("no content version to restore");
   if (!file->is_gone() && platform::Exists(*places_.files, working_path(file->name))) return true;
-  return restore_record(*file, VersionRecord(*newest), true);
+  return answer(restore_record(*file, VersionRecord(*newest)));
 }
 
 /// Appends `newest`'s bytes as a new version and brings the mirror's copy back under its name.
-bool VersionStore::restore_record(File& file, const VersionRecord& newest,
-                                  bool write_working_file) {
+VersionWrite::Outcome VersionStore::restore_record(File& file, const VersionRecord& newest) {
   platform::FileSystem& files = *places_.files;
   const bool was_gone = file.is_gone();
   file.content = newest.bytes;
@@ -156,45 +159,41 @@ bool VersionStore::restore_record(File& file, const VersionRecord& newest,
   if (from_tombstone) {
     const auto has_tombstone = IsThere(files, layout_.tombstone(file.name));
     const auto has_copy = IsThere(files, places_.mirror_copy(file.name));
-    if (!has_tombstone || !has_copy) return write_failed(file, {"vc restore move failed", false});
+    if (!has_tombstone || !has_copy) {
+      return write_failed(file, {"vc restore move failed", Step::kMirror, false});
+    }
     from_tombstone = *has_tombstone && !*has_copy && file.tombstone_version == newest.version;
   }
-  if (was_gone && !from_tombstone) {
-    return write_version(file, {write_working_file ? Writes::kBoth : Writes::kMirror, false});
-  }
+  if (was_gone && !from_tombstone) return write_version(file, {});
   VersionWrite write(places_, file.name, file.content.bytes());
   write.leave_mirror();
-  if (!write_working_file) write.leave_working_file();
   auto failure = write.write_temporaries();
   if (!failure) failure = write.commit_working();
-  if (failure) {
-    if (was_gone) return write_failed(file, *failure);
-    return refuse(failure->reason);
-  }
+  if (failure) return was_gone ? write_failed(file, *std::move(failure)) : failure;
   if (from_tombstone) {
     Change change = change_of(file, ChangeKind::kRestore);
     change.same_as = newest.version;
-    if (!log(change)) return write_failed(file, {"vc journal write failed", true});
+    if (!log(change)) return write_failed(file, {"vc journal write failed", Step::kJournal, true});
     const std::string copy = places_.mirror_copy(file.name);
     if (!MoveToCopy(files, layout_.tombstone(file.name), copy)) {
-      return write_failed(file, {"vc restore move failed", true});
+      return write_failed(file, {"vc restore move failed", Step::kMirror, true});
     }
     file.tombstone_version = 0;
     if (!files.sync_directory(ParentPath(copy))) {
-      return write_failed(file, {"vc restore move failed", true});
+      return write_failed(file, {"vc restore move failed", Step::kMirror, true});
     }
   }
   failure = write.sync(&journal_);
   if (failure) {
-    if (!was_gone) return refuse(failure->reason);
-    return write_failed(file, {failure->reason, true});
+    if (!was_gone) return failure;
+    return write_failed(file, {failure->reason, failure->step, true});
   }
   look_at(file);
-  return true;
+  return {};
 }
 
 /// A delete that was noticed and undone outside, with the same bytes: as if it had not been.
-bool VersionStore::withdraw_tombstone(File& file) {
+VersionWrite::Outcome VersionStore::withdraw_tombstone(File& file) {
   const VersionRecord tombstone = file.history.back();
   take_back(file);
   file.content = file.history.back().bytes;
@@ -207,7 +206,7 @@ bool VersionStore::withdraw_tombstone(File& file) {
       file.history.push_back(tombstone);
       file.follow_history();
       file.content = {};
-      return refuse("vc restore move failed");
+      return VersionWrite::Failure{"vc restore move failed", Step::kMirror, true};
     }
     file.tombstone_version = 0;
     static_cast<void>(places_.files->sync_directory(ParentPath(copy)));
@@ -215,7 +214,7 @@ bool VersionStore::withdraw_tombstone(File& file) {
   } else {
     (void)log(change_of(file, ChangeKind::kRestore));  // in memory, which cannot fail
   }
-  return true;
+  return {};
 }
 
 bool VersionStore::revert(iFileSystemObj* node, std::uint32_t version) {

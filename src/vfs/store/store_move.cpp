@@ -34,10 +34,9 @@ bool VersionStore::move(iFileSystemObj* node, const std::string& destination) {
   }
   File& target = touch(destination);
   if (!carry_chain(*source, target)) return false;
-  if (!append_tombstone(*source, true)) {
-    const std::string reason = message_;
-    append_tombstone(target, true);
-    return refuse(reason);
+  if (const auto failure = append_tombstone(*source, true)) {
+    static_cast<void>(append_tombstone(target, true));  // what the user is told of is the first
+    return answer(failure);
   }
   locks_.rename(source->name, target.name);
   return true;
@@ -172,7 +171,7 @@ std::string VersionStore::carry_newest(const File& source, File& target) {
     failure = write.commit_working();
   }
   if (!failure && !log(change_of(target, ChangeKind::kMove))) {
-    failure = VersionWrite::Failure{"vc journal write failed", true};
+    failure = VersionWrite::Failure{"vc journal write failed", Step::kJournal, true};
   }
   if (!failure) failure = write.commit_mirror();
   if (!failure) {

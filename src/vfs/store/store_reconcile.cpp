@@ -7,14 +7,11 @@
 // that was a file may be a folder now.
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
-#include "common/text.h"
 #include "platform/paths.h"
 #include "platform/tree_visitor.h"
 #include "vfs/mirror/file_bytes.h"
-#include "vfs/model/reserved_names.h"
 #include "vfs/store/version_store.h"
 
 namespace mrb::vfs {
@@ -31,23 +28,11 @@ bool IsBelow(std::string_view path, std::string_view folder) {
 
 }  // namespace
 
-/// Folders that other tools keep their own history in, ours, and machinery.
-bool VersionStore::never_enters(std::string_view folder) const {
-  constexpr std::array<std::string_view, 5> kToolFolders{".git", ".hg", ".svn", ".jj", ".mirebolt"};
-  const std::string_view name = BaseName(folder);
-  if (std::ranges::find(kToolFolders, name) != kToolFolders.end() || IsReservedName(name)) {
-    return true;
-  }
-  return !setup_.pruned_folders.empty() &&
-         std::ranges::find(setup_.pruned_folders, places_.working(folder)) !=
-             setup_.pruned_folders.end();
-}
-
 class VersionStore::TreeScan final : public platform::TreeVisitor {
  public:
   TreeScan(VersionStore& store, std::uint32_t pass) : store_(store), pass_(pass) {}
 
-  bool enter(std::string_view folder) override { return !store_.never_enters(folder); }
+  bool enter(std::string_view folder) override { return store_.enters(folder); }
 
   void file(std::string_view path, const platform::FileStatus& status) override {
     const Lock guard = store_.lock();
@@ -100,7 +85,7 @@ bool VersionStore::scan_tree() {
     std::set<std::string> paths;
     {
       const Lock guard = lock();
-      paths = followed_;
+      paths = rules_.followed();
     }
     for (const std::string& path : paths) {
       pending = reconcile_file(path) || pending;
@@ -199,17 +184,17 @@ bool VersionStore::record_external_change(File& file, Blob bytes,
     return false;
   }
   const std::string author = std::exchange(author_, setup_.outside_author());
-  bool done = false;
+  Outcome failure;
   const VersionRecord* before = file.is_gone() ? file.newest_content() : nullptr;
   if (before != nullptr && before->bytes.equals(bytes)) {
-    done = withdraw_tombstone(file);
+    failure = withdraw_tombstone(file);
   } else {
     file.content = std::move(bytes);
-    done = mint(file, {Writes::kMirror, flush_later});
-    if (!done) file.content = newest;
+    failure = mint(file, {Writes::kMirror, flush_later});
+    if (failure) file.content = newest;
   }
   author_ = author;
-  if (!done) return external_change_failed(file);
+  if (failure) return external_change_failed(file, *failure);
   failing_.erase(file.name);
   file.seen = status;
   return false;
@@ -217,20 +202,21 @@ bool VersionStore::record_external_change(File& file, Blob bytes,
 
 bool VersionStore::record_external_delete(File& file) {
   const std::string author = std::exchange(author_, setup_.outside_author());
-  const bool done = append_tombstone(file, false);
+  const Outcome failure = append_tombstone(file, false);
   author_ = author;
-  if (!done) return external_change_failed(file);
+  if (failure) return external_change_failed(file, *failure);
   failing_.erase(file.name);
   return false;
 }
 
 /// Told once; then tried again at longer and longer intervals.
-bool VersionStore::external_change_failed(const File& file) {
+bool VersionStore::external_change_failed(const File& file, const VersionWrite::Failure& failure) {
+  message_ = failure.reason;
   const auto [retry, first] = failing_.try_emplace(file.name);
   if (first) {
-    const bool archiving = message_.find("archive") != std::string::npos;
-    warn(archiving ? "watch archive failed for '" + file.name + "' — keeping baseline, will retry\n"
-                   : "watch mirror refresh failed for '" + file.name + "'\n");
+    warn(failure.step == Step::kArchive
+             ? "watch archive failed for '" + file.name + "' — keeping baseline, will retry\n"
+             : "watch mirror refresh failed for '" + file.name + "'\n");
   }
   retry->second.next = std::chrono::steady_clock::now() + retry->second.pause;
   retry->second.pause = std::min(retry->second.pause * 2, kMaxPause);

@@ -6,8 +6,6 @@
 #include "vfs/mirror/chain_plan.h"
 #include "vfs/mirror/file_bytes.h"
 #include "vfs/mirror/mirror_scan.h"
-#include "vfs/model/reserved_names.h"
-#include "vfs/store/ingest.h"
 
 namespace mrb::vfs {
 
@@ -15,6 +13,7 @@ VersionStore::VersionStore(StoreSetup setup)
     : setup_(std::move(setup)),
       layout_(setup_.mirror_root),
       places_{setup_.files, setup_.disk_root, setup_.mirror_root.empty() ? nullptr : &layout_},
+      rules_(setup_),
       journal_(*setup_.files, layout_.journal()) {}
 
 void VersionStore::warn(const std::string& line) const {
@@ -26,11 +25,8 @@ bool VersionStore::refuse(std::string reason) {
   return false;
 }
 
-bool VersionStore::admits(std::string_view path, std::uint64_t size) const {
-  if (setup_.category == StoreCategory::kSingleFiles) {
-    return followed_.contains(std::string(path));
-  }
-  return !HasReservedPart(path) && setup_.policy.ext.admits(path, size);
+bool VersionStore::answer(const Outcome& failure) {
+  return failure ? refuse(failure->reason) : true;
 }
 
 bool VersionStore::is_folder(std::string_view path) const {
@@ -77,28 +73,13 @@ std::size_t VersionStore::change_policy(const Policy& policy) {
     (void)log(change_of(*file, ChangeKind::kReconcileStrandedLock));
   }
   setup_.policy = policy;
+  rules_.set_filter(policy.ext);
   message_.clear();
   if (stranded > 0) {
     message_ = std::to_string(stranded) +
                " locked file(s) no longer policy-admitted; CheckIn them before tightening policy";
   }
   return left;
-}
-
-Status VersionStore::follow_file(const std::string& path) {
-  const Lock guard = lock();
-  followed_.insert(path);
-  if (find(path) != nullptr) {
-    reconcile_file(path);
-    return {};
-  }
-  const auto read = Ingest(*this, {}, path).run();
-  return read ? Status() : std::unexpected(read.error());
-}
-
-void VersionStore::unfollow_file(const std::string& path) {
-  const Lock guard = lock();
-  followed_.erase(path);
 }
 
 std::optional<bool> VersionStore::toggle_lock(const File& file) {

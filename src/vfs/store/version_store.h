@@ -23,60 +23,11 @@
 #include "vfs/model/file_table.h"
 #include "vfs/model/lock_table.h"
 #include "vfs/policy/policy.h"
+#include "vfs/store/ingested_tree.h"
+#include "vfs/store/store_setup.h"
+#include "vfs/store/tree_rules.h"
 
 namespace mrb::vfs {
-
-/// How many archived versions of one file a start reads into memory: the newest ones.
-inline constexpr std::size_t kArchivedInMemory = 64;
-
-/// What a store is for.
-enum class StoreCategory {
-  kEnrolled,       ///< a directory that the user enrolled
-  kSingleFiles,    ///< the watched files of one folder, and nothing else in it
-  kConfiguration,  ///< a folder that the product found by itself; hidden from listings
-};
-
-class VersionStore;
-
-/// Told of each line of a store's change log, the bookkeeping ones included, while the store's lock
-/// is held: it must be quick and must not use a store.
-using ChangeObserver = std::function<void(const VersionStore&, const Change&)>;
-
-struct StoreSetup {
-  platform::FileSystem* files = nullptr;  ///< outlives the store
-  std::string disk_root;                  ///< absolute; empty for a store without one
-  std::string mirror_root;                ///< empty: nothing is mirrored
-  Policy policy;
-  StoreCategory category = StoreCategory::kEnrolled;
-  std::function<VersionStamp()> now;            ///< local time
-  std::function<std::string()> outside_author;  ///< who saves what is not saved through us
-  std::function<void(std::string_view)> warn;   ///< one line with its line feed; may be empty
-  ChangeObserver changed;                       ///< may be empty
-  std::vector<std::string> pruned_folders;      ///< absolute; never looked into
-  /// A file that was changed less than this ago may be in the middle of a save: a look at the tree
-  /// leaves it for the next one, a few times at most.
-  std::chrono::milliseconds settle{50};
-  /// platform::BootId(); empty: how files looked is not remembered from one run to the next.
-  std::string boot_id;
-  /// Another process owns the root: nothing is written, versions are what that process wrote.
-  bool follower = false;
-};
-
-/// What reading a tree found.
-struct IngestReport {
-  std::uint64_t files = 0;
-  std::uint64_t current_bytes = 0;
-  std::uint64_t history_bytes = 0;
-  std::uint64_t excluded_files = 0;
-  std::uint64_t excluded_bytes = 0;
-  std::map<std::string, std::uint64_t> excluded_by_extension;
-  std::map<std::string, std::uint64_t> by_extension;  ///< admitted files
-  std::vector<std::string> sample;                    ///< the first paths, at most 200
-  std::uint64_t links = 0;                            ///< left out: symbolic links
-  std::uint64_t special_files = 0;                    ///< left out: devices, pipes, sockets
-  std::vector<std::string> unreadable;                ///< left out: what could not be read
-  std::vector<std::string> pruned;  ///< left out: folders that are never looked into
-};
 
 /// One enrolled directory: every file with its whole history in memory, mirrored to disk change by
 /// change. RAM and mirror agree whenever the lock is free.
@@ -127,8 +78,7 @@ class VersionStore {
 
   // ---- Reading the tree ----
 
-  /// Called with files done and files in all, now and then, from any thread.
-  using Progress = std::function<void(std::uint64_t, std::uint64_t)>;
+  using Progress = IngestProgress;
 
   /// Reads the tree and the mirror and makes them agree: what changed while nobody watched becomes
   /// a version or a tombstone. Once, before anything else.
@@ -150,17 +100,19 @@ class VersionStore {
   /// Its history stays.
   [[nodiscard]] Status follow_file(const std::string& path);
   void unfollow_file(const std::string& path);
-  [[nodiscard]] const std::set<std::string>& followed() const { return followed_; }
+  [[nodiscard]] const std::set<std::string>& followed() const { return rules_.followed(); }
 
   /// Takes other filters; the number of files that left version control by it. Files that are
   /// locked and left are told of in message().
   std::size_t change_policy(const Policy& policy);
 
   /// Whether a look at the tree goes into a folder; any thread.
-  [[nodiscard]] bool enters(std::string_view folder) const { return !never_enters(folder); }
+  [[nodiscard]] bool enters(std::string_view folder) const { return rules_.enters(folder); }
 
   /// Whether version control sees the file.
-  [[nodiscard]] bool admits(std::string_view path, std::uint64_t size) const;
+  [[nodiscard]] bool admits(std::string_view path, std::uint64_t size) const {
+    return rules_.admits(path, size);
+  }
 
   // ---- Changing files; each is one version, by author() ----
 
@@ -213,8 +165,9 @@ class VersionStore {
   [[nodiscard]] Result<std::vector<Change>> changes_of(const File& file) const;
 
  private:
-  friend class Ingest;
   class TreeScan;
+  using Outcome = VersionWrite::Outcome;
+  using Step = VersionWrite::Step;
 
   enum class Writes { kBoth, kMirror };
   struct Minting {
@@ -222,19 +175,31 @@ class VersionStore {
     bool flush_later = false;
   };
 
+  // What is read of the tree becomes the store's.
+  [[nodiscard]] Result<IngestReport> read_in(const Progress& progress, const std::string& only);
+  [[nodiscard]] Result<IngestReport> take_over(IngestedTree tree);
+  struct Arrivals;
+  void place(IngestedFile& read, bool is_fill, Arrivals& arrivals);
+  void place_new(IngestedFile& read, File& file, bool is_fill, Arrivals& arrivals);
+  [[nodiscard]] Status tell_journal(std::string_view lines);
+  [[nodiscard]] Status end_fill(const std::string& lines);
+  void settle(const std::vector<IngestedFile*>& changed);
+
   bool refuse(std::string reason);
+  /// The answer of an operation that ended in `failure`, or did not fail.
+  bool answer(const Outcome& failure);
   [[nodiscard]] bool may_write(const File& file, bool dirty);
   [[nodiscard]] File* writable_file(iFileSystemObj* node);
   bool absorb_external_change(File& file);
 
   /// Appends the working bytes as the next version and writes them; takes the record back when that
   /// fails.
-  bool mint(File& file, const Minting& minting);
-  bool write_version(File& file, const Minting& minting);
-  bool write_failed(File& file, const VersionWrite::Failure& failure);
-  bool append_tombstone(File& file, bool remove_working_file);
-  [[nodiscard]] std::string_view move_copy_to_tombstone(File& file, const VersionRecord& last,
-                                                        std::vector<platform::SyncTarget>& flushed);
+  [[nodiscard]] Outcome mint(File& file, const Minting& minting);
+  [[nodiscard]] Outcome write_version(File& file, const Minting& minting);
+  [[nodiscard]] Outcome write_failed(File& file, VersionWrite::Failure failure);
+  [[nodiscard]] Outcome append_tombstone(File& file, bool remove_working_file);
+  [[nodiscard]] Outcome move_copy_to_tombstone(File& file, const VersionRecord& last,
+                                               std::vector<platform::SyncTarget>& flushed);
   [[nodiscard]] Status announce_unmirrored(const File& file, const VersionRecord& last);
   void move_tombstone_back(File& file);
   bool carry_chain(const File& source, File& target);
@@ -247,8 +212,8 @@ class VersionStore {
                                            const Archives& archives);
   [[nodiscard]] std::string carry_newest(const File& source, File& target);
   [[nodiscard]] Result<std::vector<VersionRecord>> whole_chain(const File& file) const;
-  bool restore_record(File& file, const VersionRecord& newest, bool write_working_file);
-  bool withdraw_tombstone(File& file);
+  [[nodiscard]] Outcome restore_record(File& file, const VersionRecord& newest);
+  [[nodiscard]] Outcome withdraw_tombstone(File& file);
   [[nodiscard]] Change change_of(const File& file, ChangeKind kind) const;
   void append_record(File& file, Blob bytes, bool tombstone);
   void take_back(File& file);
@@ -265,15 +230,15 @@ class VersionStore {
                               bool flush_later);
   bool record_external_delete(File& file);
   bool unreadable(const Error& error);
-  bool external_change_failed(const File& file);
+  bool external_change_failed(const File& file, const VersionWrite::Failure& failure);
   [[nodiscard]] bool may_try(const std::string& path) const;
-  [[nodiscard]] bool never_enters(std::string_view folder) const;
   [[nodiscard]] Status flush_volume();
   void warn(const std::string& line) const;
 
   StoreSetup setup_;
   MirrorLayout layout_;
   StorePlaces places_;
+  TreeRules rules_;
   std::mutex walking_;              ///< held for a whole pass; taken before mutex_
   platform::FolderMemory folders_;  ///< guarded by walking_
   mutable std::recursive_mutex mutex_;
@@ -285,7 +250,6 @@ class VersionStore {
   LockTable locks_;
   Journal journal_;
   std::vector<Change> changes_;  ///< the latest since the store was loaded
-  std::set<std::string> followed_;
   /// Outside changes that could not be archived, and when to try again.
   struct Retry {
     std::chrono::steady_clock::time_point next;
