@@ -1,23 +1,10 @@
 #include "workstation/memo_json.h"
 
-#include <array>
-#include <cinttypes>
-#include <cstdio>
-
-#include "common/fnv1a.h"
 #include "common/text.h"
+#include "memory/context/memo_mark.h"
 #include "memory/record/memo_types.h"
 
 namespace mrb::workstation {
-
-std::string MemoMark(const memory::ContextIndex& index, std::uint32_t row) {
-  const memory::RecordView record = index.record(row);
-  const std::uint64_t hash = Fnv1a(record.content) * 31 + record.written;
-  std::array<char, 24> text{};
-  const int length =
-      std::snprintf(text.data(), text.size(), "%012" PRIx64, hash & 0xFFFF'FFFF'FFFF);
-  return {text.data(), static_cast<std::size_t>(length)};
-}
 
 void AddMemo(JsonWriter& json, const memory::ContextIndex& index, std::uint32_t row) {
   const memory::MemoRow& memo = index.memos()[row];
@@ -30,15 +17,6 @@ void AddMemo(JsonWriter& json, const memory::ContextIndex& index, std::uint32_t 
   }
   json.end_array().field("written", memo.written);
   json.field("size", index.record(row).content.size());
-}
-
-std::vector<std::string_view> KeywordsOf(const memory::RecordView& record) {
-  std::vector<std::string_view> keywords;
-  std::string_view keyword;
-  for (memory::KeywordCursor cursor = record.keywords(); cursor.next(keyword);) {
-    keywords.push_back(keyword);
-  }
-  return keywords;
 }
 
 void AddFailures(JsonWriter& json, const Failures& failures) {

@@ -12,14 +12,8 @@
 
 namespace mrb::workstation {
 
-/// What one memo is at a moment, as a short text: who changes it says which one they have seen.
-[[nodiscard]] std::string MemoMark(const memory::ContextIndex& index, std::uint32_t row);
-
 /// Appends the members of a memo: topic, n, mark, types, written, size.
 void AddMemo(JsonWriter& json, const memory::ContextIndex& index, std::uint32_t row);
-
-/// The keywords of a record.
-[[nodiscard]] std::vector<std::string_view> KeywordsOf(const memory::RecordView& record);
 
 /// Contexts that could not be read, of several: held by another process for example.
 struct ContextFailure {

@@ -4,9 +4,9 @@
 
 namespace mrb::workstation {
 
-std::uint64_t UndoLog::put(Undo undo) {
+std::uint64_t UndoLog::put(memory::MemoUndo undo) {
   std::size_t bytes = undo.topic.size();
-  for (const Undo::Memo& memo : undo.memos) bytes += sizeof(memo) + memo.record.size();
+  for (const memory::MemoUndo::Memo& memo : undo.memos) bytes += sizeof(memo) + memo.record.size();
   if (bytes > kMaxBytes) return 0;
   const std::scoped_lock guard(mutex_);
   while (!kept_.empty() && (kept_.size() >= kMaxChanges || bytes_ + bytes > kMaxBytes)) {
@@ -18,11 +18,11 @@ std::uint64_t UndoLog::put(Undo undo) {
   return last_;
 }
 
-std::optional<Undo> UndoLog::take(std::uint64_t number) {
+std::optional<memory::MemoUndo> UndoLog::take(std::uint64_t number) {
   const std::scoped_lock guard(mutex_);
   const auto found = std::ranges::find(kept_, number, &Kept::number);
   if (found == kept_.end()) return std::nullopt;
-  Undo undo = std::move(found->undo);
+  memory::MemoUndo undo = std::move(found->undo);
   bytes_ -= found->bytes;
   kept_.erase(found);
   return undo;

@@ -5,25 +5,10 @@
 #include <deque>
 #include <mutex>
 #include <optional>
-#include <string>
-#include <vector>
+
+#include "memory/context/memo_undo.h"
 
 namespace mrb::workstation {
-
-/// What a change of memos took away or put in, so that it can be taken back.
-struct Undo {
-  enum class What : std::uint8_t { kAdded, kUpdated, kRemoved };
-  /// A memo of the topic: its place from 1, and its record as it was.
-  struct Memo {
-    std::uint64_t n = 0;
-    std::string record;
-  };
-  What what = What::kRemoved;
-  std::string context;
-  std::string topic;
-  std::vector<Memo> memos;  ///< by place; of what was added, the place alone
-  std::string mark;         ///< of the memo that was added, or stands where it was updated
-};
 
 /// The last changes, each to be taken back once. Thread-safe.
 class UndoLog {
@@ -33,16 +18,16 @@ class UndoLog {
 
   /// Keeps a change; its number, by which it is asked for. The oldest ones make room; what is too
   /// large by itself is not kept: 0.
-  [[nodiscard]] std::uint64_t put(Undo undo);
+  [[nodiscard]] std::uint64_t put(memory::MemoUndo undo);
 
   /// Takes it off the shelf; nothing when it is not there any more.
-  [[nodiscard]] std::optional<Undo> take(std::uint64_t number);
+  [[nodiscard]] std::optional<memory::MemoUndo> take(std::uint64_t number);
 
  private:
   struct Kept {
     std::uint64_t number = 0;
     std::size_t bytes = 0;
-    Undo undo;
+    memory::MemoUndo undo;
   };
 
   std::mutex mutex_;

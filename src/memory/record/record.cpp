@@ -109,6 +109,15 @@ RecordView ReadWholeRecord(std::string_view bytes) {
   return record;
 }
 
+std::vector<std::string_view> KeywordsOf(const RecordView& record) {
+  std::vector<std::string_view> keywords;
+  std::string_view keyword;
+  for (KeywordCursor cursor = record.keywords(); cursor.next(keyword);) {
+    keywords.push_back(keyword);
+  }
+  return keywords;
+}
+
 std::optional<std::uint64_t> RecordLength(const RecordFields& fields) {
   std::uint64_t longest = std::max(fields.content.size(), fields.topic.size());
   std::uint64_t length = kMinRecord + fields.content.size() + fields.topic.size();

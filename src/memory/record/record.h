@@ -4,6 +4,7 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "common/little_endian.h"
 
@@ -73,6 +74,9 @@ struct RecordView {
 /// Reads bytes that are known to be one whole record, in a fraction of the time of ReadRecord():
 /// `keyword_bytes` runs to the record's end, and no vector is looked for.
 [[nodiscard]] RecordView ReadWholeRecord(std::string_view record);
+
+/// The keywords of a record, as views into it.
+[[nodiscard]] std::vector<std::string_view> KeywordsOf(const RecordView& record);
 
 /// What a new record is made of.
 struct RecordFields {

@@ -32,10 +32,8 @@ std::string MemoId(const ContextIndex& index, std::uint32_t row) {
          std::to_string(std::uint64_t{memo.ordinal} + 1);
 }
 
-std::string MemoRangeError(const ContextStore& store, std::string_view topic,
-                           std::string_view context) {
-  return ErrorAnswer("'" + std::string(topic) + "' has " +
-                     std::to_string(store.index().topic_rows(topic).size()) +
+std::string MemoRangeError(std::uint64_t memos, std::string_view topic, std::string_view context) {
+  return ErrorAnswer("'" + std::string(topic) + "' has " + std::to_string(memos) +
                      " memo(s) in context '" + std::string(context) + "' — n is 1-based");
 }
 

@@ -22,7 +22,7 @@ void AppendFirstLine(std::string& out, std::string_view content);
 
 /// The answer for a position that a topic does not have: "'t' has 3 memo(s) in context 'c' — n is
 /// 1-based".
-[[nodiscard]] std::string MemoRangeError(const ContextStore& store, std::string_view topic,
+[[nodiscard]] std::string MemoRangeError(std::uint64_t memos, std::string_view topic,
                                          std::string_view context);
 
 /// "no memory 't' in context 'c'".

@@ -6,6 +6,7 @@
 
 #include "common/answer.h"
 #include "memory/context/context_registry.h"
+#include "memory/context/memory_writer.h"
 #include "memory/verbs/verb_table.h"
 
 namespace mrb::memory {
@@ -37,6 +38,10 @@ class MemoryService::Impl {
 
 ContextRegistry& MemoryService::contexts() {
   return impl_->contexts();
+}
+
+MemoryWriter MemoryService::writer() {
+  return {impl_->contexts_, impl_->options_.embedder, impl_->options_.now};
 }
 
 const MemoryOptions& MemoryService::options() const {

@@ -9,6 +9,7 @@
 namespace mrb::memory {
 
 class ContextRegistry;
+class MemoryWriter;
 
 /// Persistent memory: every context, and the verbs over them. Thread-safe.
 class MemoryService {
@@ -23,8 +24,10 @@ class MemoryService {
   [[nodiscard]] std::string execute(std::string_view bot, std::string_view verb,
                                     std::string_view rest);
 
-  /// The contexts themselves, for who shows them otherwise than as answers.
+  /// The contexts themselves, for who shows them otherwise than as answers, and what changes their
+  /// memos.
   [[nodiscard]] ContextRegistry& contexts();
+  [[nodiscard]] MemoryWriter writer();
   [[nodiscard]] const MemoryOptions& options() const;
 
  private:

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "memory/context/context_registry.h"
+#include "memory/context/memory_writer.h"
 #include "memory/verbs/memory_options.h"
 
 namespace mrb::memory {
@@ -22,6 +23,9 @@ struct VerbCall {
 
   /// A path that the caller named, seen from the caller's folder.
   [[nodiscard]] std::string full_path(std::string_view path) const;
+
+  /// What changes memos of the contexts; for this call.
+  [[nodiscard]] MemoryWriter writer() const { return {contexts, options.embedder, options.now}; }
 
   /// Tells whoever waits at a console how far a long work has come.
   void progress(const std::string& text) const;

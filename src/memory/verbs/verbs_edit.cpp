@@ -3,9 +3,7 @@
 #include "common/answer.h"
 #include "common/text.h"
 #include "memory/record/memo_types.h"
-#include "memory/text/tokenizer.h"
 #include "memory/verbs/fields.h"
-#include "memory/verbs/memo_embeddings.h"
 #include "memory/verbs/memo_text.h"
 #include "memory/verbs/verb_table.h"
 
@@ -13,45 +11,19 @@ namespace mrb::memory {
 
 namespace {
 
+using What = WriteFailure::What;
+
 constexpr std::string_view kUpdateUsage =
     "memory.update <botid>, <context>, <topic>, <n>, <keywords>, <props>, <content>";
 constexpr std::string_view kDeleteMemoUsage = "memory.deletememo <botid>, <context>, <topic>, <n>";
 
-/// A context that does not exist must not be made by an attempt to take something out of it.
-Result<WriteAccess> WriteExisting(const VerbCall& call, std::string_view context,
-                                  std::string_view topic) {
-  {
-    const auto access = call.contexts.read(context);
-    if (!access) return std::unexpected(access.error());
-    if (access->store->index().topic_rows(topic).empty()) return Fail(ErrorKind::kNotFound, "");
-  }
-  return call.contexts.write(context);
+std::string Refused(const std::string& what) {
+  return ErrorAnswer(what + " failed (disk rewrite refused)");
 }
 
-/// A memo of a context that is open for writing.
-struct MemoToChange {
-  WriteAccess access;
-  std::uint32_t row = 0;
-};
-
-/// The error is a whole answer.
-std::expected<MemoToChange, std::string> FindMemoToChange(const VerbCall& call,
-                                                          const std::string& context,
-                                                          const std::string& topic,
-                                                          std::uint64_t n) {
-  auto access = WriteExisting(call, context, topic);
-  if (!access) {
-    return std::unexpected(access.error().kind == ErrorKind::kNotFound
-                               ? MemoRangeError(ContextStore(), topic, context)
-                               : ErrorAnswer(access.error().text));
-  }
-  const auto row = access->store->find_memo(topic, n);
-  if (!row) return std::unexpected(MemoRangeError(*access->store, topic, context));
-  return MemoToChange{*std::move(access), *row};
-}
-
-std::string RewriteRefused(std::string_view what, const Error& error) {
-  return ErrorAnswer(std::string(what) + " failed (disk rewrite refused): " + error.text);
+std::string FailureText(const MemoPlace& memo, const WriteFailure& failure) {
+  return failure.what == What::kMissing ? MemoRangeError(failure.memos, memo.topic, memo.context)
+                                        : ErrorAnswer(failure.error.text);
 }
 
 }  // namespace
@@ -61,16 +33,11 @@ std::string RunDelete(const VerbCall& call) {
   if (fields.size() < 3) return GenericUsageError(call);
   const std::string context(fields[1]);
   const std::string topic(fields[2]);
-  auto access = WriteExisting(call, context, topic);
-  if (!access) {
-    return access.error().kind == ErrorKind::kNotFound ? NoTopicError(topic, context)
-                                                       : ErrorAnswer(access.error().text);
-  }
-  const auto listed = access->store->index().topic_rows(topic);
-  const std::vector<std::uint32_t> rows(listed.begin(), listed.end());
-  if (rows.empty()) return NoTopicError(topic, context);
-  if (const auto removed = access->store->exchange(rows, {}, true); !removed) {
-    return RewriteRefused("delete of '" + topic + "'", removed.error());
+  if (const auto removed = call.writer().remove_topic(context, topic); !removed) {
+    const WriteFailure& failure = removed.error();
+    if (failure.what == What::kMissing) return NoTopicError(topic, context);
+    if (failure.what == What::kRefused) return ErrorAnswer(failure.error.text);
+    return Refused("delete of '" + topic + "'") + ": " + failure.error.text;
   }
   return OkAnswer("deleted '" + topic + "' from context '" + context +
                   "' (previous file kept at data.mrb4.last)");
@@ -80,17 +47,14 @@ std::string RunDeleteMemo(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 4);
   const auto n = fields.size() < 4 ? std::nullopt : ParseDecimal(fields[3]);
   if (!n) return ErrorAnswer("usage  " + std::string(kDeleteMemoUsage));
-  const std::string context(fields[1]);
-  const std::string topic(fields[2]);
-  const auto memo = FindMemoToChange(call, context, topic, *n);
-  if (!memo) return memo.error();
-  const auto& [access, row] = *memo;
-  if (const auto removed = access.store->exchange(std::span(&row, 1), {}, true); !removed) {
-    return RewriteRefused("deletememo of '" + topic + "' memo " + std::to_string(*n),
-                          removed.error());
+  const MemoPlace memo{std::string(fields[1]), std::string(fields[2]), *n};
+  const std::string name = "memo " + std::to_string(*n);
+  const auto left = call.writer().remove_memo(memo);
+  if (!left && left.error().what == What::kFailed) {
+    return Refused("deletememo of '" + memo.topic + "' " + name) + ": " + left.error().error.text;
   }
-  return OkAnswer("memo " + std::to_string(*n) + " deleted from '" + topic + "' (" +
-                  std::to_string(access.store->index().topic_rows(topic).size()) +
+  if (!left) return FailureText(memo, left.error());
+  return OkAnswer(name + " deleted from '" + memo.topic + "' (" + std::to_string(*left) +
                   " left; previous file kept at data.mrb4.last)");
 }
 
@@ -101,32 +65,21 @@ std::string RunUpdate(const VerbCall& call) {
     return ErrorAnswer("usage  " + std::string(kUpdateUsage) +
                        "\n       props (|-combine, or leave empty): " + MemoTypeNames());
   }
-  const std::string context(fields[1]);
-  const std::string topic(fields[2]);
-  const std::string_view content = fields[6];
+  const MemoPlace memo{std::string(fields[1]), std::string(fields[2]), *n};
   const auto props = ParseMemoTypes(OptionalField(fields[5]));
   if (!props) return ErrorAnswer(UnknownTypeText(props.error().text));
-  if (content.empty()) return ErrorAnswer("update needs content (deletememo removes a memo)");
-  // The embedder may take its time: nobody waits for the context meanwhile.
-  const MemoEmbeddings lane = MemoEmbeddings::embed(call, {context}, content);
-  const auto memo = FindMemoToChange(call, context, topic, *n);
-  if (!memo) return memo.error();
-  const auto& [access, row] = *memo;
-  const TokenList keywords = BuildKeywordList(SplitKeywords(fields[4]), content);
-  const auto words = keywords.views();
-  const Status replaced = access.store->replace(row, {.props = *props,
-                                                      .written = call.now(),
-                                                      .content = content,
-                                                      .topic = topic,
-                                                      .keywords = words,
-                                                      .vector = lane.vector(context)});
-  if (!replaced) {
-    return ErrorAnswer("update of '" + topic + "' memo " + std::to_string(*n) +
-                       " failed (disk rewrite refused)");
+  if (fields[6].empty()) return ErrorAnswer("update needs content (deletememo removes a memo)");
+  const std::string name = "memo " + std::to_string(*n);
+  const auto notice = call.writer().update(memo, {.topic = memo.topic,
+                                                  .content = fields[6],
+                                                  .keywords = SplitKeywords(fields[4]),
+                                                  .types = *props});
+  if (!notice && notice.error().what == What::kFailed) {
+    return Refused("update of '" + memo.topic + "' " + name);
   }
-  return OkAnswer("memo " + std::to_string(*n) + " of '" + topic + "' REPLACED in context '" +
-                  context + "'") +
-         lane.notice();
+  if (!notice) return FailureText(memo, notice.error());
+  return OkAnswer(name + " of '" + memo.topic + "' REPLACED in context '" + memo.context + "'") +
+         *notice;
 }
 
 }  // namespace mrb::memory

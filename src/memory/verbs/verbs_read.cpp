@@ -45,9 +45,9 @@ std::string RunGetMemo(const VerbCall& call) {
   if (!n) return ErrorAnswer("usage  memory.getmemo <botid>, <context>, <topic>, <n>");
   const auto access = call.contexts.read(fields[1]);
   if (!access) return ErrorAnswer(access.error().text);
-  const auto row = access->store->find_memo(fields[2], *n);
-  if (!row) return MemoRangeError(*access->store, fields[2], fields[1]);
   const ContextIndex& index = access->store->index();
+  const auto row = access->store->find_memo(fields[2], *n);
+  if (!row) return MemoRangeError(index.topic_rows(fields[2]).size(), fields[2], fields[1]);
   const MemoRow& memo = index.memos()[*row];
   return OkAnswer("memo " + std::to_string(*n) + " of '" + std::string(fields[2]) + "' " +
                   TypesInBrackets(memo.props) + " @" + std::to_string(memo.offset) + "  " +

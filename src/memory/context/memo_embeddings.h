@@ -6,7 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "memory/verbs/verb_table.h"
+#include "memory/context/context_registry.h"
+#include "memory/embedding/embedder.h"
 
 namespace mrb::memory {
 
@@ -16,8 +17,8 @@ class MemoEmbeddings {
  public:
   /// Asks the embedder once for each model in use. A context that cannot be read counts as not
   /// armed: the write will tell what is wrong with it.
-  [[nodiscard]] static MemoEmbeddings embed(const VerbCall& call,
-                                            const std::vector<std::string>& contexts,
+  [[nodiscard]] static MemoEmbeddings embed(ContextRegistry& registry, const Embedder& embedder,
+                                            std::span<const std::string> contexts,
                                             std::string_view content);
 
   /// Empty when the context takes the memo without one.
@@ -31,8 +32,5 @@ class MemoEmbeddings {
   std::map<std::string, std::string, std::less<>> models_;          // by context
   std::string notice_;
 };
-
-/// Whether the caller has a model type in the context: one that is named like the caller.
-[[nodiscard]] bool HasModelType(const ContextStore& store, const VerbCall& call);
 
 }  // namespace mrb::memory

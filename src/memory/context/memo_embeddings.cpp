@@ -1,21 +1,22 @@
-#include "memory/verbs/memo_embeddings.h"
+#include "memory/context/memo_embeddings.h"
 
-#include "memory/verbs/fields.h"
+#include <utility>
 
 namespace mrb::memory {
 
-MemoEmbeddings MemoEmbeddings::embed(const VerbCall& call, const std::vector<std::string>& contexts,
+MemoEmbeddings MemoEmbeddings::embed(ContextRegistry& registry, const Embedder& embedder,
+                                     std::span<const std::string> contexts,
                                      std::string_view content) {
   MemoEmbeddings lane;
   for (const std::string& context : contexts) {
-    const auto access = call.contexts.read(context);
+    const auto access = registry.read(context);
     if (access && access->store->overlays().settings().armed) {
       lane.models_[context] = access->store->overlays().settings().model;
     }
   }
   for (const auto& [context, model] : lane.models_) {
     if (lane.vectors_.contains(model)) continue;
-    auto vector = call.options.embedder(model, content);
+    auto vector = embedder(model, content);
     if (!vector) {
       lane.notice_ += "  [stored without a vector: embedder unreachable (ollama " + model +
                       "): " + vector.error().text + "]";
@@ -28,12 +29,6 @@ MemoEmbeddings MemoEmbeddings::embed(const VerbCall& call, const std::vector<std
 std::span<const float> MemoEmbeddings::vector(const std::string& context) const {
   const auto model = models_.find(context);
   return model == models_.end() ? std::span<const float>() : vectors_.find(model->second)->second;
-}
-
-bool HasModelType(const ContextStore& store, const VerbCall& call) {
-  const std::string_view named = SplitFields(call.rest, 2).front();
-  return (!call.bot.empty() && store.overlays().find(call.bot) != nullptr) ||
-         (!named.empty() && store.overlays().find(named) != nullptr);
 }
 
 }  // namespace mrb::memory
