@@ -41,7 +41,7 @@ ContextRegistry& MemoryService::contexts() {
 }
 
 MemoryWriter MemoryService::writer() {
-  return {impl_->contexts_, impl_->options_.embedder, impl_->options_.now};
+  return {impl_->contexts(), impl_->options().embedder, impl_->options().now};
 }
 
 const MemoryOptions& MemoryService::options() const {
