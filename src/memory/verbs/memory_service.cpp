@@ -25,7 +25,7 @@ class MemoryService::Impl {
     if (row->run == nullptr) {
       return ErrorAnswer("'memory." + std::string(verb) + "' is not available in this build");
     }
-    return row->run({contexts_, options_, bot, verb, rest});
+    return row->run({contexts_, options_, *row, bot, verb, rest});
   }
 
   ContextRegistry& contexts() { return contexts_; }

@@ -1,9 +1,11 @@
 #include "memory/verbs/verb_table.h"
 
 #include <algorithm>
+#include <vector>
 
 #include "common/answer.h"
 #include "common/text.h"
+#include "memory/record/memo_types.h"
 #include "platform/paths.h"
 
 namespace mrb::memory {
@@ -15,7 +17,33 @@ bool Names(std::string_view list, std::string_view verb) {
                              [&](std::string_view name) { return EqualsIgnoreCase(name, verb); });
 }
 
+/// What a reader of the manual wants first, which cuts across the families.
+constexpr std::string_view kManualOrder =
+    "add addmemo memos getmemo deletememo retrieve keywords delete striptotokens indexdir query "
+    "contexts w5 who update stats recent lint search export import rename purge archive clone "
+    "temporal chain semantic embed w5build models cachekeys cachekey modelkeywords forgetmodel "
+    "help";
+
+/// A verb that the order does not name stands at the end.
+std::vector<VerbRow> JoinFamilies() {
+  std::vector<VerbRow> rows;
+  for (const auto family : {AddVerbs, EditVerbs, ReadVerbs, SearchVerbs, QueryVerbs, MoveVerbs,
+                            CopyVerbs, IndexDirVerbs, WebVerbs, TimeVerbs, EmbedVerbs, W5BuildVerbs,
+                            ModelVerbs, CacheKeyVerbs, AboutVerbs}) {
+    rows.insert(rows.end(), family().begin(), family().end());
+  }
+  const auto order = SplitWords(kManualOrder);
+  std::ranges::stable_sort(rows, {},
+                           [&](const VerbRow& row) { return std::ranges::find(order, row.verb); });
+  return rows;
+}
+
 }  // namespace
+
+std::span<const VerbRow> VerbRows() {
+  static const std::vector<VerbRow> kRows = JoinFamilies();
+  return kRows;
+}
 
 const VerbRow* FindVerb(std::string_view verb) {
   const auto rows = VerbRows();
@@ -35,9 +63,16 @@ void VerbCall::progress(const std::string& text) const {
   if (options.progress) options.progress("memory." + std::string(verb) + ": " + text);
 }
 
-std::string GenericUsageError(const VerbCall& call) {
+std::string UsageError(const VerbCall& call) {
+  if (!call.row.usage_error.empty()) {
+    return ErrorAnswer("usage  " + std::string(call.row.usage_error));
+  }
   return ErrorAnswer("usage  memory." + std::string(call.verb) +
                      " <botid>, <context>, <arg>   (memory.help shows the manual)");
+}
+
+std::string PropsUsageError(const VerbCall& call) {
+  return UsageError(call) + "\n       props (|-combine, or leave empty): " + MemoTypeNames();
 }
 
 }  // namespace mrb::memory

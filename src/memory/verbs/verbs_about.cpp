@@ -52,8 +52,6 @@ void AppendRow(std::string& out, const VerbRow& row) {
   line("note: ", row.note);
 }
 
-}  // namespace
-
 std::string RunStats(const VerbCall& call) {
   const auto reading = ReadContext(call, 2);
   if (!reading) return reading.error();
@@ -125,6 +123,45 @@ std::string RunLint(const VerbCall& call) {
     answer += "\n... (" + std::to_string(report.count - report.findings.size()) + " more)";
   }
   return answer;
+}
+
+constexpr VerbRow kRows[] = {
+    {.verb = "striptotokens",
+     .usage = "memory.striptotokens <text>",
+     .summary = "Words only: [a-z0-9] runs, case-folded; every other byte — ()=>?.| etc — is a "
+                "separator and can never appear in a token. Common words filtered, deduped.",
+     .run = RunStripToTokens},
+    {.verb = "stats",
+     .aliases = "stat",
+     .usage = "memory.stats <botid>, <context>",
+     .summary =
+         "One grab of a context's shape: topics, memos, keywords, temporal keys, vectors, model "
+         "types (each one's labels, keyed memos, mark, CURRENT/BEHIND), bytes, the span of "
+         "write times.",
+     .note = "Cheap and read-only. 'untimed' counts memos migrated from a pre-timestamp (MRB2) "
+             "store — they sort last in recent.",
+     .run = RunStats},
+    {.verb = "lint",
+     .aliases = "check verify",
+     .usage = "memory.lint <botid>, <context>",
+     .summary = "Cross-check a context's RAM indexes against its record buffer and its disk file. "
+                "Read-only; one line per finding, 'clean' when nothing is wrong.",
+     .note = "Run it when a store looks odd (counts disagree, a getmemo misses). Findings name the "
+             "topic/memo; delete + re-add of that memo (or memory.export / import into a fresh "
+             "context) is the repair. Aliases: check, verify.",
+     .run = RunLint},
+    {.verb = "help",
+     .aliases = "? manifest",
+     .usage = "memory.help",
+     .summary = "Show this full capability reference.",
+     .note = "Generated from the live registry — it can't go stale.",
+     .run = RunHelp},
+};
+
+}  // namespace
+
+std::span<const VerbRow> AboutVerbs() {
+  return kRows;
 }
 
 }  // namespace mrb::memory

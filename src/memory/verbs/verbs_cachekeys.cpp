@@ -233,14 +233,12 @@ BatchResult ApplyBatch(const ContextStore& store, Overlay& overlay, std::string_
   return result;
 }
 
-}  // namespace
-
 std::string RunCacheKeys(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 4);
   const auto given = fields.size() < 4 || OptionalField(fields[3]).empty()
                          ? std::optional(kDefaultPage)
                          : ParseDecimal(fields[3]);
-  if (fields.size() < 3 || !given || *given == 0) return GenericUsageError(call);
+  if (fields.size() < 3 || !given || *given == 0) return UsageError(call);
   const std::uint64_t page = std::min(*given, kMaxPage);
   const std::string context(fields[1]);
   const std::string type(fields[2]);
@@ -258,7 +256,7 @@ std::string RunCacheKeys(const VerbCall& call) {
 
 std::string RunCacheKey(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 4);
-  if (fields.size() < 4) return GenericUsageError(call);
+  if (fields.size() < 4) return UsageError(call);
   const std::string context(fields[1]);
   const std::string type(fields[2]);
   if (EqualsIgnoreCase(type, kLocalModelType)) {
@@ -296,6 +294,34 @@ std::string RunCacheKey(const VerbCall& call) {
     }
   }
   return answer;
+}
+
+constexpr VerbRow kRows[] = {
+    {.verb = "cachekeys",
+     .aliases = "modelkeys",
+     .usage = "memory.cachekeys <botid>, <context>, <modeltype>|local [, <page=20>]",
+     .summary =
+         "Load a model type's reverse cache: registers the type if new, returns its topic table "
+         "(label + memo count) and a PAGE of its worklist — the memos above its high-water mark "
+         "it has not keyed, with content. Every write appends, so the unkeyed memos are always "
+         "the suffix above the mark: no pending flag, no scan.",
+     .run = RunCacheKeys},
+    {.verb = "cachekey",
+     .aliases = "setcachekey",
+     .usage = "memory.cachekey <botid>, <context>, <modeltype>, @<off>=<label>; @<off>=<label>; "
+              "<topic>#<n>=<label>",
+     .summary =
+         "Store a BATCH of cache keys a model type generated: memo -> topic label. Address a "
+         "memo by @<offset> (as the worklist prints it) or by <topic>#<n>. A first-seen label "
+         "joins the model's topic table; a known label just gains the memo. The mark advances "
+         "over the keyed prefix.",
+     .run = RunCacheKey},
+};
+
+}  // namespace
+
+std::span<const VerbRow> CacheKeyVerbs() {
+  return kRows;
 }
 
 }  // namespace mrb::memory

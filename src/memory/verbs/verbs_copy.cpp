@@ -14,6 +14,8 @@ namespace mrb::memory {
 
 namespace {
 
+constexpr std::string_view kImportUsage = "memory.import <botid>, <context>, <src-file>";
+constexpr std::string_view kExportUsage = "memory.export <botid>, <context>, <dest-file-or-dir>";
 constexpr std::uint64_t kProgressMemos = 100'000;  // fewer are done before anybody wonders
 
 std::string Number(std::uint64_t value) {
@@ -90,13 +92,9 @@ std::string ImportInto(const VerbCall& call, std::string_view context, const std
   return answer;
 }
 
-}  // namespace
-
 std::string RunExport(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3 || fields[2].empty()) {
-    return ErrorAnswer("usage  memory.export <botid>, <context>, <dest-file-or-dir>");
-  }
+  if (fields.size() < 3 || fields[2].empty()) return UsageError(call);
   const std::string context(fields[1]);
   const auto access = call.contexts.read(context);
   if (!access) return ErrorAnswer(access.error().text);
@@ -116,9 +114,7 @@ std::string RunExport(const VerbCall& call) {
 
 std::string RunImport(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3 || fields[2].empty()) {
-    return ErrorAnswer("usage  memory.import <botid>, <context>, <src-file>");
-  }
+  if (fields.size() < 3 || fields[2].empty()) return UsageError(call);
   if (const Status good = CheckContextId(fields[1]); !good) return ErrorAnswer(good.error().text);
   const std::string path = call.full_path(fields[2]);
   const auto there = call.options.files->status(path);
@@ -136,7 +132,7 @@ std::string RunImport(const VerbCall& call) {
 std::string RunClone(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
   if (fields.size() < 3 || ContextRegistry::compare(fields[1], fields[2]) == 0) {
-    return ErrorAnswer("usage  memory.clone <botid>, <context>, <dst-context>  (dst must differ)");
+    return UsageError(call);
   }
   const std::string from(fields[1]);
   const std::string to(fields[2]);
@@ -166,6 +162,35 @@ std::string RunClone(const VerbCall& call) {
   }
   return OkAnswer("cloned '" + from + "' -> '" + to + "' — " +
                   Number(original.index().topics().size()) + " topic(s)");
+}
+
+constexpr VerbRow kRows[] = {
+    {.verb = "export",
+     .usage = kExportUsage,
+     .usage_error = kExportUsage,
+     .summary = "Copy a context's whole store (self-contained MRB4 data.mrb4: every memo, keyword, "
+                "type, timestamp, inline vector) to a file.",
+     .run = RunExport},
+    {.verb = "import",
+     .usage = kImportUsage,
+     .usage_error = kImportUsage,
+     .summary =
+         "Merge a store file (MRB4 data.mrb4, or a legacy MRB2/MRB3 data.mem) INTO a context: "
+         "every memo appended in source order with its topic, keywords, type(s), write time and "
+         "inline vector. Nothing already there is replaced.",
+     .run = RunImport},
+    {.verb = "clone",
+     .usage = "memory.clone <botid>, <context>, <dst-context>",
+     .usage_error = "memory.clone <botid>, <context>, <dst-context>  (dst must differ)",
+     .summary = "Exact twin of a context into an EMPTY one: every topic, every memo, same types, "
+                "append order kept.",
+     .run = RunClone},
+};
+
+}  // namespace
+
+std::span<const VerbRow> CopyVerbs() {
+  return kRows;
 }
 
 }  // namespace mrb::memory

@@ -26,11 +26,9 @@ std::string FailureText(const MemoPlace& memo, const WriteFailure& failure) {
                                         : ErrorAnswer(failure.error.text);
 }
 
-}  // namespace
-
 std::string RunDelete(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) return GenericUsageError(call);
+  if (fields.size() < 3) return UsageError(call);
   const std::string context(fields[1]);
   const std::string topic(fields[2]);
   if (const auto removed = call.writer().remove_topic(context, topic); !removed) {
@@ -46,7 +44,7 @@ std::string RunDelete(const VerbCall& call) {
 std::string RunDeleteMemo(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 4);
   const auto n = fields.size() < 4 ? std::nullopt : ParseDecimal(fields[3]);
-  if (!n) return ErrorAnswer("usage  " + std::string(kDeleteMemoUsage));
+  if (!n) return UsageError(call);
   const MemoPlace memo{std::string(fields[1]), std::string(fields[2]), *n};
   const std::string name = "memo " + std::to_string(*n);
   const auto left = call.writer().remove_memo(memo);
@@ -61,10 +59,7 @@ std::string RunDeleteMemo(const VerbCall& call) {
 std::string RunUpdate(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 7);
   const auto n = fields.size() < 7 ? std::nullopt : ParseDecimal(fields[3]);
-  if (!n) {
-    return ErrorAnswer("usage  " + std::string(kUpdateUsage) +
-                       "\n       props (|-combine, or leave empty): " + MemoTypeNames());
-  }
+  if (!n) return PropsUsageError(call);
   const MemoPlace memo{std::string(fields[1]), std::string(fields[2]), *n};
   const auto props = ParseMemoTypes(OptionalField(fields[5]));
   if (!props) return ErrorAnswer(UnknownTypeText(props.error().text));
@@ -80,6 +75,42 @@ std::string RunUpdate(const VerbCall& call) {
   if (!notice) return FailureText(memo, notice.error());
   return OkAnswer(name + " of '" + memo.topic + "' REPLACED in context '" + memo.context + "'") +
          *notice;
+}
+
+constexpr VerbRow kRows[] = {
+    {.verb = "deletememo",
+     .usage = kDeleteMemoUsage,
+     .usage_error = kDeleteMemoUsage,
+     .summary = "Remove ONE memo from a topic's list by its 1-based position (append order).",
+     .note = "The last memo leaving removes the topic — a topic IS its memo list. delete still "
+             "removes a whole topic at once. memos shows the positions.",
+     .run = RunDeleteMemo},
+    {.verb = "delete",
+     .aliases = "remove",
+     .usage = "memory.delete <botid>, <context>, <topic>",
+     .summary = "Remove a memory by topic (compacts RAM, rewrites disk).",
+     .note = "The previous file is kept at <data>.last as the crash net.",
+     .run = RunDelete},
+    {.verb = "update",
+     .aliases = "updatememo edit",
+     .usage = kUpdateUsage,
+     .usage_error = kUpdateUsage,
+     .summary =
+         "REPLACE one memo IN PLACE by its 1-based position: new keywords, type(s) and content "
+         "in the SAME slot, fresh write time. Memory is current state, not history — an edit "
+         "overwrites, it never chains.",
+     .note =
+         "Use it when a fact changed (a port, a decision, a status) — the memo keeps its "
+         "position so notes that cite topic#n still point at the truth. To keep the old version "
+         "as history, addmemo a new memo instead and leave the old one. Aliases: updatememo, "
+         "edit.",
+     .run = RunUpdate},
+};
+
+}  // namespace
+
+std::span<const VerbRow> EditVerbs() {
+  return kRows;
 }
 
 }  // namespace mrb::memory

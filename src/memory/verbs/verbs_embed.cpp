@@ -54,14 +54,12 @@ std::string FormatCosine(float cosine) {
   return {text.data(), static_cast<std::size_t>(length)};
 }
 
-}  // namespace
-
 std::string RunEmbed(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) return GenericUsageError(call);
+  if (fields.size() < 3) return UsageError(call);
   const std::string context(fields[1]);
   const std::string word = LowerAscii(fields[2]);
-  if (word != "on" && word != "off" && word != "status") return GenericUsageError(call);
+  if (word != "on" && word != "off" && word != "status") return UsageError(call);
   if (word == "on") return SetLane(call, context, true);
   {
     const auto access = call.contexts.read(context);
@@ -75,7 +73,7 @@ std::string RunEmbed(const VerbCall& call) {
 
 std::string RunSemantic(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3 || fields[2].empty()) return GenericUsageError(call);
+  if (fields.size() < 3 || fields[2].empty()) return UsageError(call);
   const std::string context(fields[1]);
   const std::string phrase(fields[2]);
   std::string model;
@@ -106,6 +104,27 @@ std::string RunSemantic(const VerbCall& call) {
     AppendMemoLine(answer, index, memo.row);
   }
   return answer;
+}
+
+constexpr VerbRow kRows[] = {
+    {.verb = "semantic",
+     .usage = "memory.semantic <botid>, <context>, <phrase>",
+     .summary =
+         "Embedding-similarity recall (the opt-in SEMANTIC lane): nearest memos to a phrase, by "
+         "vector. Needs the lane armed (memory.embed on) and memos embedded at write time.",
+     .run = RunSemantic},
+    {.verb = "embed",
+     .usage = "memory.embed <botid>, <context>, on|off|status",
+     .summary =
+         "Arm / disarm / inspect a context's semantic lane. Armed = every add/addmemo/update "
+         "also stores an inline embedding (ollama, see vector.h).",
+     .run = RunEmbed},
+};
+
+}  // namespace
+
+std::span<const VerbRow> EmbedVerbs() {
+  return kRows;
 }
 
 }  // namespace mrb::memory

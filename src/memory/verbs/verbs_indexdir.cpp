@@ -87,11 +87,9 @@ std::vector<std::uint32_t> ReplacedRows(const ContextIndex& index,
   return rows;
 }
 
-}  // namespace
-
 std::string RunIndexDir(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) return GenericUsageError(call);
+  if (fields.size() < 3) return UsageError(call);
   const std::string context(fields[1]);
   const std::string folder = call.full_path(fields[2]);
   const auto status = call.options.files->status(folder);
@@ -128,6 +126,21 @@ std::string RunIndexDir(const VerbCall& call) {
     answer += "  [" + std::to_string(found.unreadable) + " could not be read: kept by path alone]";
   }
   return answer;
+}
+
+constexpr VerbRow kRows[] = {
+    {.verb = "indexdir",
+     .usage = "memory.indexdir <botid>, <context>, <source_dir>",
+     .summary =
+         "Make a directory keyword-retrievable: each file becomes a memory (filename = topic, "
+         "StripToTokens(filename) = keywords). The context is the directory.",
+     .run = RunIndexDir},
+};
+
+}  // namespace
+
+std::span<const VerbRow> IndexDirVerbs() {
+  return kRows;
 }
 
 }  // namespace mrb::memory

@@ -104,8 +104,6 @@ std::string Refusal(const ContextStore& store, std::string_view type, const std:
                      context + ", " + overlay->name() + "  and key them first");
 }
 
-}  // namespace
-
 std::string RunModels(const VerbCall& call) {
   const auto reading = ReadContext(call, 2);
   if (!reading) return reading.error();
@@ -132,7 +130,7 @@ std::string RunModels(const VerbCall& call) {
 
 std::string RunModelKeywords(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 4);
-  if (fields.size() < 4) return GenericUsageError(call);
+  if (fields.size() < 4) return UsageError(call);
   const std::string context(fields[1]);
   const std::string query(fields[3]);
   std::vector<float> vector;
@@ -186,7 +184,7 @@ std::string RunModelKeywords(const VerbCall& call) {
 
 std::string RunForgetModel(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) return GenericUsageError(call);
+  if (fields.size() < 3) return UsageError(call);
   const std::string context(fields[1]);
   {
     const auto access = call.contexts.read(context);
@@ -205,6 +203,38 @@ std::string RunForgetModel(const VerbCall& call) {
   }
   return OkAnswer("model type '" + name + "' forgotten in context '" + context +
                   "' (its topic table, keys and overlay file dropped; memos untouched)");
+}
+
+constexpr VerbRow kRows[] = {
+    {.verb = "models",
+     .aliases = "modeltypes",
+     .usage = "memory.models <botid>, <context>",
+     .summary =
+         "List the model types registered with a context — each one's private grouping over the "
+         "memos: topic labels held, memos keyed, and whether it is CURRENT (high-water mark at "
+         "the end of the store) or BEHIND (unkeyed memos above its mark). Read-only.",
+     .run = RunModels},
+    {.verb = "modelkeywords",
+     .aliases = "modelkeyword",
+     .usage = "memory.modelkeywords <botid>, <context>, <modeltype>|local, <query>",
+     .summary =
+         "Recall through a model type's OWN topic table: the query's words hit its labels, the "
+         "labels enumerate their memos (one line per memo: topic#n, type, label). Blocked while "
+         "that type is BEHIND — its own recall only; the shared verbs never block.",
+     .run = RunModelKeywords},
+    {.verb = "forgetmodel",
+     .aliases = "dropmodel",
+     .usage = "memory.forgetmodel <botid>, <context>, <modeltype>",
+     .summary =
+         "Drop a model type from a context: its topic table, every key and its overlay file. "
+         "Memos untouched.",
+     .run = RunForgetModel},
+};
+
+}  // namespace
+
+std::span<const VerbRow> ModelVerbs() {
+  return kRows;
 }
 
 }  // namespace mrb::memory

@@ -33,7 +33,7 @@ std::string MoveError(const std::string& from, const std::string& to, const Erro
 /// The context that the line names, or why it cannot be moved.
 std::expected<std::string, std::string> ContextToMove(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 2);
-  if (fields.size() < 2) return std::unexpected(GenericUsageError(call));
+  if (fields.size() < 2) return std::unexpected(UsageError(call));
   if (const Status good = CheckContextId(fields[1]); !good) {
     return std::unexpected(ErrorAnswer(good.error().text));
   }
@@ -103,13 +103,9 @@ std::string Browse(const VerbCall& call, std::string_view context) {
          Number(access->store->heap().used()) + " bytes";
 }
 
-}  // namespace
-
 std::string RunRename(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3 || fields[1] == fields[2]) {
-    return ErrorAnswer("usage  memory.rename <botid>, <context>, <new-id>   (new-id must differ)");
-  }
+  if (fields.size() < 3 || fields[1] == fields[2]) return UsageError(call);
   for (const std::string_view id : {fields[1], fields[2]}) {
     if (const Status good = CheckContextId(id); !good) return ErrorAnswer(good.error().text);
   }
@@ -150,6 +146,41 @@ std::string RunArchive(const VerbCall& call) {
 std::string RunContexts(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 2);
   return fields.size() < 2 || fields[1].empty() ? ListContexts(call) : Browse(call, fields[1]);
+}
+
+constexpr VerbRow kRows[] = {
+    {.verb = "contexts",
+     .aliases = "browse list",
+     .usage = "memory.contexts <botid>\nmemory.browse <botid>, <context>",
+     .summary = "Browse the pipeline's context lineup: list every bucket (loaded or on disk) with "
+                "topic counts and sizes; name a context to browse INTO it and see its topics.",
+     .run = RunContexts},
+    {.verb = "rename",
+     .usage = "memory.rename <botid>, <context>, <new-id>",
+     .usage_error = "memory.rename <botid>, <context>, <new-id>   (new-id must differ)",
+     .summary =
+         "Rename a context — its directory moves, context.id is rewritten, nothing is copied or "
+         "lost.",
+     .run = RunRename},
+    {.verb = "purge",
+     .usage = "memory.purge <botid>, <context>",
+     .summary =
+         "Retire a whole context: its directory moves to <contexts>\\.purged\\<id>-<unix-time>. "
+         "Never a hard delete.",
+     .run = RunPurge},
+    {.verb = "archive",
+     .siblings = "unarchive",
+     .usage = "memory.archive <botid>, <context>\nmemory.unarchive <botid>, <context>",
+     .summary =
+         "Park a context out of the lineup: its directory moves to <contexts>\\.archive\\<id>; "
+         "unarchive brings it back exactly.",
+     .run = RunArchive},
+};
+
+}  // namespace
+
+std::span<const VerbRow> MoveVerbs() {
+  return kRows;
 }
 
 }  // namespace mrb::memory

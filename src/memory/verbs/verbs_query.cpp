@@ -73,11 +73,9 @@ void FillRegister(CommandRegister& entries, const ContextIndex& index,
   entries.fill(std::move(ids));
 }
 
-}  // namespace
-
 std::string RunQuery(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) return GenericUsageError(call);
+  if (fields.size() < 3) return UsageError(call);
   const auto question = ReadQuestion(fields[2]);
   if (!question) return ErrorAnswer(question.error().text);
   const auto expression = query::Expression::parse(question->is_glob ? "1" : question->text);
@@ -103,6 +101,21 @@ std::string RunQuery(const VerbCall& call) {
   std::string answer = OkAnswer(std::to_string(rows.size()) + " match(es)");
   AppendMemoLines(answer, index, rows, "\n  ", [](std::string&, std::size_t) {});
   return answer;
+}
+
+constexpr VerbRow kRows[] = {
+    {.verb = "query",
+     .aliases = "memquery querymemo qmemo",
+     .usage = "memory.query <botid>, <context>, <?()-expr>",
+     .summary = "Boolean ?() search over ONE named context's MEMOS with globs — explicit per-call "
+                "scope, returns the matching topic#n ids (ready for getmemo / register chaining).",
+     .run = RunQuery},
+};
+
+}  // namespace
+
+std::span<const VerbRow> QueryVerbs() {
+  return kRows;
 }
 
 }  // namespace mrb::memory

@@ -14,14 +14,13 @@ namespace mrb::memory {
 
 namespace {
 
+constexpr std::string_view kGetMemoUsage = "memory.getmemo <botid>, <context>, <topic>, <n>";
 constexpr std::uint64_t kDefaultRecent = 20;
 constexpr std::uint64_t kMaxRecent = 10'000;  // lines that somebody may still want to read
 
 std::string TypesInBrackets(std::uint32_t props) {
   return "[" + FormatMemoTypes(props) + "]";
 }
-
-}  // namespace
 
 std::string RunMemos(const VerbCall& call) {
   const auto found = ReadTopic(call, 3);
@@ -42,7 +41,7 @@ std::string RunMemos(const VerbCall& call) {
 std::string RunGetMemo(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 4);
   const auto n = fields.size() < 4 ? std::nullopt : ParseDecimal(fields[3]);
-  if (!n) return ErrorAnswer("usage  memory.getmemo <botid>, <context>, <topic>, <n>");
+  if (!n) return UsageError(call);
   const auto access = call.contexts.read(fields[1]);
   if (!access) return ErrorAnswer(access.error().text);
   const ContextIndex& index = access->store->index();
@@ -72,7 +71,7 @@ std::string RunRecent(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
   const bool given = fields.size() == 3 && !OptionalField(fields[2]).empty();
   const std::uint64_t wanted = given ? ParseDecimal(fields[2]).value_or(0) : kDefaultRecent;
-  if (fields.size() < 2 || wanted == 0) return GenericUsageError(call);
+  if (fields.size() < 2 || wanted == 0) return UsageError(call);
   const auto access = call.contexts.read(fields[1]);
   if (!access) return ErrorAnswer(access.error().text);
   const std::string context(fields[1]);
@@ -88,6 +87,43 @@ std::string RunRecent(const VerbCall& call) {
               FirstLine(index.record(row).content);
   }
   return OkAnswer(answer);
+}
+
+constexpr VerbRow kRows[] = {
+    {.verb = "memos",
+     .aliases = "enumerate",
+     .usage = "memory.memos <botid>, <context>, <topic>",
+     .summary = "Enumerate a topic's memos: position, properties, first line of each.",
+     .note = "The positions it shows are what getmemo and deletememo take. Alias: enumerate.",
+     .run = RunMemos},
+    {.verb = "getmemo",
+     .usage = kGetMemoUsage,
+     .usage_error = kGetMemoUsage,
+     .summary =
+         "Get ONE memo from a topic by its 1-based position — full content plus its properties.",
+     .note = "retrieve returns the whole topic joined; getmemo pulls a single entry.",
+     .run = RunGetMemo},
+    {.verb = "retrieve",
+     .usage = "memory.retrieve <botid>, <context>, <topic>",
+     .summary = "Get a topic's memos, append order, by topic.",
+     .note = "Returns content only (memos joined by newline); touches the topic to "
+             "most-recently-used. Missing topic -> empty.",
+     .run = RunRetrieve},
+    {.verb = "recent",
+     .aliases = "latest",
+     .usage = "memory.recent <botid>, <context>, <N=20>",
+     .summary =
+         "The N most recently WRITTEN memos across the whole context, newest first (topic#n, "
+         "type(s), time, first line).",
+     .note = "The what-changed-lately view — resume a session from here. Untimed (migrated) memos "
+             "sort last. Alias: latest.",
+     .run = RunRecent},
+};
+
+}  // namespace
+
+std::span<const VerbRow> ReadVerbs() {
+  return kRows;
 }
 
 }  // namespace mrb::memory

@@ -230,11 +230,9 @@ ContextHits SearchOne(ContextRegistry& contexts, std::string_view id, std::strin
   return found;
 }
 
-}  // namespace
-
 std::string RunKeywords(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) return GenericUsageError(call);
+  if (fields.size() < 3) return UsageError(call);
   const std::string_view query = fields[2];
   const auto vector = QueryVector(call, fields[1], query);
   if (!vector) return ErrorAnswer(vector.error().text);
@@ -258,9 +256,7 @@ std::string RunKeywords(const VerbCall& call) {
 
 std::string RunSearch(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3 || fields[2].empty()) {
-    return ErrorAnswer("usage  " + std::string(kSearchUsage));
-  }
+  if (fields.size() < 3 || fields[2].empty()) return UsageError(call);
   const std::string query(fields[2]);
   const std::vector<std::string> contexts =
       fields[1] == "*" ? call.contexts.loaded() : SplitContexts(fields[1]);
@@ -288,6 +284,38 @@ std::string RunSearch(const VerbCall& call) {
   }
   return OkAnswer(Number(total) + " hit(s) across " + Number(contexts.size()) +
                   " context(s) for '" + query + "'" + lines);
+}
+
+constexpr VerbRow kRows[] = {
+    {.verb = "keywords",
+     .aliases = "keyword",
+     .usage =
+         "memory.keywords <botid>, <context>, <keyword>     (multi-word queries rank by "
+         "coverage and ALSO reach the synonym/thematic webs: exact 1, semantic .5, thematic .25 "
+         "per term; a single-word miss cascades)",
+     .summary =
+         "Find the topics linked to a keyword; related in-context keywords (with topic counts) "
+         "ride along free.",
+     .note = "Related terms were linked at ADD time — zero thesaurus work at search time. A miss "
+             "answers with related vocabulary that IS in memory, so a wrong guess still lands "
+             "within one hop.",
+     .run = RunKeywords},
+    {.verb = "search",
+     .aliases = "find",
+     .usage = kSearchUsage,
+     .usage_error = kSearchUsage,
+     .summary = "Keyword search ACROSS contexts at once — a brace list of contexts, or * for every "
+                "LOADED context. Hits rank by how many query words each memo covers.",
+     .note = "* never sweeps every store on disk (a 10M-memo bucket is a real thing) — it covers "
+             "what this server has loaded; name the contexts to load them. Per-context hits cap at "
+             "20. Alias: find.",
+     .run = RunSearch},
+};
+
+}  // namespace
+
+std::span<const VerbRow> SearchVerbs() {
+  return kRows;
 }
 
 }  // namespace mrb::memory

@@ -66,11 +66,9 @@ void AppendDated(std::string& out, const ContextIndex& index, const std::vector<
   });
 }
 
-}  // namespace
-
 std::string RunTemporal(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) return GenericUsageError(call);
+  if (fields.size() < 3) return UsageError(call);
   const std::string query(fields[2]);
   const auto access = call.contexts.read(fields[1]);
   if (!access) return ErrorAnswer(access.error().text);
@@ -93,7 +91,7 @@ std::string RunTemporal(const VerbCall& call) {
 
 std::string RunChain(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3) return GenericUsageError(call);
+  if (fields.size() < 3) return UsageError(call);
   const std::string topic(fields[2]);
   const auto access = call.contexts.read(fields[1]);
   if (!access) return ErrorAnswer(access.error().text);
@@ -106,6 +104,30 @@ std::string RunChain(const VerbCall& call) {
                " keyword(s) bridged -> " + std::to_string(events.size()) + " event(s)):");
   AppendDated(answer, index, events);
   return answer;
+}
+
+constexpr VerbRow kRows[] = {
+    {.verb = "temporal",
+     .usage = "memory.temporal <botid>, <context>, <keyword>",
+     .summary =
+         "Time-web lookup: which memos mention a date/period — yyyy, yyyy-mm, yyyy-mm-dd, month "
+         "names, 'last week', numeric dates (all normalized at add/load time).",
+     .note = "Prefix match on the normalized stamp: '2026-09' hits every day of that month. chain "
+             "walks a topic's memos in time order.",
+     .run = RunTemporal},
+    {.verb = "chain",
+     .usage = "memory.chain <botid>, <context>, <topic>",
+     .summary =
+         "A topic's memos ordered along the time web — the story in sequence rather than append "
+         "order.",
+     .note = "Derived, never stored; any store grows it on load.",
+     .run = RunChain},
+};
+
+}  // namespace
+
+std::span<const VerbRow> TimeVerbs() {
+  return kRows;
 }
 
 }  // namespace mrb::memory

@@ -80,11 +80,9 @@ class FrameRows {
   RecordBatch batch_;
 };
 
-}  // namespace
-
 std::string RunW5Build(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 2) return GenericUsageError(call);
+  if (fields.size() < 2) return UsageError(call);
   const std::string context(fields[1]);
   const std::string shadow = context + "_w5";
   if (const Status good = CheckContextId(shadow); !good) return ErrorAnswer(good.error().text);
@@ -119,6 +117,23 @@ std::string RunW5Build(const VerbCall& call) {
                   " frame rows from " + std::to_string(index.memos().size()) + " memos across " +
                   std::to_string(index.topics().size()) + " topics (" + std::to_string(w_topics) +
                   " W topics)");
+}
+
+constexpr VerbRow kRows[] = {
+    {.verb = "w5build",
+     .usage = "memory.w5build <botid>, <context>, -",
+     .summary =
+         "Build the PARALLEL 5W-organized shadow context <context>_w5: topics are W tokens "
+         "(who_x / when_yyyy-mm-dd / where_x / why_x), memos are '[srcTopic#n] sentence' rows.",
+     .note = "An ordinary context afterwards — keyword-searchable, ?()-queryable, deletable to "
+             "ditch the experiment.",
+     .run = RunW5Build},
+};
+
+}  // namespace
+
+std::span<const VerbRow> W5BuildVerbs() {
+  return kRows;
 }
 
 }  // namespace mrb::memory

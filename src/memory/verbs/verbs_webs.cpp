@@ -132,8 +132,6 @@ TopicTerms LookUp(const ContextIndex& index, std::string_view verb, std::string_
   return topics;
 }
 
-}  // namespace
-
 std::string RunW5(const VerbCall& call) {
   const auto found = ReadTopic(call, 3);
   if (!found) return found.error();
@@ -153,7 +151,7 @@ std::string RunW5(const VerbCall& call) {
 
 std::string RunWho(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
-  if (fields.size() < 3 || fields[2].empty()) return GenericUsageError(call);
+  if (fields.size() < 3 || fields[2].empty()) return UsageError(call);
   const std::string web = LowerAscii(call.verb);
   const std::string term(fields[2]);
   const auto access = call.contexts.read(fields[1]);
@@ -168,6 +166,39 @@ std::string RunWho(const VerbCall& call) {
     answer += "  (" + Join(terms, "; ") + ")";
   }
   return answer;
+}
+
+constexpr VerbRow kRows[] = {
+    {.verb = "w5",
+     .aliases = "frame",
+     .usage = "memory.w5 <botid>, <context>, <topic>",
+     .summary =
+         "Dump a topic's wwwww — its five dangling lists: who/what/when/where/why, extracted "
+         "from the memo+topic pair at add/load time (the 5W web; docs\\design\\w5-web.md).",
+     .note =
+         "The webs are DERIVED, never stored — every existing store grows them retroactively on "
+         "load, zero re-ingest. The topic contributes default WHEN (session dates in topic "
+         "names) and the speaker prefix default WHO. Alias: frame.",
+     .run = RunW5},
+    {.verb = "who",
+     .siblings = "when where why",
+     .usage = "memory.who <botid>, <context>, <term>     (also memory.when / memory.where / "
+              "memory.why)",
+     .summary =
+         "Inbound 5W lookup: which topics carry <term> on the WHO web (speakers, names). Also: "
+         "when / where / why — same shape, their own webs.",
+     .note = "Prefix match, forgiving by doctrine. WHEN stamps are normalized yyyy[-mm[-dd]] so "
+             "'memory.when ..., 2023-05' finds every day of that month, and day-math is string "
+             "order. The SAME analyzer runs on questions as on memos — a systematic "
+             "misclassification cancels (wrong twice is right), so route a question's known Ws in "
+             "as filters and read its asked W back.",
+     .run = RunWho},
+};
+
+}  // namespace
+
+std::span<const VerbRow> WebVerbs() {
+  return kRows;
 }
 
 }  // namespace mrb::memory
