@@ -17,8 +17,8 @@ constexpr std::uint32_t kNameBits = 0xFFFF;
 }  // namespace
 
 const std::string& MemoTypeNames() {
-  static const std::string kNames = FormatMemoTypes(kNameBits);
-  return kNames;
+  static const std::string kAllTypes = FormatMemoTypes(kNameBits);
+  return kAllTypes;
 }
 
 Result<std::uint32_t> ParseMemoTypes(std::string_view field) {

@@ -1,6 +1,7 @@
 #include "memory/verbs/verb_table.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "common/answer.h"
@@ -24,7 +25,7 @@ constexpr std::string_view kManualOrder =
     "temporal chain semantic embed w5build models cachekeys cachekey modelkeywords forgetmodel "
     "help";
 
-/// A verb that the order does not name stands at the end.
+/// Verbs that the order does not name stand at the end, by their names.
 std::vector<VerbRow> JoinFamilies() {
   std::vector<VerbRow> rows;
   for (const auto family : {AddVerbs, EditVerbs, ReadVerbs, SearchVerbs, QueryVerbs, MoveVerbs,
@@ -33,8 +34,9 @@ std::vector<VerbRow> JoinFamilies() {
     rows.insert(rows.end(), family().begin(), family().end());
   }
   const auto order = SplitWords(kManualOrder);
-  std::ranges::stable_sort(rows, {},
-                           [&](const VerbRow& row) { return std::ranges::find(order, row.verb); });
+  std::ranges::sort(rows, {}, [&](const VerbRow& row) {
+    return std::pair(std::ranges::find(order, row.verb), row.verb);
+  });
   return rows;
 }
 
