@@ -191,7 +191,8 @@ def suite_fuzz(options):
     if not build("asan", ["fuzzers"]):
         return FAILURE
     total = Tally()
-    for program in sorted((BUILD / "asan" / "bin").glob("*_fuzz")):
+    for source in sorted(ROOT.glob("fuzz/*_fuzz.cpp")):
+        program = BUILD / "asan" / "bin" / source.stem
         corpus = BUILD / "asan" / "corpus" / program.name
         corpus.mkdir(parents=True, exist_ok=True)
         seeds = ROOT / "fuzz" / "corpus" / program.name.removesuffix("_fuzz")
