@@ -1,14 +1,11 @@
 // memory/search: memos by words while they are being typed, with what led to each.
 
 #include <algorithm>
-#include <atomic>
-#include <optional>
-#include <unordered_map>
+#include <ranges>
 
-#include "common/parallel.h"
 #include "common/text.h"
 #include "memory/recall/coverage.h"
-#include "memory/recall/fused_search.h"
+#include "memory/recall/search.h"
 #include "memory/recall/temporal_query.h"
 #include "memory/text/tokenizer.h"
 #include "vfs/query/text_search.h"
@@ -29,7 +26,6 @@ constexpr std::size_t kMaxSearchers = 4;         // contexts that are searched s
 constexpr std::size_t kMaxPrefixed = 24;         // words that a beginning may stand for
 constexpr std::uint64_t kMaxPostings = 400'000;  // memos they may be in, together
 constexpr std::size_t kLaneDepth = 1000;         // hits by words that are fused with other lanes
-constexpr std::size_t kNearest = 100;
 constexpr std::size_t kSnippet = 280;
 constexpr std::size_t kSnippetLead = 60;
 
@@ -88,24 +84,17 @@ struct Hit {
 /// One context, searched.
 struct Searched {
   std::string id;
-  Status failure;
   std::vector<QueryTerm> terms;
   std::vector<std::uint32_t> completions;
   std::vector<Hit> hits;
 };
 
-/// The question's vector where the context has a lane for it; empty: words alone. Asked before the
-/// context is held, as the embedder takes its time.
-std::vector<float> VectorFor(memory::MemoryService& memory, const std::string& id,
-                             const Question& question) {
-  std::string model;
-  {
-    const auto access = memory.contexts().read(id);
-    if (!access || !access->store->overlays().settings().armed) return {};
-    if (access->store->index().totals().vectors == 0) return {};
-    model = access->store->overlays().settings().model;
+void RankByWords(Searched& searched, const ContextIndex& index, std::size_t limit) {
+  if (searched.terms.empty()) return;
+  const auto words = memory::RankByCoverage(index, searched.terms, limit);
+  for (const auto& hit : words.hits()) {
+    searched.hits.emplace_back(hit.row, static_cast<double>(hit.score) / memory::kScoreUnit);
   }
-  return memory.options().embedder(model, question.text).value_or(std::vector<float>());
 }
 
 void Rank(Searched& searched, const ContextIndex& index, const Question& question,
@@ -113,28 +102,15 @@ void Rank(Searched& searched, const ContextIndex& index, const Question& questio
   searched.terms = memory::ReadQueryTerms(index, question.text);
   if (!question.deep) DropWideThemes(index, searched.terms);
   if (question.typing) searched.completions = Complete(index, searched.terms);
-  memory::CoverageHits words;
-  if (!searched.terms.empty()) {
-    words = memory::RankByCoverage(index, searched.terms, question.deep ? kLaneDepth : limit);
-  }
   if (!question.deep) {
-    for (const auto& hit : words.hits()) {
-      searched.hits.emplace_back(hit.row, static_cast<double>(hit.score) / memory::kScoreUnit);
-    }
+    RankByWords(searched, index, limit);
     return;
   }
-  memory::RankedLists lanes;
-  for (const auto& hit : words.hits()) lanes[0].push_back(hit.row);
-  if (!vector.empty()) {
-    for (const auto& near : index.vectors().nearest(vector, kNearest)) lanes[1].push_back(near.row);
-  }
   const auto dates = memory::ReadTemporalQuery(question.text, question.now);
-  if (dates.has_date()) {
-    for (const auto& dated : memory::FindDated(index, dates)) lanes[2].push_back(dated.row);
-  }
-  const auto fused = memory::Fuse(lanes);
-  for (const auto& hit : fused) {
-    if (searched.hits.size() == limit) break;
+  const auto fused = memory::Fuse(memory::SearchLanes(
+      index,
+      {.terms = searched.terms, .vector = vector, .temporal = dates, .word_hits = kLaneDepth}));
+  for (const auto& hit : fused | std::views::take(limit)) {
     searched.hits.emplace_back(hit.row, hit.score, hit.lanes);
   }
 }
@@ -214,21 +190,6 @@ std::string HitJson(const Searched& searched, const ContextIndex& index, const H
   return json.end_object().take();
 }
 
-/// A context is held by itself, until its hits are written out: who held several could make
-/// somebody wait who makes us wait.
-void Search(RouteContext& route, Searched& searched, const Question& question, std::size_t limit) {
-  std::vector<float> vector;
-  if (question.deep) vector = VectorFor(route.parts.memory, searched.id, question);
-  const auto access = route.parts.memory.contexts().read(searched.id);
-  if (!access) {
-    searched.failure = std::unexpected(access.error());
-    return;
-  }
-  const ContextIndex& index = access->store->index();
-  Rank(searched, index, question, vector, limit);
-  for (Hit& hit : searched.hits) hit.json = HitJson(searched, index, hit);
-}
-
 /// The best of all contexts: which one, which of its hits.
 std::vector<std::pair<std::size_t, std::size_t>> Best(std::span<const Searched> searched,
                                                       std::size_t limit) {
@@ -253,19 +214,24 @@ Answer AnswerMemorySearch(RouteContext& route, const Params& params) {
   const bool deep = params.is_set("deep");
   const Question question{*text, !deep && text->back() != ' ', deep,
                           route.parts.memory.options().now()};
+  memory::MemoryService& memory = route.parts.memory;
+  std::vector<std::string> ids = ContextsOf(memory.contexts(), params);
+  ids.resize(std::min(ids.size(), kMaxContexts));
   std::vector<Searched> searched;
-  for (std::string& id : ContextsOf(route.parts.memory.contexts(), params)) {
-    if (searched.size() < kMaxContexts) searched.emplace_back(std::move(id));
-  }
-  std::atomic<std::size_t> next = 0;
-  RunParallel(std::min(searched.size(), kMaxSearchers), [&](std::size_t) {
-    for (std::size_t i = next++; i < searched.size(); i = next++) {
-      Search(route, searched[i], question, *limit);
-    }
-  });
+  for (const std::string& id : ids) searched.emplace_back(id);
+  const auto outcomes = memory::SearchContexts(
+      memory.contexts(),
+      {.contexts = ids,
+       .question = question.text,
+       .embedder = deep ? &memory.options().embedder : nullptr,
+       .side_by_side = kMaxSearchers},
+      [&](std::size_t place, const ContextIndex& index, std::span<const float> vector) {
+        Rank(searched[place], index, question, vector, *limit);
+        for (Hit& hit : searched[place].hits) hit.json = HitJson(searched[place], index, hit);
+      });
   Failures failures;
-  for (const Searched& one : searched) {
-    if (!one.failure) failures.push_back({one.id, one.failure.error()});
+  for (std::size_t i = 0; i < ids.size(); ++i) {
+    if (!outcomes[i]) failures.push_back({ids[i], outcomes[i].error()});
   }
   if (!failures.empty() && failures.size() == searched.size()) {
     return std::unexpected(failures.front().error);

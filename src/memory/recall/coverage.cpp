@@ -202,6 +202,12 @@ std::vector<RangeHits> Scan(const std::vector<PostingList>& lists, std::uint32_t
 
 }  // namespace
 
+std::vector<std::uint32_t> CoverageHits::rows() const {
+  std::vector<std::uint32_t> rows(hits_.size());
+  std::ranges::transform(hits_, rows.begin(), &Hit::row);
+  return rows;
+}
+
 CoverageHits RankByCoverage(const ContextIndex& index, std::span<const QueryTerm> terms,
                             std::size_t limit) {
   const std::vector<PostingList> lists = ListsOf(index, terms);

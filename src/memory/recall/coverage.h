@@ -34,6 +34,11 @@ class CoverageHits {
   [[nodiscard]] const std::vector<Hit>& hits() const { return hits_; }
   [[nodiscard]] std::size_t size() const { return hits_.size(); }
   [[nodiscard]] bool empty() const { return hits_.empty(); }
+
+  /// The rows of the hits, in that order.
+  [[nodiscard]] std::vector<std::uint32_t> rows() const;
+
+  /// How a hit was reached.
   [[nodiscard]] MatchMarks marks(const Hit& hit) const {
     return {marks_.data() + std::size_t{hit.marks} * stride_};
   }

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cstdio>
 
 #include "common/answer.h"
-#include "common/parallel.h"
 #include "memory/recall/coverage.h"
 #include "memory/recall/fused_search.h"
+#include "memory/recall/search.h"
 #include "memory/recall/temporal_query.h"
 #include "memory/verbs/fields.h"
 #include "memory/verbs/memo_lines.h"
@@ -21,9 +20,8 @@ namespace {
 
 constexpr std::string_view kSearchUsage = "memory.search <botid>, {ctxA,ctxB}|*, <query words>";
 constexpr std::size_t kMaxPerContext = 20;
-constexpr std::size_t kMaxRelated = 24;        // related keywords an answer shows
-constexpr std::size_t kMaxSemanticLane = 100;  // nearest memos that a fused answer looks at
-constexpr std::size_t kMaxSearchers = 8;       // contexts that one search looks at side by side
+constexpr std::size_t kMaxRelated = 24;   // related keywords an answer shows
+constexpr std::size_t kMaxSearchers = 8;  // contexts that one search looks at side by side
 
 std::string Number(std::uint64_t value) {
   return std::to_string(value);
@@ -34,12 +32,6 @@ std::string FormatScore(std::uint32_t quarters) {
   const int length = std::snprintf(text.data(), text.size(), "%g",
                                    static_cast<double>(quarters) / double{kScoreUnit});
   return {text.data(), static_cast<std::size_t>(length)};
-}
-
-std::vector<std::uint32_t> RowsOf(const CoverageHits& hits) {
-  std::vector<std::uint32_t> rows(hits.size());
-  std::ranges::transform(hits.hits(), rows.begin(), &CoverageHits::Hit::row);
-  return rows;
 }
 
 /// Appends a line per hit: topic#n, types, score and how each term was reached.
@@ -56,7 +48,7 @@ void AppendHits(std::string& out, const ContextIndex& index, std::span<const Que
           terms[term].text + " " + std::string(MatchName(static_cast<MatchKind>(kind)));
     }
   }
-  AppendMemoLines(out, index, RowsOf(hits), "\n  ", [&](std::string& line, std::size_t i) {
+  AppendMemoLines(out, index, hits.rows(), "\n  ", [&](std::string& line, std::size_t i) {
     const CoverageHits::Hit& hit = hits.hits()[i];
     const MatchMarks marks = hits.marks(hit);
     line += heads[hit.score];
@@ -123,7 +115,7 @@ std::string OneKeyword(const ContextIndex& index, const QueryTerm& term, std::st
   const CoverageHits hits = RankByCoverage(index, std::span(&nearest, 1), kAllHits);
   if (!hits.empty()) {
     answer += Number(hits.size()) + " memo hit(s):";
-    const std::vector<std::uint32_t> rows = RowsOf(hits);
+    const std::vector<std::uint32_t> rows = hits.rows();
     AppendMemoLines(answer, index, rows, "\n    ", [&](std::string& line, std::size_t i) {
       const auto kind = static_cast<MatchKind>(hits.marks(hits.hits()[i]).of(0));
       line.append(" (via ").append(term.text);
@@ -149,54 +141,18 @@ std::string NoTermError(std::string_view query) {
                      "' is a word that could be a keyword (two letters or digits at least)");
 }
 
-/// The query's vector where the context's semantic lane is armed and has vectors; empty where it is
-/// not, or when nobody embeds it: words alone answer then. Asked before the context is held.
-Result<std::vector<float>> QueryVector(const VerbCall& call, std::string_view context,
-                                       std::string_view query) {
-  std::string model;
-  {
-    const auto access = call.contexts.read(context);
-    if (!access) return std::unexpected(access.error());
-    const EmbedSettings& settings = access->store->overlays().settings();
-    if (!settings.armed || access->store->index().totals().vectors == 0) {
-      return {};
-    }
-    model = settings.model;
-  }
-  return call.options.embedder(model, query).value_or(std::vector<float>());
-}
-
-/// The temporal lane: the memos of the query's dates, else the dated ones of the hits, in time
-/// order.
-std::vector<std::uint32_t> TemporalLane(const ContextIndex& index, const TemporalQuery& temporal,
-                                        std::span<const std::uint32_t> hits) {
-  std::vector<std::uint32_t> rows;
-  if (temporal.has_date()) {
-    const auto dated = FindDated(index, temporal);
-    std::ranges::transform(dated, std::back_inserter(rows), &DatedRow::row);
-  } else if (temporal.is_time_related()) {
-    const TimeWeb& time = index.webs().time();
-    std::ranges::copy_if(hits, std::back_inserter(rows),
-                         [&](std::uint32_t row) { return time.anchor(row).is_set(); });
-    std::ranges::sort(rows, {},
-                      [&](std::uint32_t row) { return std::pair(time.anchor(row), row); });
-  }
-  return rows;
-}
-
 std::string FusedAnswer(const ContextIndex& index, std::span<const QueryTerm> terms,
                         std::span<const float> vector, const TemporalQuery& temporal,
                         std::string_view query) {
-  RankedLists lanes;
-  auto& [words, semantic, dated] = lanes;
-  words = RowsOf(RankByCoverage(index, terms, kAllHits));
-  const auto near = index.vectors().nearest(vector, kMaxSemanticLane);
-  std::ranges::transform(near, std::back_inserter(semantic), &NearMemo::row);
-  dated = TemporalLane(index, temporal, words);
+  const RankedLists lanes = SearchLanes(index, {.terms = terms,
+                                                .vector = vector,
+                                                .temporal = temporal,
+                                                .word_hits = kAllHits,
+                                                .cues = true});
   const std::vector<FusedHit> hits = Fuse(lanes);
   if (hits.empty()) return OkAnswer("0 keyword hit(s) for '" + std::string(query) + "'");
   std::string answer = OkAnswer(Number(hits.size()) + " memo(s), keyword+semantic" +
-                                (dated.empty() ? "" : "+temporal") + " fused (RRF):");
+                                (lanes.back().empty() ? "" : "+temporal") + " fused (RRF):");
   for (const FusedHit& hit : hits) {
     std::array<char, 32> score;
     const int length = std::snprintf(score.data(), score.size(), " rrf=%.4f ", hit.score);
@@ -210,31 +166,15 @@ std::string FusedAnswer(const ContextIndex& index, std::span<const QueryTerm> te
 }
 
 struct ContextHits {
-  Status failure;
   std::size_t hits = 0;
   std::string lines;
 };
-
-ContextHits SearchOne(ContextRegistry& contexts, std::string_view id, std::string_view query) {
-  ContextHits found;
-  const auto access = contexts.read(id);
-  if (!access) {
-    found.failure = std::unexpected(access.error());
-    return found;
-  }
-  const ContextIndex& index = access->store->index();
-  const std::vector<QueryTerm> terms = ReadQueryTerms(index, query);
-  const CoverageHits hits = RankByCoverage(index, terms, kMaxPerContext);
-  found.hits = hits.size();
-  AppendHits(found.lines, index, terms, hits);
-  return found;
-}
 
 std::string RunKeywords(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
   if (fields.size() < 3) return UsageError(call);
   const std::string_view query = fields[2];
-  const auto vector = QueryVector(call, fields[1], query);
+  const auto vector = QuestionVector(call.contexts, call.options.embedder, fields[1], query);
   if (!vector) return ErrorAnswer(vector.error().text);
   const auto access = call.contexts.read(fields[1]);
   if (!access) return ErrorAnswer(access.error().text);
@@ -245,7 +185,7 @@ std::string RunKeywords(const VerbCall& call) {
   if (!vector->empty()) return FusedAnswer(index, terms, *vector, temporal, query);
   if (terms.size() == 1) return OneKeyword(index, terms.front(), query, fields[1], temporal);
   const CoverageHits hits = RankByCoverage(index, terms, kAllHits);
-  const std::string section = SectionOf(index, temporal, RowsOf(hits));
+  const std::string section = SectionOf(index, temporal, hits.rows());
   if (hits.empty()) return OkAnswer("0 keyword hit(s) for '" + std::string(query) + "'") + section;
   std::string answer = "OK: " + Number(hits.size()) + " memo(s) ranked by coverage of " +
                        Number(terms.size()) +
@@ -265,16 +205,18 @@ std::string RunSearch(const VerbCall& call) {
   }
   if (ReadQueryTerms(ContextStore().index(), query).empty()) return NoTermError(query);
   std::vector<ContextHits> found(contexts.size());
-  std::atomic<std::size_t> next = 0;
-  RunParallel(std::min(contexts.size(), kMaxSearchers), [&](std::size_t) {
-    for (std::size_t i; (i = next.fetch_add(1)) < contexts.size();) {
-      found[i] = SearchOne(call.contexts, contexts[i], query);
-    }
-  });
+  const auto outcomes = SearchContexts(
+      call.contexts, {.contexts = contexts, .question = query, .side_by_side = kMaxSearchers},
+      [&](std::size_t place, const ContextIndex& index, std::span<const float>) {
+        const std::vector<QueryTerm> terms = ReadQueryTerms(index, query);
+        const CoverageHits hits = RankByCoverage(index, terms, kMaxPerContext);
+        found[place].hits = hits.size();
+        AppendHits(found[place].lines, index, terms, hits);
+      });
   std::size_t total = 0;
   std::string lines;
   for (std::size_t i = 0; i < contexts.size(); ++i) {
-    if (!found[i].failure) return ErrorAnswer(found[i].failure.error().text);
+    if (!outcomes[i]) return ErrorAnswer(outcomes[i].error().text);
     total += found[i].hits;
     lines += "\n" + contexts[i] + " — " + Number(found[i].hits) + " hit(s)" + found[i].lines;
   }
