@@ -43,7 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static CheckingBridge bridge;
   static mrb::mcp::McpService service({.bridge = &bridge});
   const std::string_view body(reinterpret_cast<const char*>(data), size);
-  const auto answer = service.answer({.body = body, .trusted = true, .working_directory = {}});
+  const auto answer = service.answer({.body = body, .trusted = true, .folder = {}});
   if (answer.status == "202 Accepted") {
     FUZZ_CHECK(answer.body.empty());
     return 0;

@@ -28,6 +28,23 @@ std::string Decode(std::string_view text, bool plus_is_blank) {
   return out;
 }
 
+std::string Encode(std::string_view text, std::string_view plain_signs) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string out;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool plain = (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') ||
+                       (byte >= 'a' && byte <= 'z') ||
+                       plain_signs.find(c) != std::string_view::npos;
+    if (plain) {
+      out += c;
+    } else {
+      out.append("%").append(1, kDigits[byte >> 4U]).append(1, kDigits[byte & 15U]);
+    }
+  }
+  return out;
+}
+
 }  // namespace
 
 std::string DecodePercent(std::string_view text) {
@@ -39,19 +56,11 @@ std::string DecodeForm(std::string_view text) {
 }
 
 std::string EncodeForm(std::string_view text) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  std::string out;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    const bool plain = (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') ||
-                       (byte >= 'a' && byte <= 'z') || c == '-' || c == '.' || c == '_' || c == '~';
-    if (plain) {
-      out += c;
-    } else {
-      out.append("%").append(1, kDigits[byte >> 4U]).append(1, kDigits[byte & 15U]);
-    }
-  }
-  return out;
+  return Encode(text, "-._~");
+}
+
+std::string EncodePath(std::string_view path) {
+  return Encode(path, "-._~/:");
 }
 
 }  // namespace mrb

@@ -17,4 +17,7 @@ namespace mrb {
 /// becomes a percent sign and two digits. DecodeForm() undoes it.
 [[nodiscard]] std::string EncodeForm(std::string_view text);
 
+/// The same for a path in a header, where "/" and ":" stay too. DecodePercent() undoes it.
+[[nodiscard]] std::string EncodePath(std::string_view path);
+
 }  // namespace mrb

@@ -9,6 +9,7 @@
 
 #include "common/version.h"
 #include "front/client/attach_client.h"
+#include "front/client/caller.h"
 #include "front/client/command_line.h"
 #include "front/client/console_io.h"
 #include "front/client/hand_off.h"
@@ -21,6 +22,8 @@
 #include "front/resident.h"
 #include "front/usage.h"
 #include "platform/console.h"
+#include "server/http/call_table.h"
+#include "server/http/interpreter_bridge.h"
 
 namespace mrb::front {
 namespace {
@@ -51,6 +54,17 @@ int Unavailable(std::string_view verb) {
   return 1;
 }
 
+constexpr int kLostStatus = 3;
+
+/// Whether the line ran, or may have: it must not be run again.
+bool WasBegun(Delivery delivery) {
+  return delivery == Delivery::kAnswered || delivery == Delivery::kLost;
+}
+
+int StatusOf(Delivery delivery) {
+  return delivery == Delivery::kLost ? kLostStatus : 0;
+}
+
 ResidentStart StartOf(const Options& options) {
   return {.data_home_override = options.data_home_override, .claim_homes = [&options] {
             return ClaimHomes(ResolveHomes(options.data_home_override)).has_value();
@@ -73,7 +87,7 @@ int OpenTerminalPage(const Options& options) {
 }
 
 AttachOptions AttachOptionsOf(const Options& options) {
-  return {.port = options.port, .headers = FolderHeader()};
+  return {.port = options.port, .headers = CallerHeaders(options.data_home_override)};
 }
 
 /// `terminal bash`: a new session of that shell, and this console on it.
@@ -97,39 +111,61 @@ int RunMterm(const Options& options) {
                            AttachOptionsOf(options));
 }
 
-bool TakeOver(const Options& options, std::string_view line, StdinLines& lines) {
-  return ClaimHomes(ResolveHomes(options.data_home_override)) && ShutdownResident(options.port) &&
-         EnsureResident(options.port, StartOf(options)) &&
-         ExecViaResident(options.port, line, lines);
+Target TargetOf(const Options& options) {
+  return {.port = options.port,
+          .named_home = options.data_home_override,
+          .call_table = server::CallTablePath(options.port,
+                                              ResolveHomes(options.data_home_override).data_home)};
 }
 
-/// Offers the line to whatever listens on the port. True when a resident took it.
-bool HandOff(const Options& options, std::string_view line, StdinLines& lines) {
+/// Delivers to a resident that is there, or to the next one when that is about to end.
+Delivery Deliver(const Options& options, std::string_view line, StdinLines& lines) {
+  const Target target = TargetOf(options);
+  Delivery delivery = ExecViaResident(target, line, lines);
+  if (delivery == Delivery::kGoingDown && AwaitQuiet(options.port) &&
+      EnsureResident(options.port, StartOf(options))) {
+    delivery = ExecViaResident(target, line, lines);
+  }
+  return delivery;
+}
+
+/// Has a resident started where none is, and delivers to it.
+Delivery StartAndDeliver(const Options& options, std::string_view line, StdinLines& lines) {
+  if (!EnsureResident(options.port, StartOf(options))) return Delivery::kNotDelivered;
+  return Deliver(options, line, lines);
+}
+
+bool Evict(const Options& options) {
+  return ClaimHomes(ResolveHomes(options.data_home_override)) && ShutdownResident(options.port);
+}
+
+/// Offers the line to whatever listens on the port.
+Delivery HandOff(const Options& options, std::string_view line, StdinLines& lines) {
   const std::string port = std::to_string(options.port);
   const Probe probe = ProbeResident(options.port);
-  if (probe.result == ProbeResult::Current) return ExecViaResident(options.port, line, lines);
-  if (probe.result == ProbeResult::NoListener) {
-    return EnsureResident(options.port, StartOf(options)) &&
-           ExecViaResident(options.port, line, lines);
-  }
+  if (probe.result == ProbeResult::Current) return Deliver(options, line, lines);
+  if (probe.result == ProbeResult::NoListener) return StartAndDeliver(options, line, lines);
   const bool stale = probe.result == ProbeResult::OtherVersion && !probe.version.empty() &&
                      CompareVersions(kVersion, probe.version) > 0;
   if (!stale) {
     WriteStderr("Mirebolt: port " + port + " is held by " + probe.holder +
                 " — running this command locally\n");
-    return false;
+    return Delivery::kNotDelivered;
   }
   WriteStderr("Mirebolt: evicting stale resident " + probe.version + " on port " + port +
               ", starting " + std::string(kVersion) + "\n");
-  if (TakeOver(options, line, lines)) return true;
-  WriteStderr("Mirebolt: could not take over port " + port + " — running this command locally\n");
-  return false;
+  const Delivery delivery =
+      Evict(options) ? StartAndDeliver(options, line, lines) : Delivery::kNotDelivered;
+  if (!WasBegun(delivery)) {
+    WriteStderr("Mirebolt: could not take over port " + port + " — running this command locally\n");
+  }
+  return delivery;
 }
 
 /// A resident may have come up since the hand-off failed. Whoever is not it never gets the command.
-bool LastHandOff(const Options& options, std::string_view line, StdinLines& lines) {
-  return ProbeResident(options.port).result == ProbeResult::Current &&
-         ExecViaResident(options.port, line, lines);
+Delivery LastHandOff(const Options& options, std::string_view line, StdinLines& lines) {
+  if (ProbeResident(options.port).result != ProbeResult::Current) return Delivery::kNotDelivered;
+  return Deliver(options, line, lines);
 }
 
 int RunHere(const Options& options, std::string_view line, StdinLines& lines) {
@@ -137,17 +173,21 @@ int RunHere(const Options& options, std::string_view line, StdinLines& lines) {
     WriteStdout(kUsage);
     return 0;
   }
-  if (LastHandOff(options, line, lines)) return 0;
+  if (const auto delivery = LastHandOff(options, line, lines); WasBegun(delivery)) {
+    return StatusOf(delivery);
+  }
   const Homes homes = ResolveHomes(options.data_home_override);
   if (!ClaimHomesOrSay(homes)) return 1;
   const Interpreter interpreter(homes, &platform::WriteStderr, false);
   const Engine engine = interpreter.engine_for("cli");
+  const server::ScopedCallSettings settings(
+      {.folder = OwnFolder(), .terminal = platform::StdoutIsConsole()});
   return line.empty() ? RunStdinHere(engine, lines) : RunLineHere(engine, line);
 }
 
 int RunMcp(const Options& options) {
   if (EnsureResident(options.port, StartOf(options))) {
-    return McpBridge(options.port, StartOf(options));
+    return McpBridge(TargetOf(options), StartOf(options));
   }
   const Homes homes = ResolveHomes(options.data_home_override);
   return ClaimHomesOrSay(homes) ? RunMcpLocal(homes) : 1;
@@ -181,7 +221,11 @@ int RunRole(const Options& options, const std::string& line) {
       break;
   }
   const bool usage_wanted = line.empty() && platform::StdinIsConsole();
-  if (!usage_wanted && HandOff(options, line, lines)) return 0;
+  if (!usage_wanted) {
+    if (const auto delivery = HandOff(options, line, lines); WasBegun(delivery)) {
+      return StatusOf(delivery);
+    }
+  }
   return RunHere(options, line, lines);
 }
 

@@ -19,10 +19,9 @@ std::uint64_t UnixSeconds() {
   return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::seconds>(now).count());
 }
 
-/// Where the caller of this thread's command is; for a command of this process' own, where it is.
-std::string CallersFolder() {
-  const std::string& folder = server::CurrentCallSettings().working_directory;
-  return folder.empty() ? platform::CurrentDirectory() : folder;
+/// Where the caller of this thread's command is.
+CallerFolder CallersFolder() {
+  return server::CurrentCallSettings().folder;
 }
 
 /// Long work tells how far it has come, to whoever watches this process' console.
@@ -73,7 +72,7 @@ Interpreter::Interpreter(const Homes& homes, std::function<void(std::string_view
     : memory_({.contexts_folder = homes.contexts_folder(),
                .files = &platform::SystemFiles(),
                .now = &UnixSeconds,
-               .working_directory = &CallersFolder,
+               .folder = &CallersFolder,
                .progress = &ShowProgress,
                .file_versions =
                    [this](const std::string& folder) { return VersionsForMemory(files_, folder); },
@@ -85,7 +84,8 @@ Interpreter::Interpreter(const Homes& homes, std::function<void(std::string_view
                 .files = &files_,
                 .authors = &authors_,
                 .registers = &registers_,
-                .trace = {}} {}
+                .trace = {},
+                .ending = &ending_} {}
 
 Engine Interpreter::engine_for(std::string_view bot) const {
   return {.bot = std::string(bot), .store_label = "fs", .services = &services_};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -30,6 +31,9 @@ class Interpreter : public server::InterpreterBridge {
   /// Loads what a resident keeps in memory, on a thread of its own.
   void start() { files_.start(); }
 
+  /// Ends the shell commands that run, and lets none run any more. Any thread.
+  void end_shell_commands() { ending_ = true; }
+
   void execute(std::string_view bot, std::string_view command, std::string& answer) override;
 
   [[nodiscard]] vfs::VfsService& files() { return files_; }
@@ -44,6 +48,7 @@ class Interpreter : public server::InterpreterBridge {
   [[nodiscard]] Engine engine_for(std::string_view bot) const;
 
  private:
+  std::atomic<bool> ending_ = false;
   BotRegisters registers_;
   memory::MemoryService memory_;
   BotAuthors authors_;

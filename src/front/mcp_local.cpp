@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "common/text.h"
+#include "front/client/caller.h"
 #include "front/client/mcp_stdio.h"
 #include "front/interpreter.h"
 #include "mcp/service.h"
@@ -26,9 +27,9 @@ int RunMcpLocal(const Homes& homes) {
   Interpreter interpreter(homes, &platform::WriteStderr, false);
   interpreter.start();
   mcp::McpService service({.bridge = &interpreter, .max_answer = MaxToolAnswer(homes)});
-  const std::string folder = platform::CurrentDirectory();
+  const CallerFolder folder = OwnFolder();
   McpStdio([&](const std::string& message) {
-    return service.answer({.body = message, .trusted = true, .working_directory = folder}).body;
+    return service.answer({.body = message, .trusted = true, .folder = folder}).body;
   }).serve();
   return 0;
 }

@@ -17,6 +17,8 @@
 #include "platform/main_loop.h"
 #include "platform/open_page.h"
 #include "platform/paths.h"
+#include "server/http/call_table.h"
+#include "server/http/running_calls.h"
 #include "server/routes/chat_sockets.h"
 #include "server/routes/server.h"
 #include "server/terminals/terminals.h"
@@ -31,6 +33,8 @@ using platform::WriteStdout;
 constexpr int kHealthProbes = 1300;
 constexpr std::chrono::milliseconds kHealthInterval{100};
 constexpr std::chrono::milliseconds kListenInterval{2};
+constexpr std::chrono::milliseconds kLastCalls{5000};  // what runs when the resident is to end
+constexpr std::chrono::milliseconds kEndedCalls{500};
 
 std::string Address(std::int32_t port, std::string_view path) {
   return "http://127.0.0.1:" + std::to_string(port) + std::string(path);
@@ -61,12 +65,14 @@ Result<bool> ListensOnLoopbackOnly(const Homes& homes) {
 class RunningServer {
  public:
   struct Choices {
+    std::unique_ptr<server::CallTable> calls;
     bool loopback_only = false;
     bool open_page = false;
   };
 
-  RunningServer(const Options& options, const Homes& homes, const Choices& chosen)
-      : activity_(UnixMilliseconds() / 1000),
+  RunningServer(const Options& options, const Homes& homes, Choices chosen)
+      : calls_(std::move(chosen.calls)),
+        activity_(UnixMilliseconds() / 1000),
         interpreter_(homes, &WriteStdout, platform::StdoutIsConsole(), observers()),
         hub_(hub_options(homes)),
         sockets_(hub_),
@@ -93,6 +99,12 @@ class RunningServer {
   RunningServer(const RunningServer&) = delete;
   RunningServer& operator=(const RunningServer&) = delete;
   ~RunningServer() {
+    // What runs may end by itself and is answered; then what can be ended is, and says so.
+    calls_.close();
+    if (!calls_.await_none(kLastCalls)) {
+      interpreter_.end_shell_commands();
+      (void)calls_.await_none(kEndedCalls);
+    }
     // First: requests that wait for a terminal, for chat or for events return, and stop() can end.
     terminals_.end_all();
     hub_.stop();
@@ -116,6 +128,8 @@ class RunningServer {
     served.port = options.port;
     served.executable_folder = homes.executable_folder;
     served.install_home = homes.install_home;
+    served.data_home = homes.data_home;
+    served.calls = &calls_;
     served.bridge = &interpreter_;
     served.enrolled_directories = [this] { return interpreter_.files().directories_json(); };
     served.versioned_stores = [this] { return interpreter_.files().stores_json(); };
@@ -165,7 +179,8 @@ class RunningServer {
     return chosen;
   }
 
-  workstation::Activity activity_;  // first: the others tell it what they do
+  server::RunningCalls calls_;
+  workstation::Activity activity_;  // before the others: the others tell it what they do
   Interpreter interpreter_;
   chat::Hub hub_;
   server::ChatSockets sockets_;
@@ -181,6 +196,14 @@ class RunningServer {
 int Complain(const Error& error) {
   WriteStderr("Mirebolt: " + error.text + "\n");
   return 1;
+}
+
+/// Without the table nobody could tell whether a command ran: better no resident than that one.
+Result<std::unique_ptr<server::CallTable>> OpenCallTable(const Options& options,
+                                                         const Homes& homes) {
+  auto table = server::CallTable::open(server::CallTablePath(options.port, homes.data_home));
+  if (!table) return std::unexpected(std::move(table.error()));
+  return std::make_unique<server::CallTable>(std::move(*table));
 }
 
 platform::TrayMenu TrayOf(std::int32_t port) {
@@ -229,8 +252,11 @@ int RunBoot(const Options& options, const Homes& homes, bool open_page) {
   if (!instance.held()) return 0;
   const auto loopback_only = ListensOnLoopbackOnly(homes);
   if (!loopback_only) return Complain(loopback_only.error());
+  auto calls = OpenCallTable(options, homes);
+  if (!calls) return Complain(calls.error());
   platform::PrepareMainLoop();
-  const RunningServer server(options, homes, {.loopback_only = *loopback_only});
+  const RunningServer server(options, homes,
+                             {.calls = std::move(*calls), .loopback_only = *loopback_only});
   if (!BecomesHealthy(options.port, server)) {
     WriteStderr(
         "Mirebolt: boot could not bind port " + std::to_string(options.port) +
@@ -255,11 +281,14 @@ int RunInteractive(const Options& options, const Homes& homes, Role role, std::s
   if (!ClaimHomesOrSay(homes)) return 1;
   const auto loopback_only = ListensOnLoopbackOnly(homes);
   if (!loopback_only) return Complain(loopback_only.error());
+  auto calls = OpenCallTable(options, homes);
+  if (!calls) return Complain(calls.error());
   platform::PrepareMainLoop();
   // `serve` is for a terminal or a service; the other words are for a person who wants the page.
   const bool open_page = role == Role::kInteractive && word != "serve";
-  const RunningServer server(options, homes,
-                             {.loopback_only = *loopback_only, .open_page = open_page});
+  const RunningServer server(
+      options, homes,
+      {.calls = std::move(*calls), .loopback_only = *loopback_only, .open_page = open_page});
   server.wait_until_listening();
   if (!server.ended()) GreetTheUser(options, homes, *loopback_only);
   if (!HasConfiguration(homes, platform::SystemFiles())) {

@@ -50,8 +50,7 @@ std::string ParamText(const MethodCall& call, std::string_view name) {
 
 std::string RunCommand(const MethodCall& call, std::string_view command) {
   std::string answer;
-  const server::ScopedCallSettings settings(
-      {.working_directory = std::string(call.http.working_directory)});
+  const server::ScopedCallSettings settings({.folder = call.http.folder});
   call.options.bridge->execute(kBot, command, answer);
   return answer;
 }

@@ -1,7 +1,8 @@
 #include "mcp/sessions.h"
 
 #include <algorithm>
-#include <random>
+
+#include "common/random_text.h"
 
 namespace mrb::mcp {
 
@@ -25,13 +26,8 @@ void Sessions::make_room() {
 }
 
 std::string Sessions::new_id() {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  constexpr int kLength = 32;
-  std::random_device random;
-  std::uniform_int_distribution<std::size_t> digit(0, kDigits.size() - 1);
-  std::string id;
-  for (int i = 0; i < kLength; ++i) id += kDigits[digit(random)];
-  return id;
+  constexpr std::size_t kLength = 32;
+  return RandomText(kHexDigits, kLength);
 }
 
 }  // namespace mrb::mcp

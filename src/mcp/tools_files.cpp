@@ -3,8 +3,10 @@
 namespace mrb::mcp {
 namespace {
 
-constexpr Field kPath{"path", FieldType::kPath, true,
-                      "Absolute, or relative to the client's folder or the enrolled directory."};
+constexpr Field kPath{
+    "path", FieldType::kPath, true,
+    "Absolute, or relative to the client's folder; for a client outside every enrolled "
+    "directory, to the one enrolled last."};
 constexpr Field kVersion{"version", FieldType::kWhole, true,
                          "A version number, as vc.log lists them: 1 is the first."};
 

@@ -116,8 +116,7 @@ std::string NoSession() {
 }
 
 std::string OpenTerminal(const MethodCall& call, const Arguments& /*arguments*/) {
-  const auto session =
-      call.options.terminals->open({}, std::string(call.http.working_directory), 0, 0);
+  const auto session = call.options.terminals->open({}, call.http.folder.path, 0, 0);
   return session ? server::OpenedJson(**session) : ErrorAnswer("spawn failed");
 }
 

@@ -133,6 +133,10 @@ class FileSystem {
 /// The whole file as bytes.
 [[nodiscard]] Result<std::string> ReadFile(FileSystem& files, const std::string& path);
 
+/// The one full name of what is there: every link followed, on Windows the letters' case as the
+/// disk has it. Fails when nothing is there.
+[[nodiscard]] Result<std::string> CanonicalPath(const std::string& path);
+
 /// The folder and those above it that are missing. Nothing to do, and no error, when it is there.
 [[nodiscard]] Status MakeDirectories(FileSystem& files, const std::string& path);
 

@@ -28,6 +28,10 @@ namespace mrb::platform {
 /// impossible.
 [[nodiscard]] std::string RuntimeFolder();
 
+/// Where a resident keeps what its clients look into also when it is gone: the runtime folder where
+/// the system has one for a session, else the data home. Empty when neither is there.
+[[nodiscard]] std::string SharedStateFolder(const std::string& data_home);
+
 /// The data home when nothing else names one: in the machine's shared data folder on Windows, in
 /// the user's on Linux; empty when the environment names none. Where another user of the Windows
 /// machine has the usual one, its name goes on with this user's SID.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -14,12 +15,15 @@ struct ShellLimits {
   std::chrono::milliseconds end{5'000};    ///< how long its end is waited for after that
   std::chrono::milliseconds drain{1'000};  ///< for output that others still write after its end
   std::size_t output = std::size_t{64} << 20U;  ///< bytes kept; what comes after them is dropped
+  const std::atomic<bool>* stop =
+      nullptr;  ///< becomes true when all commands are to end; may be null
 };
 
 struct ShellOutcome {
   std::string output;           ///< standard output and error, as they were written
   std::uint32_t exit_code = 0;  ///< 128 + the signal's number for one ended by a signal
   bool killed = false;          ///< ran into ShellLimits::run
+  bool stopped = false;         ///< ended because of ShellLimits::stop
   bool cut = false;             ///< wrote more than ShellLimits::output
 };
 

@@ -17,6 +17,8 @@ import pytest
 # A script that runs this in the background ignores interrupts, and so would all that is started here.
 signal.signal(signal.SIGINT, signal.default_int_handler)
 
+HEAD = b"HTTP/1.1 200 OK\r\n\r\n"
+
 DEADLINE = 30.0  # seconds; a bound for what should take milliseconds, on a machine that is busy
 
 

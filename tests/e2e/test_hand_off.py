@@ -1,13 +1,13 @@
 """The client against listeners that are not a healthy resident of its own version."""
 import concurrent.futures
+import re
 import time
 
 import pytest
 
-from conftest import Listener, listens, wait_until
+from conftest import HEAD, Listener, listens, wait_until
 
 HEALTH = b'{"ok":true,"app":"Mirebolt","version":"%s"}'
-HEAD = b"HTTP/1.1 200 OK\r\n\r\n"
 
 
 def current(request, peer):
@@ -41,10 +41,13 @@ def test_the_requests_are_what_the_resident_expects(mb):
         assert mb.out("memory.list", "my", "bot") == 'a"b\nc?'
     probe, command = peer.requests
     assert probe == b"GET /health HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n"
-    assert command == (
-        b"POST /console/exec?bot=cli HTTP/1.1\r\nHost: 127.0.0.1\r\nX-Mrb-Cwd: " +
-        str(mb.folder).encode() +
-        b"\r\nContent-Type: text/plain\r\nContent-Length: 18\r\nConnection: close\r\n\r\nmemory.list my bot")
+    folder, home = (re.escape(str(path).encode()) for path in (mb.folder, mb.home))
+    assert re.fullmatch(
+        b"POST /console/exec\\?bot=cli HTTP/1.1\r\nHost: 127.0.0.1\r\nX-Mrb-Cwd: " + folder +
+        b"\r\nX-Mrb-Folder: " + folder + b"\r\nX-Mrb-Home: " + home +
+        b"\r\nX-Mrb-Call: [0-9a-f]{32}\r\n"
+        b"Content-Type: text/plain\r\nContent-Length: 18\r\nConnection: close\r\n\r\nmemory.list my bot",
+        command)
 
 
 @pytest.mark.smoke

@@ -156,7 +156,8 @@ def test_only_messages_are_passed_on(mb, head, body, told):
         lines = mb.run("mcp", stdin=messages).stdout.splitlines()
     message = next(request for request in peer.requests if request.startswith(b"POST /mcp"))
     names = [line.split(b":")[0] for line in message.partition(b"\r\n\r\n")[0].split(b"\r\n")[1:]]
-    assert names == [b"Host", b"Content-Type", b"Content-Length", b"X-Mrb-Cwd", b"Mcp-Session-Id", b"Connection"]
+    assert names == [b"Host", b"Content-Type", b"Content-Length", b"X-Mrb-Cwd", b"X-Mrb-Folder",
+                     b"X-Mrb-Home", b"Mcp-Session-Id", b"X-Mrb-Call", b"Connection"]
     if told is None:
         assert lines == []
     elif isinstance(told, dict):  # a server that answers a notification is its client's business

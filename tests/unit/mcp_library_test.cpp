@@ -33,7 +33,7 @@ class LibraryTest : public testing::Test {
     const std::string body =
         mcp_.answer({R"({"jsonrpc":"2.0","id":1,"method":")" + std::string(method) +
                          R"(","params":)" + std::string(params) + "}",
-                     trusted_, "/w"})
+                     trusted_, CallerFolder::known("/w")})
             .body;
     const auto document = JsonDocument::scan(body);
     if (!document) return "NO JSON " + body;

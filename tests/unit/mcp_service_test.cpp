@@ -25,7 +25,7 @@ class FakeBridge : public server::InterpreterBridge {
     if (command == "throw") throw std::runtime_error("broken");
     answer = !reply.empty() ? reply
                             : std::string(bot) + "|" + std::string(command) + "|" +
-                                  server::CurrentCallSettings().working_directory;
+                                  server::CurrentCallSettings().folder.path;
   }
   std::atomic<int> calls = 0;
   std::string reply;
@@ -34,7 +34,7 @@ class FakeBridge : public server::InterpreterBridge {
 class McpTest : public testing::Test {
  protected:
   server::JsonRpcAnswer post(std::string_view body) {
-    return mcp_.answer({body, trusted_, "/w", session_, version_});
+    return mcp_.answer({body, trusted_, CallerFolder::known("/w"), session_, version_});
   }
   std::string ask(std::string_view body) { return post(body).body; }
 
@@ -273,12 +273,13 @@ TEST_F(McpTest, AgentsTalkWithEachOther) {
     const std::string body =
         Message("tools/call", R"(,"params":{"name":")" + std::string(tool) + R"(","arguments":)" +
                                   std::string(arguments) + "}");
-    const std::string answer = mcp.answer({body, true, "/w", session}).body;
+    const std::string answer = mcp.answer({body, true, CallerFolder::known("/w"), session}).body;
     const auto document = JsonDocument::scan(answer);
     return document->root().find("result").find("content").elements().at(0).find("text").text();
   };
   const std::string name = Message("initialize", R"(,"params":{"clientInfo":{"name":"coder"}})");
-  for (const char* session : {"a", "b"}) (void)mcp.answer({name, true, "/w", session});
+  for (const char* session : {"a", "b"})
+    (void)mcp.answer({name, true, CallerFolder::known("/w"), session});
   EXPECT_EQ(as("a", "chat.say", R"({"text":"who is there?"})"), "posted");
   EXPECT_EQ(
       as("b", "chat.read", "{}"),

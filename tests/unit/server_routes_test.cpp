@@ -17,7 +17,7 @@ class EchoBridge final : public InterpreterBridge {
   void execute(std::string_view bot, std::string_view command, std::string& answer) override {
     if (command == "throw") throw std::bad_alloc();
     const CallSettings& settings = CurrentCallSettings();
-    answer.append(bot).append("|").append(command).append("|").append(settings.working_directory);
+    answer.append(bot).append("|").append(command).append("|").append(settings.folder.path);
     answer += settings.terminal ? "|tty" : "|";
   }
 };
@@ -71,7 +71,7 @@ TEST_F(RoutesTest, ExecutesConsoleCommands) {
       R"({"ok":true,"bot":"cli","out":"cli|a b|/w d|tty"})");
   EXPECT_EQ(ask("POST /console/exec?bot=cli", ">>x", "X-Mrb-Tty: 11\r\n").body,
             R"({"ok":true,"bot":"cli","out":"cli|>x||"})");
-  EXPECT_TRUE(CurrentCallSettings().working_directory.empty());
+  EXPECT_TRUE(CurrentCallSettings().folder == CallerFolder());
   for (const char* empty : {"", "\r\n", ">", ">\n"}) {
     EXPECT_EQ(ask("POST /console/exec?bot=cli", empty).body,
               R"({"ok":false,"error":"bot and command required"})");
@@ -160,9 +160,9 @@ TEST_F(RoutesTest, PassesJsonRpcOn) {
     EXPECT_EQ(ask(std::string("POST ") + path, "{}", "", "page").status, "403 Forbidden");
   }
   options_.json_rpc = [](const JsonRpcCall& call) {
-    return JsonRpcAnswer{.status = "202 Accepted",
-                         .body = std::string(call.body) + (call.trusted ? "+" : "-") +
-                                 std::string(call.working_directory)};
+    return JsonRpcAnswer{
+        .status = "202 Accepted",
+        .body = std::string(call.body) + (call.trusted ? "+" : "-") + call.folder.path};
   };
   EXPECT_EQ(ask("POST /rpc", "b", "X-Mrb-Cwd: /w\r\n").body, "b+/w");
   EXPECT_EQ(ask("POST /rpc", "b", "", "outside").body, "b-");

@@ -16,8 +16,9 @@ namespace {
 class AskTest : public test::ServiceFixture {
  protected:
   std::string query(const std::string& expression, const std::string& options = "") {
-    return service_->query({.author = "ann", .working_directory = root_, .registers = registers_},
-                           expression, options);
+    return service_->query(
+        {.author = "ann", .folder = CallerFolder::known(root_), .registers = registers_},
+        expression, options);
   }
 
   /// The paths of a query's lines, with blanks between them; any other answer as it is.

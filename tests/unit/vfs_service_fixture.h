@@ -57,7 +57,7 @@ class ServiceFixture : public testing::Test {
     const std::size_t colon = line.find(':');
     const std::size_t blank = std::min(line.find(' '), line.size());
     return service_->execute(
-        {.author = author, .working_directory = root_, .registers = registers_},
+        {.author = author, .folder = CallerFolder::known(root_), .registers = registers_},
         line.substr(0, colon), line.substr(colon + 1, blank - colon - 1),
         line.substr(std::min(blank + 1, line.size())));
   }

@@ -196,7 +196,7 @@ TEST_F(VfsServiceTest, ASecondOneOfARootFollowsOnly) {
   std::string told;
   options.print = [&](std::string_view text) { told += text; };
   VfsService second(options);
-  const VfsCall call{.author = "eve", .working_directory = root_};
+  const VfsCall call{.author = "eve", .folder = CallerFolder::known(root_)};
   EXPECT_EQ(second.execute(call, "fs", "cat", "f"), "one");
   EXPECT_NE(told.find("watcher owned by another Mirebolt process — read-only follower"),
             std::string::npos)

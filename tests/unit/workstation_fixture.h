@@ -74,7 +74,7 @@ class WorkstationTest : public testing::Test {
 
   std::string run(const std::string& name_space, const std::string& verb,
                   const std::string& arguments) {
-    return files_->execute({"bob", tree()}, name_space, verb, arguments);
+    return files_->execute({"bob", CallerFolder::known(tree())}, name_space, verb, arguments);
   }
   void put(const std::string& path, const std::string& text) {
     run("fsmk", "file", "<path>" + path + "</path><content>" + text + "</content>");

@@ -11,10 +11,12 @@
 #include "common/text.h"
 #include "common/version.h"
 #include "front/client/answer_reader.h"
+#include "front/client/caller.h"
 #include "platform/console.h"
 #include "platform/paths.h"
 #include "platform/process.h"
 #include "platform/sockets.h"
+#include "server/http/call_table.h"
 #include "server/http/loopback_request.h"
 
 namespace mrb::front {
@@ -29,9 +31,9 @@ constexpr Milliseconds kShutdownTimeout{1500};
 constexpr Milliseconds kExecTimeout{4000};
 constexpr Milliseconds kPollInterval{100};
 constexpr int kOkStatus = 200;
+constexpr int kUnavailableStatus = 503;
 constexpr int kStartProbes = 80;
 constexpr int kQuietProbes = 60;
-constexpr std::size_t kMaxFolder = 260;
 // A probe answer is some 60 bytes; whatever sends more than this is not our resident.
 constexpr std::size_t kMaxProbeAnswer = 65536;
 
@@ -74,37 +76,53 @@ HttpAnswer ReadAnswerUntil(Socket& socket, Clock::time_point deadline) {
   return answer;
 }
 
-/// Reads until the answer is whole or the peer closes or fails; whether anything came. A silent
-/// open connection is waited for: the command runs.
-bool ReadSlowAnswer(Socket& socket, HttpAnswer& answer) {
+/// How far an answer came.
+enum class Came { kNothing, kPart, kAll };
+
+/// Reads until the answer is whole or the peer closes or fails. A silent open connection is waited
+/// for, as the command runs; one that fell silent half way only while somebody listens there.
+Came ReadSlowAnswer(Socket& socket, std::int32_t port, HttpAnswer& answer) {
   std::vector<char> chunk(std::size_t{1} << 18U);  // an answer may be megabytes of lines
   bool told = !platform::StderrIsConsole();
   bool any = false;
   while (!answer.complete()) {
     const auto received = socket.receive(chunk.data(), chunk.size());
     if (!received && received.error().kind == ErrorKind::kTimedOut) {
+      if (any && ProbeResident(port).result == ProbeResult::NoListener) return Came::kPart;
       if (!std::exchange(told, true)) {
         platform::WriteStderr("Mirebolt: still running, waiting for the answer\n");
       }
       continue;
     }
-    if (!received || *received == 0) return any;
+    if (!received || *received == 0) {
+      if (!any) return Came::kNothing;
+      return answer.end() ? Came::kAll : Came::kPart;
+    }
     any = true;
     if (const Status taken = answer.feed({chunk.data(), *received}); !taken) {
       platform::WriteStderr("Mirebolt: " + taken.error().text + "\n");
-      return true;
+      return Came::kAll;
     }
   }
-  return true;
+  return Came::kAll;
 }
 
-bool PrintExec(std::int32_t port, std::string_view line) {
+/// What became of a call whose connection ended without an answer.
+Delivery Unanswered(const Target& target, std::string_view call) {
+  const auto begun = server::WasBegun(platform::SystemFiles(), target.call_table, call);
+  return begun && !*begun ? Delivery::kNotDelivered : Delivery::kLost;
+}
+
+Delivery PrintExec(const Target& target, std::string_view line) {
   AnswerPrinter printer;
-  if (!PostConsoleExec(port, line, [&](std::string_view piece) { printer.print(piece); })) {
-    return false;
-  }
+  const Delivery delivery =
+      PostConsoleExec(target, line, [&](std::string_view piece) { printer.print(piece); });
   printer.finish();
-  return true;
+  if (delivery == Delivery::kLost) {
+    platform::WriteStderr(
+        "Mirebolt: the resident went away while the command ran; it may have run\n");
+  }
+  return delivery;
 }
 
 bool WaitFor(std::int32_t port, ProbeResult wanted, int probes) {
@@ -167,49 +185,59 @@ bool ShutdownResident(std::int32_t port) {
   }
   const HttpAnswer answer = ReadAnswerUntil(*socket, Clock::now() + kShutdownTimeout);
   socket.reset();
-  return answer.status() == kOkStatus && WaitFor(port, ProbeResult::NoListener, kQuietProbes);
+  return answer.status() == kOkStatus && AwaitQuiet(port);
 }
 
-bool PostConsoleExec(std::int32_t port, std::string_view command_line,
-                     const std::function<void(std::string_view)>& answer) {
-  auto socket = Open(port, kExecTimeout);
-  if (!socket) return false;
+bool AwaitQuiet(std::int32_t port) {
+  return WaitFor(port, ProbeResult::NoListener, kQuietProbes);
+}
+
+Delivery PostConsoleExec(const Target& target, std::string_view command_line,
+                         const std::function<void(std::string_view)>& answer) {
+  auto socket = Open(target.port, kExecTimeout);
+  if (!socket) return Delivery::kNotDelivered;
+  const std::string call = NewCallId();
   std::string request = "POST /console/exec?bot=cli HTTP/1.1\r\nHost: 127.0.0.1\r\n";
-  request += FolderHeader();
+  request += CallerHeaders(target.named_home) + CallHeader(call);
   if (platform::StdoutIsConsole()) request += "X-Mrb-Tty: 1\r\n";
   request += "Content-Type: text/plain\r\nContent-Length: " + std::to_string(command_line.size()) +
              "\r\nConnection: close\r\n\r\n";
   request += command_line;
-  if (!socket->send_all(request)) return false;
+  if (!socket->send_all(request)) return Unanswered(target, call);
   AnswerReader reader(answer);
-  HttpAnswer http([&reader](std::string_view piece) { reader.feed(piece); });
-  if (!ReadSlowAnswer(*socket, http)) return false;
+  std::string refusal;
+  HttpAnswer http([&](std::string_view piece) {
+    if (http.status() == kUnavailableStatus) {
+      refusal += piece;
+    } else {
+      reader.feed(piece);
+    }
+  });
+  const Came came = ReadSlowAnswer(*socket, target.port, http);
+  if (came == Came::kNothing) return Unanswered(target, call);
+  if (refusal.find(server::kGoingDown) != std::string::npos) return Delivery::kGoingDown;
+  reader.feed(refusal);
   reader.finish();
-  return true;
+  return came == Came::kAll ? Delivery::kAnswered : Delivery::kLost;
 }
 
-std::string FolderHeader() {
-  const std::string folder = platform::CurrentDirectory();
-  const bool has_line_end = folder.find_first_of("\r\n") != std::string::npos;
-  if (folder.empty() || folder.size() >= kMaxFolder || has_line_end) return {};
-  return "X-Mrb-Cwd: " + folder + "\r\n";
-}
-
-bool ExecViaResident(std::int32_t port, std::string_view command_line, StdinLines& lines) {
-  if (!command_line.empty()) return PrintExec(port, command_line);
+Delivery ExecViaResident(const Target& target, std::string_view command_line, StdinLines& lines) {
+  if (!command_line.empty()) return PrintExec(target, command_line);
   bool delivered_any = false;
   while (auto line = lines.next()) {
-    if (!PrintExec(port, *line)) {
-      if (delivered_any) {
-        platform::WriteStderr("Mirebolt: the resident went away; not delivered: " + *line + "\n");
-      } else {
-        lines.put_back(std::move(*line));
-      }
-      return delivered_any;
+    const Delivery delivery = PrintExec(target, *line);
+    if (delivery == Delivery::kLost) return delivery;
+    if (delivery == Delivery::kNotDelivered && delivered_any) {
+      platform::WriteStderr("Mirebolt: the resident went away; not delivered: " + *line + "\n");
+      return Delivery::kAnswered;
+    }
+    if (delivery != Delivery::kAnswered) {
+      lines.put_back(std::move(*line));
+      return delivery;
     }
     delivered_any = true;
   }
-  return true;
+  return Delivery::kAnswered;
 }
 
 }  // namespace mrb::front

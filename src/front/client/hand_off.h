@@ -39,21 +39,35 @@ struct ResidentStart {
 /// Asks the resident to end; true once the port has gone quiet (some 6 s at most).
 [[nodiscard]] bool ShutdownResident(std::int32_t port);
 
-/// Has the resident run one command line and gives the answer out in pieces, as it comes. False
-/// when it was certainly not delivered: no connection, or one that ended before a byte of answer.
-/// An answer that is slow is waited for, with a note on a console's standard error, so that no
-/// command ever runs twice.
-[[nodiscard]] bool PostConsoleExec(std::int32_t port, std::string_view command_line,
-                                   const std::function<void(std::string_view)>& answer);
+/// The resident that a client speaks to.
+struct Target {
+  std::int32_t port = 0;
+  std::string named_home;  ///< the data home that the user named; empty: any
+  std::string call_table;  ///< the path of the port's table of calls
+};
 
-/// The X-Mrb-Cwd header line with its line end; empty when a header cannot tell the working
-/// directory.
-[[nodiscard]] std::string FolderHeader();
+/// What became of a command line that was handed over.
+enum class Delivery {
+  kAnswered,
+  kNotDelivered,  ///< certainly not begun, and may be run elsewhere
+  kGoingDown,     ///< the same: the resident is ending, and said so
+  kLost,          ///< it was begun, and nobody will answer it any more: never to be repeated
+};
+
+/// Has the resident run one command line, once, and gives the answer out in pieces, as it comes. An
+/// answer that is slow is waited for, with a note on a console's standard error. Where a connection
+/// ends without an answer, the resident's table of calls tells whether the line was begun; where an
+/// answer ends half way, what came was given out.
+[[nodiscard]] Delivery PostConsoleExec(const Target& target, std::string_view command_line,
+                                       const std::function<void(std::string_view)>& answer);
+
+/// True once nothing listens on the port any more, as when a resident ends (some 6 s at most).
+[[nodiscard]] bool AwaitQuiet(std::int32_t port);
 
 /// Delivers a command line, or every line of standard input when it is empty, and prints the
-/// answers. False when nothing was delivered; a line of standard input that was not is put back
-/// into `lines`.
-[[nodiscard]] bool ExecViaResident(std::int32_t port, std::string_view command_line,
-                                   StdinLines& lines);
+/// answers; a lost one is told on standard error. A line of standard input that was not delivered
+/// is put back into `lines` when the resident is ending, or when it is the first.
+[[nodiscard]] Delivery ExecViaResident(const Target& target, std::string_view command_line,
+                                       StdinLines& lines);
 
 }  // namespace mrb::front

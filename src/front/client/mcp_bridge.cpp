@@ -6,10 +6,12 @@
 #include <utility>
 
 #include "common/json_scan.h"
+#include "front/client/caller.h"
 #include "front/client/mcp_stdio.h"
 #include "mcp/messages.h"
 #include "mcp/sessions.h"
 #include "platform/sockets.h"
+#include "server/http/call_table.h"
 #include "server/http/loopback_request.h"
 
 namespace mrb::front {
@@ -38,14 +40,26 @@ std::string RefusalText(std::string_view body) {
 
 class Relay {
  public:
-  Relay(std::int32_t port, const ResidentStart& start)
-      : port_(port),
+  Relay(const Target& target, const ResidentStart& start)
+      : target_(target),
         start_(start),
-        headers_(FolderHeader() + "Mcp-Session-Id: " + mcp::Sessions::new_id() + "\r\n") {}
+        headers_(CallerHeaders(target.named_home) + "Mcp-Session-Id: " + mcp::Sessions::new_id() +
+                 "\r\n") {}
 
   std::string answer(std::string_view message) {
-    auto answer = ask(message);
-    if (!answer && answer.error().kind != ErrorKind::kCorrupt && bring_up()) answer = ask(message);
+    std::string call = NewCallId();
+    auto answer = ask(message, call);
+    const bool going_down = answer && IsGoingDown(*answer);
+    if (going_down) static_cast<void>(AwaitQuiet(target_.port));
+    if (!answer && !may_repeat(message, call)) {
+      return Failure(message,
+                     "the resident went away while the call ran; it may have run, and is not "
+                     "repeated");
+    }
+    if ((!answer || going_down) && bring_up()) {
+      call = NewCallId();
+      answer = ask(message, call);
+    }
     if (!answer) return Failure(message, "the resident does not answer");
     if (answer->status == kOk || answer->status == kAccepted) {
       if (answer->body.empty()) return {};
@@ -60,6 +74,7 @@ class Relay {
  private:
   static constexpr int kOk = 200;
   static constexpr int kAccepted = 202;
+  static constexpr int kUnavailable = 503;
 
   /// Line ends stand between the values of a JSON text, never within; here they would end a
   /// message.
@@ -69,15 +84,31 @@ class Relay {
     return body;
   }
 
-  Result<server::LoopbackAnswer> ask(std::string_view message) {
-    auto connection = server::ConnectToPort(port_, platform::Milliseconds{0});
+  static bool IsGoingDown(const server::LoopbackAnswer& answer) {
+    return answer.status == kUnavailable &&
+           answer.body.find(server::kGoingDown) != std::string::npos;
+  }
+
+  /// Whether a message whose answer did not come may be sent again: one that changes nothing, or
+  /// that was never begun.
+  [[nodiscard]] bool may_repeat(std::string_view message, const std::string& call) const {
+    const auto document = JsonDocument::scan(message);
+    const std::string method = document ? document->root().find("method").text() : std::string();
+    if (method == "ping" || method == "initialize" || method.ends_with("/list")) return true;
+    const auto begun = server::WasBegun(platform::SystemFiles(), target_.call_table, call);
+    return begun && !*begun;
+  }
+
+  Result<server::LoopbackAnswer> ask(std::string_view message, const std::string& call) {
+    auto connection = server::ConnectToPort(target_.port, platform::Milliseconds{0});
     if (!connection) return std::unexpected(std::move(connection.error()));
     if (!is_resident(connection->server)) {
       return Fail(ErrorKind::kUnavailable, "the port is held by somebody else");
     }
+    const std::string headers = headers_ + CallHeader(call);
     return server::Exchange(connection->socket, {.method_and_target = "POST /mcp",
                                                  .type = "application/json",
-                                                 .headers = headers_,
+                                                 .headers = headers,
                                                  .body = message});
   }
 
@@ -86,7 +117,7 @@ class Relay {
     if (!server::IsOwnListener(server)) return false;
     const std::scoped_lock lock(mutex_);
     if (server.listener != 0 && server.listener == resident_) return true;
-    const Probe probe = ProbeResident(port_);
+    const Probe probe = ProbeResident(target_.port);
     if (probe.result != ProbeResult::Current || probe.listener != server.listener) return false;
     resident_ = probe.listener;
     return true;
@@ -95,10 +126,10 @@ class Relay {
   /// One at a time: those who come second find the resident up.
   bool bring_up() {
     const std::scoped_lock lock(mutex_);
-    return EnsureResident(port_, start_);
+    return EnsureResident(target_.port, start_);
   }
 
-  const std::int32_t port_;
+  const Target& target_;
   const ResidentStart& start_;
   const std::string headers_;
   std::mutex mutex_;
@@ -107,9 +138,9 @@ class Relay {
 
 }  // namespace
 
-int McpBridge(std::int32_t port, const ResidentStart& start) {
+int McpBridge(const Target& target, const ResidentStart& start) {
   if (!platform::StartSockets()) return 1;
-  Relay relay(port, start);
+  Relay relay(target, start);
   McpStdio([&relay](const std::string& message) { return relay.answer(message); }).serve();
   return 0;
 }

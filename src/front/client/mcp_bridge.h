@@ -12,6 +12,6 @@ namespace mrb::front {
 /// delivered, whose answer was cut off, refused or is no JSON, is answered with a JSON-RPC error
 /// under its own id, so that no client waits for ever and no message runs twice. Returns the exit
 /// status.
-[[nodiscard]] int McpBridge(std::int32_t port, const ResidentStart& start);
+[[nodiscard]] int McpBridge(const Target& target, const ResidentStart& start);
 
 }  // namespace mrb::front

@@ -40,10 +40,8 @@ std::string NotInThisBuild(std::string_view verb) {
 }
 
 vfs::VfsCall CallOf(const Engine& engine) {
-  // The caller's folder; a command that runs in the caller's own process has no other.
-  const std::string& folder = server::CurrentCallSettings().working_directory;
   return {.author = engine.services->authors->author_of(engine.bot),
-          .working_directory = platform::AbsolutePath(folder.empty() ? "." : folder),
+          .folder = server::CurrentCallSettings().folder,
           .registers = engine.services->registers->of(engine.bot)};
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -42,6 +43,8 @@ struct Services {
   /// Told of the begin (true) and end (false) of each handler call, by a name like "fs.cat"; may be
   /// empty. Called on the caller's thread.
   std::function<void(std::string_view span, bool begin)> trace;
+  /// Becomes true when running shell commands are to end; null: never.
+  const std::atomic<bool>* ending = nullptr;
 };
 
 /// The context in which one bot's commands run; handed to every handler. Cheap to make per call.

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/caller_folder.h"
 #include "common/command_register.h"
 #include "memory/context/memory_change.h"
 #include "memory/embedding/embedder.h"
@@ -29,7 +30,7 @@ struct MemoryOptions {
   std::function<std::uint64_t()> now;     ///< seconds since 1970-01-01 00:00 UTC; any thread
 
   /// The folder that the calling thread's caller is in; relative paths start there. May be empty.
-  std::function<std::string()> working_directory = {};
+  std::function<CallerFolder()> folder = {};
 
   /// Told, on the calling thread, how a long work proceeds, a line at a time. May be empty.
   std::function<void(const std::string&)> progress = {};

@@ -56,9 +56,11 @@ const VerbRow* FindVerb(std::string_view verb) {
   return row == rows.end() ? nullptr : &*row;
 }
 
-std::string VerbCall::full_path(std::string_view path) const {
-  const bool relative = !platform::IsAbsolutePath(path) && options.working_directory;
-  return relative ? platform::JoinPath(options.working_directory(), path) : std::string(path);
+Result<std::string> VerbCall::full_path(std::string_view path) const {
+  if (platform::IsAbsolutePath(path)) return std::string(path);
+  const CallerFolder folder = options.folder ? options.folder() : CallerFolder();
+  if (folder.is_known()) return platform::JoinPath(folder.path, path);
+  return Fail(ErrorKind::kInvalidArgument, std::string(folder.objection()));
 }
 
 void VerbCall::progress(const std::string& text) const {

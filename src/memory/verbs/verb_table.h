@@ -38,7 +38,7 @@ struct VerbCall {
   [[nodiscard]] std::uint64_t now() const { return options.now(); }
 
   /// A path that the caller named, seen from the caller's folder.
-  [[nodiscard]] std::string full_path(std::string_view path) const;
+  [[nodiscard]] Result<std::string> full_path(std::string_view path) const;
 
   /// What changes memos of the contexts; for this call.
   [[nodiscard]] MemoryWriter writer() const { return {contexts, options.embedder, options.now}; }

@@ -98,7 +98,9 @@ std::string RunExport(const VerbCall& call) {
   const std::string context(fields[1]);
   const auto access = call.contexts.read(context);
   if (!access) return ErrorAnswer(access.error().text);
-  std::string to = call.full_path(fields[2]);
+  const auto full = call.full_path(fields[2]);
+  if (!full) return ErrorAnswer(full.error().text);
+  std::string to = *full;
   const auto there = call.options.files->status(to);
   if (there && there->type == platform::FileStatus::Type::kDirectory) {
     to = platform::JoinPath(to, context + ".mrb4");
@@ -116,7 +118,9 @@ std::string RunImport(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
   if (fields.size() < 3 || fields[2].empty()) return UsageError(call);
   if (const Status good = CheckContextId(fields[1]); !good) return ErrorAnswer(good.error().text);
-  const std::string path = call.full_path(fields[2]);
+  const auto full = call.full_path(fields[2]);
+  if (!full) return ErrorAnswer(full.error().text);
+  const std::string& path = *full;
   const auto there = call.options.files->status(path);
   if (!there || there->type == platform::FileStatus::Type::kDirectory) {
     return ErrorAnswer("no such file: " + path);

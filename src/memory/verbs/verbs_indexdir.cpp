@@ -91,7 +91,9 @@ std::string RunIndexDir(const VerbCall& call) {
   const auto fields = SplitFields(call.rest, 3);
   if (fields.size() < 3) return UsageError(call);
   const std::string context(fields[1]);
-  const std::string folder = call.full_path(fields[2]);
+  const auto full = call.full_path(fields[2]);
+  if (!full) return ErrorAnswer(full.error().text);
+  const std::string& folder = *full;
   const auto status = call.options.files->status(folder);
   if (fields[2].empty() || !status || status->type != platform::FileStatus::Type::kDirectory) {
     return ErrorAnswer("no such directory: " + folder);

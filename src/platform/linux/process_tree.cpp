@@ -9,12 +9,11 @@
 #include <charconv>
 #include <chrono>
 #include <csignal>
-#include <cstdio>
 #include <memory>
-#include <random>
 #include <thread>
 #include <vector>
 
+#include "common/random_text.h"
 #include "common/text.h"
 #include "platform/posix/descriptor.h"
 
@@ -101,15 +100,8 @@ std::vector<pid_t> Members(pid_t root, const std::string& mark) {
 }  // namespace
 
 std::string NewTreeMark() {
-  std::random_device random;
-  std::string mark(kTreeVariable);
-  mark += '=';
-  for (int i = 0; i < 4; ++i) {
-    std::array<char, 9> digits{};
-    std::snprintf(digits.data(), digits.size(), "%08x", random());
-    mark += digits.data();
-  }
-  return mark;
+  constexpr std::size_t kDigits = 32;
+  return std::string(kTreeVariable) + "=" + RandomText(kHexDigits, kDigits);
 }
 
 bool EndProcessTree(pid_t root, const std::string& mark) {

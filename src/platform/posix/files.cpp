@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 
 #include "platform/posix/descriptor.h"
 #include "platform/posix/file_status.h"
@@ -177,6 +179,13 @@ class PosixFiles final : public FileSystem {
 };
 
 }  // namespace
+
+Result<std::string> CanonicalPath(const std::string& path) {
+  const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
+                                                         &std::free);
+  if (real == nullptr) return FailErrno("find", path);
+  return std::string(real.get());
+}
 
 FileSystem& SystemFiles() {
   static PosixFiles files;

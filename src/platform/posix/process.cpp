@@ -70,6 +70,11 @@ std::string DefaultDataHome() {
   return home.empty() ? std::string() : JoinPath(home, ".local/share/mirebolt");
 }
 
+std::string SharedStateFolder(const std::string& data_home) {
+  std::string folder = RuntimeFolder();
+  return folder.empty() ? data_home : folder;
+}
+
 std::string AbsolutePath(const std::string& path) {
   return path.starts_with('/') ? path : JoinPath(CurrentDirectory(), path);
 }

@@ -22,17 +22,22 @@ using std::chrono::milliseconds;
 /// How long a wait without the child's descriptor may last before the child is looked at again.
 constexpr milliseconds kLookAgain{10};
 
+/// How long it may take until a command is ended that is told to stop.
+constexpr milliseconds kStopLook{50};
+
 class Run {
  public:
   Run(Descriptor pipe, ChildProcess& child, std::size_t limit)
       : pipe_(std::move(pipe)), child_(child), child_end_(child.watch_end()), limit_(limit) {}
 
   /// Collects output until the child has ended (true) or the time is over.
-  bool until_ended(milliseconds time) {
+  bool until_ended(milliseconds time, const std::atomic<bool>* stop = nullptr) {
     const auto deadline = Clock::now() + time;
     for (;;) {
+      if (stop != nullptr && *stop) return false;
       if (child_.has_ended()) return true;
-      if (!step(deadline, child_end_.get())) return false;
+      const auto until = stop == nullptr ? deadline : std::min(deadline, Clock::now() + kStopLook);
+      if (!step(until, child_end_.get()) && Clock::now() >= deadline) return false;
     }
   }
 
@@ -98,8 +103,9 @@ Result<ShellOutcome> RunShellCommand(const std::string& command, const std::stri
   }
   write_end.reset(-1);  // or the pipe would never end
   Run run(std::move(read_end), **child, limits.output);
-  if (!run.until_ended(limits.run)) {
-    run.outcome.killed = true;
+  if (!run.until_ended(limits.run, limits.stop)) {
+    run.outcome.stopped = limits.stop != nullptr && *limits.stop;
+    run.outcome.killed = !run.outcome.stopped;
     (*child)->end_tree();
     if (!run.until_ended(limits.end)) return std::move(run.outcome);
   }

@@ -4,6 +4,7 @@
 
 #include "platform/windows/access_list.h"
 #include "platform/windows/file_status.h"
+#include "platform/windows/handle.h"
 #include "platform/windows/open_file.h"
 #include "platform/windows/rename.h"
 #include "platform/windows/system_error.h"
@@ -159,6 +160,23 @@ class WindowsFiles final : public FileSystem {
 };
 
 }  // namespace
+
+// https://learn.microsoft.com/windows/win32/api/fileapi/nf-fileapi-getfinalpathnamebyhandlew: the
+// name begins with \\?\ or, on a share, with \\?\UNC\, which people do not write.
+Result<std::string> CanonicalPath(const std::string& path) {
+  constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  const Handle file(::CreateFileW(WidePath(path).c_str(), FILE_READ_ATTRIBUTES, kShare, nullptr,
+                                  OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  if (!file) return FailLastError("find", path);
+  std::wstring name(32768, L'\0');
+  const DWORD length = ::GetFinalPathNameByHandleW(
+      file.get(), name.data(), static_cast<DWORD>(name.size()), FILE_NAME_NORMALIZED);
+  if (length == 0 || length >= name.size()) return FailLastError("name", path);
+  std::string real = Narrow(std::wstring_view(name).substr(0, length));
+  if (real.starts_with(R"(\\?\UNC\)")) return R"(\\)" + real.substr(8);
+  if (real.starts_with(R"(\\?\)")) return real.substr(4);
+  return real;
+}
 
 FileSystem& SystemFiles() {
   static WindowsFiles files;

@@ -68,6 +68,11 @@ std::string RuntimeFolder() {
   return MakeDirectories(SystemFiles(), folder) ? folder : std::string();
 }
 
+// Not the runtime folder: that is the one for temporary files, which callers point elsewhere.
+std::string SharedStateFolder(const std::string& data_home) {
+  return data_home;
+}
+
 std::string DefaultDataHome() {
   const std::string shared = EnvironmentVariable("ProgramData").value_or("");
   if (shared.empty()) return shared;

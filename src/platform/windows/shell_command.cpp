@@ -25,6 +25,9 @@ using Clock = std::chrono::steady_clock;
 
 constexpr DWORD kPipeBuffer = 65536;
 
+/// How long it may take until a command is ended that is told to stop.
+constexpr milliseconds kStopLook{50};
+
 struct Pipe {
   Handle read_end;   // overlapped
   Handle write_end;  // inheritable
@@ -77,11 +80,13 @@ class Run {
     ::GetOverlappedResult(pipe_.get(), &operation_, &got, TRUE);
   }
 
-  bool until_ended(milliseconds time) {
+  bool until_ended(milliseconds time, const std::atomic<bool>* stop = nullptr) {
     const auto deadline = Clock::now() + time;
     for (;;) {
+      if (stop != nullptr && *stop) return false;
       if (::WaitForSingleObject(process_, 0) == WAIT_OBJECT_0) return true;
-      if (!step(deadline, process_)) return false;
+      const auto until = stop == nullptr ? deadline : std::min(deadline, Clock::now() + kStopLook);
+      if (!step(until, process_) && Clock::now() >= deadline) return false;
     }
   }
 
@@ -160,8 +165,9 @@ Result<ShellOutcome> RunShellCommand(const std::string& command, const std::stri
   pipe->write_end.reset(nullptr);  // or the pipe would never end
   input.reset(nullptr);
   Run run(std::move(pipe->read_end), (*child)->process(), limits.output);
-  if (!run.until_ended(limits.run)) {
-    run.outcome.killed = true;
+  if (!run.until_ended(limits.run, limits.stop)) {
+    run.outcome.stopped = limits.stop != nullptr && *limits.stop;
+    run.outcome.killed = !run.outcome.stopped;
     (*child)->end_tree();
     if (!run.until_ended(limits.end)) return std::move(run.outcome);
   }

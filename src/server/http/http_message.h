@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -31,6 +32,7 @@ inline constexpr std::string_view kUnauthorized = "401 Unauthorized";
 inline constexpr std::string_view kForbidden = "403 Forbidden";
 inline constexpr std::string_view kNotFound = "404 Not Found";
 inline constexpr std::string_view kMethodNotAllowed = "405 Method Not Allowed";
+inline constexpr std::string_view kConflict = "409 Conflict";
 inline constexpr std::string_view kLengthRequired = "411 Length Required";
 inline constexpr std::string_view kPayloadTooLarge = "413 Payload Too Large";
 inline constexpr std::string_view kServerError = "500 Internal Server Error";
@@ -48,8 +50,9 @@ struct Response {
   std::string_view status = kOk;
   std::string_view type = kJson;
   std::string body;
-  std::string headers;          ///< further header lines, each led in by "\r\n"
-  bool close_resident = false;  ///< once this answer is out, the process is asked to end
+  std::string headers;                     ///< further header lines, each led in by "\r\n"
+  bool close_resident = false;             ///< once this answer is out, the process is asked to end
+  std::shared_ptr<const void> until_sent;  ///< what lasts until the answer is out; may be null
 };
 
 /// {"ok":false,"error":"<message>"} under the given status.

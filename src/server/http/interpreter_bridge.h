@@ -3,6 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "common/caller_folder.h"
+
 namespace mrb::server {
 
 /// How the routes run commands. Implemented by the front end. Thread-safe: every connection calls
@@ -20,8 +22,8 @@ class InterpreterBridge {
 
 /// What a call through the bridge may know of its caller; a setting of the calling thread.
 struct CallSettings {
-  std::string working_directory;  ///< the caller's, unchecked; empty when it did not say
-  bool terminal = false;          ///< the caller's output is a console
+  CallerFolder folder = {};
+  bool terminal = false;  ///< the caller's output is a console
 };
 
 /// The present thread's settings: empty outside a ScopedCallSettings.

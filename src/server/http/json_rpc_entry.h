@@ -4,13 +4,15 @@
 #include <string>
 #include <string_view>
 
+#include "common/caller_folder.h"
+
 namespace mrb::server {
 
 /// One request to POST "/", "/rpc" or "/mcp". The views last for the call.
 struct JsonRpcCall {
   std::string_view body;
   bool trusted = false;                    ///< may run what only the local user may
-  std::string_view working_directory;      ///< the caller's, unchecked; empty when it did not say
+  CallerFolder folder = {};                ///< where the caller is
   std::string_view session = {};           ///< the client's own id, if it sends one
   std::string_view protocol_version = {};  ///< the revision it says it speaks, if it does
 };

@@ -25,6 +25,9 @@ struct ResidentConnection {
 /// Whether a listener may be told what the user says: its program is the user's own.
 [[nodiscard]] bool IsOwnListener(const platform::ServerIdentity& server);
 
+/// The error of a 503 from a resident that is ending: nothing was done, and nothing will be.
+inline constexpr std::string_view kGoingDown = "the resident is going down; nothing was done";
+
 /// One request, as the resident's clients make them.
 struct LoopbackRequest {
   std::string_view method_and_target;  ///< "GET /health", the query encoded

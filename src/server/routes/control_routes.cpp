@@ -1,10 +1,14 @@
 #include "server/routes/control_routes.h"
 
+#include "common/answer.h"
 #include "common/json_writer.h"
 #include "common/text.h"
 #include "common/version.h"
 #include "platform/paths.h"
+#include "server/http/caller_headers.h"
 #include "server/http/interpreter_bridge.h"
+#include "server/http/loopback_request.h"
+#include "server/http/running_calls.h"
 #include "server/routes/console_tail.h"
 #include "server/routes/page_path.h"
 
@@ -45,6 +49,34 @@ std::string_view StripCommand(std::string_view text) {
   return text;
 }
 
+/// Whether two paths lead to one folder.
+bool IsSameFolder(const std::string& a, const std::string& b) {
+  if (a == b) return true;
+  const auto one = platform::CanonicalPath(a);
+  const auto other = platform::CanonicalPath(b);
+  return one && other && *one == *other;
+}
+
+/// Why a command may not run here: its caller expects another data home. Empty when it may.
+std::string HomeObjection(const Request& request, const Services& services) {
+  const std::string wanted = ReadExpectedHome(request);
+  const ServerOptions& options = services.options;
+  if (wanted.empty() || IsSameFolder(wanted, options.data_home)) return {};
+  return "the resident of port " + std::to_string(options.port) + " serves another data home (" +
+         options.data_home + "); name another --port";
+}
+
+/// Notes that a command begins. False when the resident is ending: nothing may be done then.
+bool BeginCall(const Request& request, const Services& services, Response& response) {
+  if (services.options.calls == nullptr) return true;
+  response.until_sent = services.options.calls->begin(request.header("x-mrb-call"));
+  return response.until_sent != nullptr;
+}
+
+Response GoingDown() {
+  return JsonFailure(kUnavailable, kGoingDown);
+}
+
 /// Whether every media range of an Accept header is an event stream.
 bool AcceptsOnlyEvents(std::string_view accept) {
   if (accept.empty()) return false;
@@ -83,15 +115,20 @@ Response AnswerConsoleExec(const Request& request, const Services& services) {
   if (services.options.bridge == nullptr) {
     return JsonFailure(kUnavailable, "interpreter bridge not wired");
   }
+  Response response;
+  if (!BeginCall(request, services, response)) return GoingDown();
   std::string answer;
-  {
+  if (const std::string objection = HomeObjection(request, services); !objection.empty()) {
+    answer = ErrorAnswer(objection);
+  } else {
     const ScopedCallSettings settings(
-        {std::string(request.header("x-mrb-cwd")), request.header("x-mrb-tty") == "1"});
+        {ReadCallerFolder(request), request.header("x-mrb-tty") == "1"});
     services.options.bridge->execute(bot, command, answer);
   }
   JsonWriter json(answer.size() + kEnvelope);
   json.begin_object().field("ok", true).field("bot", bot).field("out", answer).end_object();
-  return JsonAnswer(json.take());
+  response.body = json.take();
+  return response;
 }
 
 Response AnswerConsoleTail(const Request& request, const Services& services) {
@@ -117,19 +154,29 @@ Response AnswerInterp(const Request& request, const Services& services) {
   if (services.options.bridge == nullptr) {
     return PlainAnswer(kUnavailable, kPlain, "interpreter bridge not wired");
   }
-  std::string answer;
-  services.options.bridge->execute(WithDefault(request.param("bot"), "mcp"), command, answer);
-  return PlainAnswer(kOk, kPlainUtf8, std::move(answer));
+  Response response;
+  if (!BeginCall(request, services, response)) return GoingDown();
+  services.options.bridge->execute(WithDefault(request.param("bot"), "mcp"), command,
+                                   response.body);
+  response.type = kPlainUtf8;
+  return response;
 }
 
 Response AnswerJsonRpc(const Request& request, const Services& services) {
   if (!services.options.json_rpc) {
     return JsonFailure(kUnavailable, "MCP is not available in this build");
   }
+  Response response;
+  if (!BeginCall(request, services, response)) return GoingDown();
+  if (const std::string objection = HomeObjection(request, services); !objection.empty()) {
+    return JsonFailure(kConflict, objection);
+  }
   JsonRpcAnswer answer = services.options.json_rpc(
-      {request.body, request.trusted, request.header("x-mrb-cwd"), request.header("mcp-session-id"),
+      {request.body, request.trusted, ReadCallerFolder(request), request.header("mcp-session-id"),
        request.header("mcp-protocol-version")});
-  Response response = PlainAnswer(answer.status, answer.type, std::move(answer.body));
+  response.status = answer.status;
+  response.type = answer.type;
+  response.body = std::move(answer.body);
   if (!answer.session.empty()) response.headers = "\r\nMcp-Session-Id: " + answer.session;
   return response;
 }

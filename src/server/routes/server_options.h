@@ -19,6 +19,7 @@ namespace mrb::server {
 
 class ChatLayer;
 class InterpreterBridge;
+class RunningCalls;
 class SessionGate;
 class Terminals;
 struct Request;
@@ -29,6 +30,8 @@ struct ServerOptions {
   std::int32_t port = 9999;
   std::string executable_folder;  ///< where the pages are looked for
   std::string install_home;       ///< holds bots/, chatlogs/; made when missing
+  std::string data_home;          ///< the one served: callers that expect another are refused
+  RunningCalls* calls = nullptr;  ///< counts the commands; may be null. Outlives the server
   InterpreterBridge* bridge =
       nullptr;                ///< may be null: routes then answer 503. Outlives the server
   ChatLayer* chat = nullptr;  ///< may be null: messages are dropped. Outlives the server

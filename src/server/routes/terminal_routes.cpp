@@ -4,6 +4,7 @@
 
 #include "common/json_writer.h"
 #include "common/text.h"
+#include "server/http/caller_headers.h"
 #include "server/terminals/terminal_command.h"
 #include "server/terminals/terminal_json.h"
 #include "server/terminals/terminals.h"
@@ -72,7 +73,7 @@ Response AnswerTermOpen(const Request& request, const Services& services) {
     if (!saved) return JsonFailure(kNotFound, "no such host");
     command_line = std::move(*saved);
   }
-  const auto session = terminals.open(command_line, std::string(request.header("x-mrb-cwd")),
+  const auto session = terminals.open(command_line, ReadCallerFolder(request).path,
                                       NumberOf(request, "cols"), NumberOf(request, "rows"));
   if (!session) return JsonFailure(kServerError, "spawn failed");
   return Answer(OpenedJson(**session));

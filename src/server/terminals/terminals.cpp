@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <atomic>
 #include <optional>
-#include <random>
 #include <thread>
 #include <utility>
 
 #include "common/answer.h"
 #include "common/parallel.h"
+#include "common/random_text.h"
 #include "common/text.h"
 #include "platform/process.h"
 #include "server/terminals/terminal_command.h"
@@ -23,12 +23,8 @@ constexpr std::size_t kEndersAtOnce = 8;
 /// was given out before a restart does not come again.
 std::string NewId(std::uint64_t number) {
   constexpr std::string_view kDigits = "0123456789abcdefghijklmnopqrstuvwxyz";
-  constexpr int kRandomDigits = 6;
-  std::random_device random;
-  std::uniform_int_distribution<std::size_t> digit(0, kDigits.size() - 1);
-  std::string id = "t" + std::to_string(number) + "-";
-  for (int i = 0; i < kRandomDigits; ++i) id += kDigits[digit(random)];
-  return id;
+  constexpr std::size_t kRandomDigits = 6;
+  return "t" + std::to_string(number) + "-" + RandomText(kDigits, kRandomDigits);
 }
 
 /// The number in an id; nothing for what is none.

@@ -41,11 +41,6 @@ void SplitRequest(const VerbCall& call, Request& request) {
   }
 }
 
-std::optional<std::string> RootOf(const std::string& directory, const VfsCall& caller) {
-  if (IsAbsolutePath(directory)) return NormalPath(directory);
-  return NormalPath(platform::JoinPath(caller.working_directory, directory));
-}
-
 /// Adds up the files that a policy admits.
 class SizeVisitor final : public platform::TreeVisitor {
  public:
@@ -200,7 +195,7 @@ std::string Enroll(const VerbCall& call) {
   if (request.directory.empty()) {
     return ErrorAnswer("usage  Mirebolt EnrollVersionControl <directory> [flags]\n");
   }
-  const auto root = RootOf(request.directory, call.caller);
+  const auto root = PathOf(call.caller, request.directory);
   if (!root || !IsDirectory(call, *root)) {
     return ErrorAnswer("no such directory: " + request.directory);
   }
@@ -221,7 +216,7 @@ std::string Enroll(const VerbCall& call) {
 std::string Unenroll(const VerbCall& call) {
   Request request;
   SplitRequest(call, request);
-  const auto root = RootOf(request.directory, call.caller);
+  const auto root = PathOf(call.caller, request.directory);
   if (!root) return ErrorAnswer("not enrolled: " + request.directory);
   const std::scoped_lock guard(call.service.enrolling());
   const bool open = call.service.registry().close(*root, StoreCategory::kEnrolled);

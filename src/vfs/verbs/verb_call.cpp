@@ -9,10 +9,11 @@
 
 namespace mrb::vfs {
 
-std::optional<StorePath> Locate(const VerbCall& call, std::string_view path) {
-  if (path.empty()) return std::nullopt;
+namespace {
+
+std::optional<StorePath> FindPlace(const VerbCall& call, const std::string& path) {
   if (!call.args.option("store") || IsAbsolutePath(path)) {
-    return call.service.registry().resolve(path, call.caller.working_directory);
+    return call.service.registry().resolve(path, call.caller.folder.path);
   }
   auto store = ChosenStore(call);
   auto relative = NormalRelative(path);
@@ -20,9 +21,32 @@ std::optional<StorePath> Locate(const VerbCall& call, std::string_view path) {
   return StorePath{*std::move(store), *std::move(relative)};
 }
 
+}  // namespace
+
+void RequireUsefulFolder(const VfsCall& caller, std::string_view path) {
+  if (caller.folder.is_lost() && !IsAbsolutePath(path)) throw NoCallerFolder(caller.folder);
+}
+
+std::optional<std::string> PathOf(const VfsCall& caller, const std::string& path) {
+  if (IsAbsolutePath(path)) return NormalPath(path);
+  if (!caller.folder.is_known()) throw NoCallerFolder(caller.folder);
+  return NormalPath(platform::JoinPath(caller.folder.path, path));
+}
+
+std::optional<StorePath> Locate(const VerbCall& call, std::string& path) {
+  if (path.empty()) return std::nullopt;
+  RequireUsefulFolder(call.caller, path);
+  auto at = FindPlace(call, path);
+  if (at && call.caller.folder.is_known() && !IsAbsolutePath(path)) {
+    std::string full = platform::JoinPath(at->store->disk_root(), platform::NativePath(at->path));
+    const auto folder = NormalPath(call.caller.folder.path);
+    if (!folder || !BelowRoot(full, *folder)) path = std::move(full);
+  }
+  return at;
+}
+
 Result<std::shared_ptr<VersionStore>> StoreNamed(const VerbCall& call, const std::string& root) {
-  const auto normal = NormalPath(
-      IsAbsolutePath(root) ? root : platform::JoinPath(call.caller.working_directory, root));
+  const auto normal = PathOf(call.caller, root);
   auto store = normal ? call.service.registry().of_root(*normal) : nullptr;
   if (!store) return Fail(ErrorKind::kNotFound, "no enrolled store '" + root + "'");
   return store;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <optional>
 #include <span>
 #include <string>
@@ -60,8 +61,29 @@ class HeldStore {
   VersionStore::Lock lock_;
 };
 
-/// Where a path leads, by --store= when it is given.
-[[nodiscard]] std::optional<StorePath> Locate(const VerbCall& call, std::string_view path);
+/// Thrown by what reads a relative path of a caller whose folder is not known; the service answers
+/// with its text. Nothing has been done then: verbs find out where their paths lead before they
+/// act.
+class NoCallerFolder : public std::exception {
+ public:
+  explicit NoCallerFolder(const CallerFolder& folder) : text_(folder.objection()) {}
+  [[nodiscard]] const char* what() const noexcept override { return text_.c_str(); }
+
+ private:
+  std::string text_;
+};
+
+/// Throws NoCallerFolder for a relative path of a caller that lost its folder.
+void RequireUsefulFolder(const VfsCall& caller, std::string_view path);
+
+/// A path on the disk as the caller names it, normal; nothing when it is none. Throws
+/// NoCallerFolder for a relative one of a caller whose folder is not known.
+[[nodiscard]] std::optional<std::string> PathOf(const VfsCall& caller, const std::string& path);
+
+/// Where a path leads, by --store= when it is given. `path` becomes what answers are to call it:
+/// its full name when it does not lie below the caller's folder, else as it was given. Throws
+/// NoCallerFolder.
+[[nodiscard]] std::optional<StorePath> Locate(const VerbCall& call, std::string& path);
 
 /// The enrolled store of a root, as a user names it.
 [[nodiscard]] Result<std::shared_ptr<VersionStore>> StoreNamed(const VerbCall& call,

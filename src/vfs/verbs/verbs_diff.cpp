@@ -25,7 +25,7 @@ diff::MemoryCheck MemoryOf(const VerbCall& call) {
 
 /// Something that a path named.
 struct Named {
-  std::string path;  ///< as the caller wrote it
+  std::string path;  ///< as answers call it
   StorePath at;
   bool is_folder = false;
 };
@@ -35,14 +35,14 @@ bool IsFolderOrWas(const VersionStore& store, const std::string& path) {
   return path.empty() || !store.table().below(path).empty();
 }
 
-std::optional<Named> Lookup(const VerbCall& call, const std::string& path) {
+std::optional<Named> Lookup(const VerbCall& call, std::string path) {
   auto at = Locate(call, path);
   if (!at) return std::nullopt;
   const HeldStore store(at->store, call.caller);
   const File* file = store->find(at->path);
   const bool is_folder = IsFolderOrWas(*store, at->path) && (file == nullptr || file->is_gone());
   if (!is_folder && (file == nullptr || file->history.empty())) return std::nullopt;
-  return Named{path, *std::move(at), is_folder};
+  return Named{std::move(path), *std::move(at), is_folder};
 }
 
 /// One side of a comparison of files.

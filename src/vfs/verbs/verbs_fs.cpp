@@ -10,7 +10,7 @@ namespace mrb::vfs {
 namespace {
 
 std::string Cat(const VerbCall& call) {
-  const std::string path = call.args.text("path", 0);
+  std::string path = call.args.text("path", 0);
   const auto at = Locate(call, path);
   if (!at) return ErrorAnswer("no such file: " + path);
   if (at->store->is_cache()) {
@@ -39,7 +39,7 @@ std::string NoNode(VersionStore& store, const StorePath& at, const std::string& 
 }
 
 std::string Remove(const VerbCall& call) {
-  const std::string path = call.args.text("path", 0);
+  std::string path = call.args.text("path", 0);
   const auto at = Locate(call, path);
   if (!at) return ErrorAnswer("no such file: " + path);
   const HeldStore store(at->store, call.caller);
@@ -107,7 +107,7 @@ std::string Copy(const VerbCall& call) {
 }
 
 std::string Restore(const VerbCall& call) {
-  const std::string path = call.args.text("path", 0);
+  std::string path = call.args.text("path", 0);
   const auto at = Locate(call, path);
   if (!at) return ErrorAnswer("no such file: " + path);
   const HeldStore store(at->store, call.caller);

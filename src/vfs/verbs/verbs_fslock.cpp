@@ -25,7 +25,7 @@ using OnNode = std::string (*)(const VerbCall& call, const HeldStore& store, con
 
 template <OnNode kRun>
 std::string WithNode(const VerbCall& call) {
-  const std::string path = call.args.text("path", 0);
+  std::string path = call.args.text("path", 0);
   const auto at = Locate(call, path);
   if (!at) return NoNode(path);
   const HeldStore store(at->store, call.caller);

@@ -14,7 +14,7 @@ std::string NotEnrolled(const std::string& path) {
 }
 
 std::string MakeFolder(const VerbCall& call) {
-  const std::string path = call.args.text("path", 0);
+  std::string path = call.args.text("path", 0);
   const auto at = Locate(call, path);
   if (!at) return NotEnrolled(path);
   const HeldStore store(at->store, call.caller);
@@ -45,7 +45,7 @@ std::string Save(const VerbCall& call, const HeldStore& store, const std::string
 }
 
 std::string MakeFile(const VerbCall& call) {
-  const std::string path = call.args.text("path", 0);
+  std::string path = call.args.text("path", 0);
   if (path.empty()) return UsageOf(FsmkVerbs(), call.verb);
   if (path.ends_with('/')) return MakeFolder(call);
   const auto at = Locate(call, path);

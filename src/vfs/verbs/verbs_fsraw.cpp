@@ -111,7 +111,7 @@ std::string MakeFolder(const VerbCall& call) {
 }
 
 std::string List(const VerbCall& call) {
-  const std::string path = call.args.text("path", 0);
+  std::string path = call.args.text("path", 0);
   const auto at = Locate(call, path);
   if (!at) return ErrorAnswer("'" + path + "' is not inside an enrolled root");
   const auto entries = call.service.options().files->list(at->store->working_path(at->path));

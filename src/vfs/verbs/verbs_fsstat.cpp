@@ -17,7 +17,7 @@ std::uint64_t SizeOf(const File& file) {
 }
 
 std::string Exists(const VerbCall& call) {
-  const std::string path = call.args.text("path", 0);
+  std::string path = call.args.text("path", 0);
   const auto at = Locate(call, path);
   if (!at) return OkAnswer("no — " + path + " is in no store");
   const HeldStore store(at->store, call.caller);
@@ -39,7 +39,7 @@ std::string Exists(const VerbCall& call) {
 }
 
 std::string Version(const VerbCall& call) {
-  const std::string path = call.args.text("path", 0);
+  std::string path = call.args.text("path", 0);
   const auto at = Locate(call, path);
   if (!at) return ErrorAnswer("no such file: " + path);
   const HeldStore store(at->store, call.caller);
@@ -81,7 +81,7 @@ std::string FileLine(const File& file, std::string_view name) {
 
 /// `list` shows names, `dir` also what is known of each file.
 std::string ListOrDir(const VerbCall& call, bool details) {
-  const std::string path = call.args.text("path", 0);
+  std::string path = call.args.text("path", 0);
   std::optional<StorePath> at;
   if (path.empty()) {
     const auto chosen = ChosenStore(call);

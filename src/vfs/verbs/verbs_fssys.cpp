@@ -24,7 +24,7 @@ std::string Dump(const VerbCall& call) {
 
 /// One file's working bytes again as the disk has them, or a look at the whole tree.
 std::string Reload(const VerbCall& call) {
-  const std::string path = call.args.text("path", 0);
+  std::string path = call.args.text("path", 0);
   if (path.empty()) {
     const auto chosen = ChosenStore(call);
     if (!chosen) return ErrorAnswer(chosen.error().text);

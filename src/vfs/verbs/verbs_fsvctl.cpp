@@ -18,7 +18,7 @@ constexpr std::uint64_t kDefaultChanges = 50;
 
 /// A file of some store, found for a verb.
 struct Found {
-  std::string path;  ///< as the caller wrote it
+  std::string path;  ///< as answers call it
   StorePath at;
 };
 

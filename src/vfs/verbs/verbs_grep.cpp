@@ -37,7 +37,7 @@ class StoreGrep {
         snapshot_(TakeSnapshot(std::move(store),
                                of_versions() ? SnapshotOf::kEveryVersion : SnapshotOf::kNewest)),
         filter_(snapshot_, {options.paths, options.include, options.exclude},
-                call.caller.working_directory),
+                call.caller.folder.path),
         labels_(call, *snapshot_.store),
         older_(*snapshot_.store) {}
 

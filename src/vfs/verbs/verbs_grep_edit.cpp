@@ -55,7 +55,7 @@ class StoreEdit {
   StoreEdit(const VerbCall& call, const GrepOptions& options, std::shared_ptr<VersionStore> store)
       : snapshot_(TakeSnapshot(std::move(store))),
         filter_(snapshot_, {options.paths, options.include, options.exclude},
-                call.caller.working_directory),
+                call.caller.folder.path),
         labels_(call, *snapshot_.store) {}
 
   [[nodiscard]] const std::shared_ptr<VersionStore>& store() const { return snapshot_.store; }
@@ -197,6 +197,7 @@ std::string AnswerOf(const Summary& summary, bool applied) {
 std::string RunGrepEdit(const VerbCall& call) {
   const auto options = ParseGrep(call.arguments, GrepCommand::kEdit);
   if (!options) return ErrorAnswer(options.error().text);
+  for (const std::string& path : options->paths) RequireUsefulFolder(call.caller, path);
   const auto rule = MakeEditRule(options->pattern, options->engine, options->replacement);
   if (!rule) return ErrorAnswer(rule.error().text);
   const auto stores = SearchedStores(call, options->store);

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/caller_folder.h"
 #include "common/command_register.h"
 #include "platform/files.h"
 #include "platform/system_info.h"
@@ -17,8 +18,8 @@ namespace mrb::vfs {
 
 /// Who calls, and from where.
 struct VfsCall {
-  std::string author;             ///< stamped on what is written, and the holder of locks
-  std::string working_directory;  ///< absolute; empty when unknown
+  std::string author;        ///< stamped on what is written, and the holder of locks
+  CallerFolder folder = {};  ///< where relative paths are seen from
   /// Takes the entries of listings, gives queries their $1, $2, …; null: there is none.
   std::shared_ptr<CommandRegister> registers = nullptr;
 };

@@ -49,6 +49,8 @@ std::string VfsService::execute(const VfsCall& call, std::string_view name_space
     }
     files_.load();
     return row->run(verb_call);
+  } catch (const NoCallerFolder& refusal) {
+    return ErrorAnswer(refusal.what());
   } catch (const std::exception& problem) {  // no memory, most likely
     return ErrorAnswer(std::string("the command failed: ") + problem.what());
   }
@@ -59,6 +61,8 @@ std::string VfsService::query(const VfsCall& call, std::string_view expression,
   try {
     files_.load();
     return RunQuery({files_, call, "query", expression, Arguments(options)});
+  } catch (const NoCallerFolder& refusal) {
+    return ErrorAnswer(refusal.what());
   } catch (const std::exception& problem) {  // no memory, most likely
     return ErrorAnswer(std::string("the command failed: ") + problem.what());
   }

@@ -10,11 +10,6 @@
 namespace mrb::vfs {
 namespace {
 
-std::optional<std::string> FileOf(const std::string& path, const VfsCall& caller) {
-  if (IsAbsolutePath(path)) return NormalPath(path);
-  return NormalPath(platform::JoinPath(caller.working_directory, path));
-}
-
 bool IsFile(const VerbCall& call, const std::string& path) {
   const auto status = call.service.options().files->status(path);
   return status && status->type == platform::FileStatus::Type::kFile;
@@ -41,7 +36,7 @@ std::string Watch(const VerbCall& call) {
   const std::string given = call.args.tag("path").value_or(call.args.words_from(0));
   const std::scoped_lock guard(call.service.enrolling());
   if (given.empty()) return ListWatched(call);
-  const auto path = FileOf(given, call.caller);
+  const auto path = PathOf(call.caller, given);
   if (!path || !IsFile(call, *path)) return ErrorAnswer("no such file: " + given);
   const std::string name(BaseName(*path));
   if (IsReservedName(name)) return ErrorAnswer(ReservedNameReason(given));
@@ -66,7 +61,7 @@ std::string Watch(const VerbCall& call) {
 
 std::string Unwatch(const VerbCall& call) {
   const std::string given = call.args.tag("path").value_or(call.args.words_from(0));
-  const auto path = FileOf(given, call.caller);
+  const auto path = PathOf(call.caller, given);
   if (!path) return ErrorAnswer("no such file: " + given);
   const std::scoped_lock guard(call.service.enrolling());
   const auto removed = call.service.watched().remove(*path);

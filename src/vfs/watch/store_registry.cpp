@@ -251,8 +251,10 @@ std::optional<StorePath> StoreRegistry::of_absolute(std::string_view path) const
 std::optional<StorePath> StoreRegistry::resolve(std::string_view path, std::string_view cwd) const {
   if (IsAbsolutePath(path)) return of_absolute(path);
   if (!cwd.empty()) {
-    const auto here = of_absolute(JoinPath(cwd, platform::NativePath(path)));
+    auto here = of_absolute(JoinPath(cwd, platform::NativePath(path)));
     if (here && Knows(*here->store, here->path)) return here;
+    const auto folder = of_absolute(cwd);
+    if (folder && folder->store->category() != StoreCategory::kSingleFiles) return here;
   }
   const auto store = active();
   const auto relative = NormalRelative(path);

@@ -74,8 +74,9 @@ class StoreRegistry {
   void make_active(const std::shared_ptr<VersionStore>& store);
 
   /// What `path` means to a caller in the folder `cwd`: an absolute path lies in the store with the
-  /// longest root above it; a relative one below `cwd` when it is known there, else below the
-  /// active store's root. Nothing when no store holds it.
+  /// longest root above it; a relative one lies below `cwd` whenever that is in a store, known
+  /// there or new. Only for a caller outside every store, or one whose folder is not known, is it
+  /// below the active store's root. Nothing when no store holds it.
   [[nodiscard]] std::optional<StorePath> resolve(std::string_view path, std::string_view cwd) const;
 
   /// Where the mirror of a root lies, or would lie.
