@@ -210,7 +210,7 @@ int RunRole(const Options& options, const std::string& line) {
     case Role::kMcp:
       return RunMcp(options);
     case Role::kVersionControl:
-      return Unavailable("vc:start");
+      return RunVersionControl(ResolveHomes(options.data_home_override));
     case Role::kBoot:
     case Role::kBootGui:
       return RunBoot(options, ResolveHomes(options.data_home_override), role == Role::kBootGui);

@@ -298,4 +298,11 @@ int RunInteractive(const Options& options, const Homes& homes, Role role, std::s
   return server.failed() ? 1 : 0;
 }
 
+int RunVersionControl(const Homes& homes) {
+  if (!ClaimHomesOrSay(homes)) return 1;
+  Interpreter interpreter(homes, &WriteStdout, platform::StdoutIsConsole());
+  interpreter.start();
+  for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
+}
+
 }  // namespace mrb::front

@@ -19,4 +19,8 @@ namespace mrb::front {
 /// Opens a page of the resident, or prints its address where there is no browser to open it in.
 void ShowPage(std::int32_t port, std::string_view path);
 
+/// `vc:start`: follows the enrolled directories until the process is ended, without a server. The
+/// exit status, where it cannot begin.
+[[nodiscard]] int RunVersionControl(const Homes& homes);
+
 }  // namespace mrb::front

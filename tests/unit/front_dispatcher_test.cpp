@@ -95,6 +95,9 @@ TEST_F(DispatcherTest, RoutesFamiliesAndTheProgramsOwnName) {
 TEST_F(DispatcherTest, KeepsAnAuthorPerBot) {
   const Engine other{.bot = "other", .store_label = "fs", .services = &services_};
   EXPECT_EQ(RunLine(engine_, "i am Ada").answer, "OK: author is 'Ada'");
+  for (const char* sentence : {"I think it works", "i am tired of this", "I am", "I"}) {
+    EXPECT_FALSE(RunLine(engine_, sentence).understood) << sentence;
+  }
   EXPECT_EQ(RunLine(engine_, "fssys:whoami").answer, "OK: you are 'Ada'");
   EXPECT_EQ(RunLine(other, "fssys:whoami").answer, "OK: you are 'other'");
 }
@@ -155,7 +158,22 @@ TEST(PlainLanguageTest, RewritesPhrasesToNamespacedVerbs) {
       {"write content: x", ""},
       {"write notes.txt hello", ""},
       {"create dir/", "fsmk:file <path>dir/</path>"},
-      {"read a b.txt", "fs:cat a b.txt"},
+      {"write p content: text \n\n", "fsmk:file <path>p</path> <content>text \n\n</content>"},
+      {"write \"a b\" content: x", "fsmk:file <path>a b</path> <content>x</content>"},
+      {"write \"the content: of\" content: x",
+       "fsmk:file <path>the content: of</path> <content>x</content>"},
+      {"write <path>a b</path> content: x", "fsmk:file <path>a b</path> <content>x</content>"},
+      {"write <path>a b</path><content>x</content>",
+       "fsmk:file <path>a b</path><content>x</content>"},
+      {"read a.txt", "fs:cat a.txt"},
+      {"read a b.txt", "fs:cat <path>a b.txt</path>"},
+      {"read \"a b.txt\"", "fs:cat \"a b.txt\""},
+      {"history a b --store=c", "fsvctl:log a b --store=c"},
+      {"copy \"a b\" to \"c d\"", "fs:copy <src>a b</src> <dst>c d</dst>"},
+      {"copy <src>a</src> <dst>b</dst>", "fs:copy <src>a</src> <dst>b</dst>"},
+      {"revert a.txt 1", "fsvctl:revert <path>a.txt</path> <version>1</version>"},
+      {"revert \"a b\" to 2", "fsvctl:revert <path>a b</path> <version>2</version>"},
+      {"revert a.txt", ""},
       {"copy a to b to c", "fs:copy <src>a to b</src> <dst>c</dst>"},
       {"move a", ""},
       {"move a to ", ""},

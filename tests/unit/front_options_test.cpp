@@ -65,7 +65,10 @@ TEST(CommandLineTest, TellsTheRoleByTheWholeLine) {
       {"serve", Role::kInteractive},
       {"serve x", Role::kCommand},
       {"a gui:starting b", Role::kOrchestration},
-      {"xvc:starty", Role::kVersionControl},
+      {"vc:start", Role::kVersionControl},
+      {"vc:start now", Role::kVersionControl},
+      {"xvc:starty", Role::kCommand},
+      {"memory.add me, c, t, , vc:start follows the files", Role::kCommand},
       {"orchestration:start vc:start", Role::kOrchestration},
       {"", Role::kCommand},
   };

@@ -39,7 +39,9 @@ Role RoleOf(std::string_view line) {
   if (Contains(line, "gui:start") || Contains(line, "orchestration:start")) {
     return Role::kOrchestration;
   }
-  return Contains(line, "vc:start") ? Role::kVersionControl : Role::kCommand;
+  // As the first word alone: a memo that mentions it is kept.
+  const std::string_view first = line.substr(0, line.find(' '));
+  return first == "vc:start" ? Role::kVersionControl : Role::kCommand;
 }
 
 }  // namespace mrb::front

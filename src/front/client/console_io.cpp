@@ -8,7 +8,8 @@ namespace mrb::front {
 std::optional<std::string> StdinLines::next() {
   if (put_back_) return std::exchange(put_back_, std::nullopt);
   while (auto line = platform::ReadStdinLine()) {
-    const std::string_view text = TrimLineEnd(*line);
+    std::string_view text = TrimLineEnd(*line);
+    if (!std::exchange(begun_, true) && text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
     if (!text.empty()) return std::string(text);
   }
   return std::nullopt;

@@ -7,7 +7,7 @@
 
 namespace mrb::front {
 
-/// Lines of standard input, one of which can be put back for whoever reads on.
+/// Lines of standard input, without a byte order mark before the first, one of which can be put back for whoever reads on.
 class StdinLines {
  public:
   /// The next line that is not empty, without its line end; nothing at the end of input.
@@ -16,6 +16,7 @@ class StdinLines {
 
  private:
   std::optional<std::string> put_back_;
+  bool begun_ = false;
 };
 
 /// Prints an answer on standard output, in pieces or whole, with a line feed behind it unless it is

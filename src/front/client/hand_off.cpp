@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/answer.h"
 #include "common/http_answer.h"
 #include "common/text.h"
 #include "common/version.h"
@@ -30,6 +31,7 @@ constexpr Milliseconds kProbeTimeout{1200};
 constexpr Milliseconds kShutdownTimeout{1500};
 constexpr Milliseconds kExecTimeout{4000};
 constexpr Milliseconds kPollInterval{100};
+constexpr std::size_t kMaxLine = std::size_t{1} << 20U;  // what a resident takes
 constexpr int kOkStatus = 200;
 constexpr int kUnavailableStatus = 503;
 constexpr int kStartProbes = 80;
@@ -115,6 +117,11 @@ Delivery Unanswered(const Target& target, std::string_view call) {
 
 Delivery PrintExec(const Target& target, std::string_view line) {
   AnswerPrinter printer;
+  if (line.size() > kMaxLine + (line.starts_with('>') ? 1 : 0)) {
+    printer.print(ErrorAnswer("command too large (limit 1 MiB)"));
+    printer.finish();
+    return Delivery::kAnswered;
+  }
   const Delivery delivery =
       PostConsoleExec(target, line, [&](std::string_view piece) { printer.print(piece); });
   printer.finish();

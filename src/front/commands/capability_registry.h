@@ -9,10 +9,11 @@ namespace mrb::front {
 /// How a plain phrase becomes a namespaced command. Each form fits the phrases of its rows' usage.
 enum class Phrase {
   kWords,         ///< the words behind the verb, as they are
+  kPath,          ///< `<path>`, blanks and all, unless it is quoted or tagged
   kContent,       ///< `<path> content: <text>`
   kMaybeContent,  ///< the same, or the path alone
   kFromTo,        ///< `<a> to <b>`
-  kVersion,       ///< `<path> to <n>`
+  kVersion,       ///< `<path> to <n>`, or `<path> <n>`
 };
 
 /// One thing a user can say.

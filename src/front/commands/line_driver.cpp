@@ -81,7 +81,7 @@ LineOutcome RunLine(const Engine& engine, std::string_view line) {
   } else if (command.line.starts_with('!') || command.head == "shell") {
     outcome.answer = RunShellLine(engine, command);
   } else if (!HasRoute(command.line) && IsPlainLanguage(command.line)) {
-    outcome.answer = RunPlainLanguage(engine, command.line);
+    outcome.answer = RunPlainLanguage(engine, line);
   } else {
     outcome.understood = HasRoute(command.line);
     Dispatch(engine, outcome.answer, command.line);

@@ -42,11 +42,14 @@ std::string WithDefault(std::string text, std::string_view otherwise) {
   return text;
 }
 
-/// A prompt's ">" and the line ends that a shell adds are not part of the command.
-std::string_view StripCommand(std::string_view text) {
-  text = TrimLineEnd(text);
+std::string_view StripPrompt(std::string_view text) {
   if (text.starts_with('>')) text.remove_prefix(1);
   return text;
+}
+
+/// A prompt's ">" and the line ends that a shell adds are not part of the command.
+std::string_view StripCommand(std::string_view text) {
+  return StripPrompt(TrimLineEnd(text));
 }
 
 /// Whether two paths lead to one folder.
@@ -107,7 +110,10 @@ Response AnswerShutdown(const Request& request, const Services& /*services*/) {
 Response AnswerConsoleExec(const Request& request, const Services& services) {
   const std::string bot = request.param("bot");
   const std::string from_query = request.body.empty() ? request.param("cmd") : std::string();
-  const std::string_view command = StripCommand(request.body.empty() ? from_query : request.body);
+  const std::string_view given = request.body.empty() ? from_query : request.body;
+  // A client of our own sends the line as its user gave it; line ends at its end are a text's own.
+  const bool exact = !request.header("x-mrb-call").empty() && !TrimLineEnd(given).empty();
+  const std::string_view command = exact ? StripPrompt(given) : StripCommand(given);
   if (bot.empty() || command.empty()) return JsonFailure(kBadRequest, "bot and command required");
   if (command.size() > kMaxCommand) {
     return JsonFailure(kPayloadTooLarge, "command too large (limit 1 MiB)");

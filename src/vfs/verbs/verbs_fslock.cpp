@@ -45,8 +45,11 @@ std::string Report(const VerbCall&, const HeldStore& store, const File& file,
   return OkAnswer(text);
 }
 
-std::string Toggle(const VerbCall&, const HeldStore& store, const File& file,
+std::string Toggle(const VerbCall& call, const HeldStore& store, const File& file,
                    const std::string& path) {
+  if (call.verb == "unlock" && store->locks().holder(file.name).empty()) {
+    return OkAnswer("unlocked " + path + " (it was not locked)");
+  }
   const auto locked = store->toggle_lock(file);
   if (!locked) return Failure(*store);
   return OkAnswer((*locked ? "locked " : "unlocked ") + path);
