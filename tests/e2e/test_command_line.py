@@ -5,7 +5,7 @@ import subprocess
 
 import pytest
 
-from conftest import http, listens
+from conftest import http, listens, wait_until
 
 
 @pytest.mark.smoke
@@ -80,11 +80,30 @@ def mb_with_foreign_listener(mb):
 
 
 def test_tools_of_other_subsystems_say_so(mb):
-    for words in (["claude"], ["terminal", "claude"], ["vc:start"]):
+    for words in (["claude"], ["terminal", "claude"]):
         done = mb.run_exactly([*mb.command, "claude"]) if words == ["claude"] else mb.run(*words)
         assert done.returncode == 1
         assert done.stderr == f"ERROR: '{' '.join(words) if words[0] == 'terminal' else words[0]}' is " \
                               "not available in this build\n"
+
+
+def test_version_control_alone(mb):
+    """It follows what is enrolled, without a server; a memo that mentions it is kept."""
+    tree = mb.folder / "tree"
+    tree.mkdir()
+    mb.out("enroll", str(tree))
+    assert mb.out("memory.add me, notes, t, , vc:start follows files").startswith("OK")
+    mb.shutdown()
+    wait_until(lambda: not mb.resident_pids(), "the owner of the directory to be gone")
+    child = mb.start("vc:start")
+    mirrors = mb.home / ".versioncontrol"
+    file = tree / "a.txt"
+    file.write_text("saved by an editor\n")
+    wait_until(lambda: any(mirrors.rglob("a.txt")), "a version of the file")
+    assert not listens(mb.port) and child.poll() is None
+    child.kill()
+    child.wait()
+    assert "(1 versions)" in mb.out("history", str(file))
 
 
 @pytest.mark.smoke

@@ -7,7 +7,8 @@
 
 namespace mrb::front {
 
-/// Lines of standard input, without a byte order mark before the first, one of which can be put back for whoever reads on.
+/// Lines of standard input, without a byte order mark before the first; one of them can be put back
+/// for whoever reads on.
 class StdinLines {
  public:
   /// The next line that is not empty, without its line end; nothing at the end of input.
