@@ -104,23 +104,26 @@ TEST_F(DispatcherTest, KeepsAnAuthorPerBot) {
 
 TEST_F(DispatcherTest, LineDriverKnowsWhatItUnderstands) {
   struct Case {
-    const char* line;
+    std::string line;
     bool understood;
-    const char* answer;
+    std::string answer;
   };
+  // A rooted path without a drive is a relative one on Windows, and this caller names no folder.
+  const std::string gone = folder_.path("gone");
+  const std::string bracketed = folder_.path("(x)");
   const Case cases[] = {
       {"", true, ""},
       {"?(a)", true, "ERROR: field 'a' must be called — a() or a(<expr>)"},
       {"?(1", true, "ERROR: missing ')'"},
-      {"?( ) --store=/no/(x)", true, "ERROR: empty query"},
-      {"?(1) --store=/no/(x)", true, "ERROR: no enrolled store '/no/(x)'"},
+      {"?( ) --store=" + bracketed, true, "ERROR: empty query"},
+      {"?(1) --store=" + bracketed, true, "ERROR: no enrolled store '" + bracketed + "'"},
       {"! exit 4 ", true, "OK: shell output:\n[exit 4]"},
       {"shell exit 3", true, "OK: shell output:\n[exit 3]"},
       {"shell", true, "ERROR: usage  !<command>   |   shell <command>"},
       {"READ x", true, "ERROR: no such file: x"},
-      {"EnrollVersionControl /no/x", true, "ERROR: no such directory: /no/x"},
-      {"unenroll /no/x", true, "ERROR: not enrolled: /no/x"},
-      {"unwatch /no/x", true, "OK: was not watching /no/x"},
+      {"EnrollVersionControl " + gone, true, "ERROR: no such directory: " + gone},
+      {"unenroll " + gone, true, "ERROR: not enrolled: " + gone},
+      {"unwatch " + gone, true, "OK: was not watching " + gone},
       {"write x content: y", true,
        "ERROR: no enrolled directory holds 'x' — enroll its directory first"},
       {"nonsense x", false,
