@@ -33,8 +33,8 @@ using platform::WriteStdout;
 constexpr int kHealthProbes = 1300;
 constexpr std::chrono::milliseconds kHealthInterval{100};
 constexpr std::chrono::milliseconds kListenInterval{2};
-constexpr std::chrono::milliseconds kLastCalls{5000};  // what runs when the resident is to end
-constexpr std::chrono::milliseconds kEndedCalls{500};
+constexpr std::chrono::milliseconds kLastCalls{5000};   // what runs when the resident is to end
+constexpr std::chrono::milliseconds kEndedCalls{6000};  // hunting them down, at the longest
 
 std::string Address(std::int32_t port, std::string_view path) {
   return "http://127.0.0.1:" + std::to_string(port) + std::string(path);

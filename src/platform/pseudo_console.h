@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "common/error.h"
 
@@ -18,12 +19,17 @@ struct ConsoleSize {
   bool operator==(const ConsoleSize&) const = default;
 };
 
+struct ConsoleEnd {
+  std::uint32_t exit_code = 0;      ///< the program's
+  std::vector<std::uint32_t> left;  ///< numbers of processes that end() could not end
+};
+
 /// A program on a terminal of its own, driven through it. One thread reads until the end, which
 /// comes by itself when the program ends; any thread may write, resize and end it meanwhile.
 ///
 ///     auto console = OpenPseudoConsole({.command_line = "bash -i"});
 ///     while (auto got = (*console)->read(buffer, sizeof buffer)) { if (*got == 0) break; … }
-///     code = (*console)->wait_for_exit();
+///     code = (*console)->wait_for_exit().exit_code;
 class PseudoConsole {
  public:
   PseudoConsole() = default;
@@ -35,9 +41,10 @@ class PseudoConsole {
   /// Waits for output: at least one byte, or 0 once the program is gone and all it wrote was read.
   [[nodiscard]] virtual Result<std::size_t> read(char* out, std::size_t bytes) = 0;
 
-  /// After read() answered 0 or failed, by the same thread: the program's exit code. A program that
-  /// let go of its terminal but runs on is ended after a short while.
-  [[nodiscard]] virtual std::uint32_t wait_for_exit() = 0;
+  /// After read() answered 0 or failed, by the same thread: how it ended. A program that let go of
+  /// its terminal but runs on is ended after a short while. Returns within some seconds, whatever
+  /// the program does.
+  [[nodiscard]] virtual ConsoleEnd wait_for_exit() = 0;
 
   /// Types all of it. Writes of several threads do not mix. kTimedOut when the program has not
   /// taken it within some seconds (a part may have been), kClosed once end() was called.

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "common/error.h"
 
@@ -20,17 +21,19 @@ struct ShellLimits {
 };
 
 struct ShellOutcome {
-  std::string output;           ///< standard output and error, as they were written
-  std::uint32_t exit_code = 0;  ///< 128 + the signal's number for one ended by a signal
-  bool killed = false;          ///< ran into ShellLimits::run
-  bool stopped = false;         ///< ended because of ShellLimits::stop
-  bool cut = false;             ///< wrote more than ShellLimits::output
+  std::string output;               ///< standard output and error, as they were written
+  std::uint32_t exit_code = 0;      ///< 128 + the signal's number for one ended by a signal
+  bool killed = false;              ///< ran into ShellLimits::run
+  bool stopped = false;             ///< ended because of ShellLimits::stop
+  bool cut = false;                 ///< wrote more than ShellLimits::output
+  std::vector<std::uint32_t> left;  ///< numbers of processes of it that could not be ended
 };
 
 /// Runs one line through the system's command interpreter, with an empty standard input and no
 /// console, in `folder` (empty: this process's own). Always returns, at most the three times above
-/// later. Errors: kUnavailable when no pipe could be made, any other with the system's number when
-/// the interpreter could not be started. Thread-safe.
+/// later. A command that has to be ended is ended with all that it started, in whatever session.
+/// Errors: kUnavailable when no pipe could be made, any other with the system's number when the
+/// interpreter could not be started. Thread-safe.
 [[nodiscard]] Result<ShellOutcome> RunShellCommand(const std::string& command,
                                                    const std::string& folder,
                                                    const ShellLimits& limits = {});

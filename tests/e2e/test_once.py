@@ -3,7 +3,10 @@ import concurrent.futures
 import json
 import os
 import pathlib
+import shutil
 import signal
+import subprocess
+import tempfile
 import threading
 import time
 
@@ -70,6 +73,47 @@ def test_an_orderly_end_answers_what_runs(mb, ended):
     assert mark.read_text() == "x\n"
     resident.wait(10)
     assert is_dead(int((mb.folder / "pid").read_text()))
+
+
+@pytest.mark.skipif(os.name != "posix" or os.geteuid() != 0, reason="makes processes of two users")
+def test_a_process_that_may_not_be_ended_is_said_and_not_waited_for(mb):
+    """The resident is nobody's; what its command starts becomes root's."""
+    if mb.is_windows:
+        pytest.skip("nobody can be root there")
+    nobody = 65534
+    with tempfile.TemporaryDirectory() as place:
+        folder = pathlib.Path(place)
+        folder.chmod(0o755)
+        as_root = folder / "as-root"
+        shutil.copy("/usr/bin/setpriv", as_root)
+        as_root.chmod(0o4755)
+        home = folder / "home"
+        home.mkdir()
+        os.chown(home, nobody, nobody)
+        executable = shutil.copy(mb.command[-1], folder / "mb")
+        environment = {"HOME": str(home), "XDG_RUNTIME_DIR": str(home), "PATH": os.environ["PATH"]}
+        resident = subprocess.Popen(
+            [executable, "--port", str(mb.port), "--conf", str(home / "data"), "serve"], cwd=home,
+            env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, user=nobody,
+            group=nobody, extra_groups=[])
+        try:
+            wait_until(lambda: listens(mb.port), "a resident that answers")
+            line = f"!{as_root} --reuid 0 --clear-groups sh -c 'echo $$ > {folder}/pid; exec sleep 600'"
+            call = {"jsonrpc": "2.0", "id": 1, "method": "tools/call",
+                    "params": {"name": "mrb.run", "arguments": {"command": line}}}
+            running = in_background(http, mb.port, "POST /mcp HTTP/1.1", json.dumps(call).encode())
+            wait_until(lambda: (folder / "pid").exists() and (folder / "pid").read_text(), "a start")
+            stubborn = int((folder / "pid").read_text())
+            os.kill(resident.pid, signal.SIGTERM)
+            begin = time.monotonic()
+            text = json.loads(running.result()[2])["result"]["content"][0]["text"]
+            assert text == ENDED + f"[still running: pid {stubborn} may not be ended]"
+            resident.wait(10)
+            assert time.monotonic() - begin < 11
+        finally:
+            resident.kill()
+            resident.wait()
+            os.kill(stubborn, signal.SIGKILL)
 
 
 def test_a_half_answer_is_told(mb):

@@ -74,7 +74,7 @@ class Session {
   /// Reads to the end; the program's exit code.
   std::uint32_t finish() {
     shows("\xff never written");
-    return console_->wait_for_exit();
+    return console_->wait_for_exit().exit_code;
   }
 
   [[nodiscard]] const std::string& written() const { return written_; }
@@ -114,10 +114,11 @@ TEST(PseudoConsoleTest, LosesNoOutputOfAProgramThatEnds) {
 
 TEST(PseudoConsoleTest, EndsTheWholeTree) {
   if (OnWindows()) GTEST_SKIP() << "speaks to a POSIX shell";
-  // Deaf to hanging up, with children in sessions of their own, one of them an orphan.
+  // Deaf to hanging up, with children in sessions of their own, orphans that no longer carry what
+  // marked them among them.
   Session session(
-      "sh -c 'trap \"\" HUP; (setsid sleep 31013 &) ; setsid sleep 31013 & echo up; "
-      "while :; do sleep 1; done'");
+      "sh -c 'trap \"\" HUP; (setsid sleep 31013 &) ; (env -i setsid sleep 31013 &) ; "
+      "setsid sleep 31013 & echo up; while :; do sleep 1; done'");
   ASSERT_TRUE(session.shows("up"));
   auto ender = std::async(std::launch::async, [&] { session->end(); });
   EXPECT_EQ(session.finish(), 128U + 9U);
@@ -153,10 +154,31 @@ TEST(ShellCommandTest, CapturesWhatACommandDoes) {
 
 TEST(ShellCommandTest, EndsACommandWithAllItStartedWhenItsTimeIsOver) {
   if (OnWindows()) GTEST_SKIP() << "speaks to a POSIX shell";
-  const std::string command =
-      "trap '' HUP TERM; (setsid sleep 1001 &); setsid sleep 1001 & echo on; sleep 1001";
-  EXPECT_EQ(Shell(command, {.run = milliseconds{300}}), "on\n|137 killed");
-  EXPECT_EQ(Shell("pgrep -f '[s]leep 1001'"), "|1");
+  const char* escapes[] = {
+      "",
+      "(setsid sleep 1001 &)",
+      "(env -i setsid sleep 1001 &)",
+      "(env -i setsid sh -c 'trap \"\" TERM; (setsid sleep 1001 &) ; sleep 1001' &)",
+      "(while :; do env -i setsid sleep 1001 & sleep 0.01; done &)",
+      // Without its supervisor the tree is still found by what marks it.
+      "(setsid sleep 1001 &); kill -9 $PPID",
+  };
+  for (const std::string escape : escapes) {
+    const std::string command = "trap '' HUP TERM; echo on; " + escape + "\n sleep 1001";
+    EXPECT_EQ(Shell(command, {.run = milliseconds{300}}).substr(0, 6), "on\n|13") << escape;
+    EXPECT_EQ(Shell("pgrep -f '[s]leep 1001'"), "|1") << escape;
+  }
+}
+
+TEST(ShellCommandTest, LeavesAloneWhatOutlivesItsCommand) {
+  if (OnWindows()) GTEST_SKIP() << "speaks to a POSIX shell";
+  // A program left behind by a command that ended in time runs on; so does one that was started to
+  // outlive any tree, with what it starts.
+  const milliseconds drain{20};
+  EXPECT_EQ(Shell("(setsid sleep 1002 &)", {.drain = drain}), "|0");
+  const std::string detached = "(MIREBOLT_TREE=none setsid sh -c 'sleep 1002; :' &); sleep 1003";
+  EXPECT_EQ(Shell(detached, {.run = milliseconds{300}, .drain = drain}), "|137 killed");
+  EXPECT_EQ(Shell("pgrep -fc '[s]leep 1002'; pkill -f '[s]leep 1002'"), "3\n|0");
 }
 
 }  // namespace

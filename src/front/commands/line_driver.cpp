@@ -1,6 +1,7 @@
 #include "front/commands/line_driver.h"
 
 #include "common/answer.h"
+#include "common/process_notes.h"
 #include "common/text.h"
 #include "front/commands/command_text.h"
 #include "front/commands/dispatcher.h"
@@ -35,6 +36,7 @@ std::string ShellText(const Result<platform::ShellOutcome>& outcome,
   }
   if (outcome->killed) {
     AppendLine(text, "[killed: no exit after 120s — command tree terminated]");
+    text += StillRunningNotes(outcome->left);
   } else if (outcome->exit_code != 0) {
     AppendLine(text, "[exit " + std::to_string(outcome->exit_code) + "]");
   } else if (text.empty()) {
@@ -57,7 +59,8 @@ std::string RunShellLine(const Engine& engine, const CommandText& command) {
   limits.stop = engine.services->ending;
   const auto outcome = platform::RunShellCommand(std::string(text), where, limits);
   if (outcome && outcome->stopped) {
-    return ErrorAnswer("the resident is going down; the command was ended");
+    return ErrorAnswer("the resident is going down; the command was ended" +
+                       StillRunningNotes(outcome->left));
   }
   return OkAnswer("shell output:\n" + ShellText(outcome, limits));
 }

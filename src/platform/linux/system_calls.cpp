@@ -4,7 +4,6 @@
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -32,11 +31,6 @@ std::string ExecutableLink() {
     text.resize(text.size() - kDeleted.size());
   }
   return text;
-}
-
-Descriptor WatchProcessEnd(int process) {
-  // By number, for the C library's own header cannot be used from C++ everywhere.
-  return Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
 }
 
 void CloseDescriptorsFrom(unsigned first) {

@@ -6,64 +6,51 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "common/error.h"
-#include "platform/posix/descriptor.h"
+#include "platform/posix/child_start.h"
+#include "platform/posix/tree_supervisor.h"
 
 namespace mrb::platform {
 
-struct ChildStart {
-  std::vector<std::string> arguments;  ///< the program first, looked for on PATH; not empty
-  std::string folder;                  ///< empty: this process's own
-  std::string terminal;  ///< a terminal's path: its three streams, and its controlling terminal
-  int output = -1;       ///< without one: where both outputs go; its input is empty
-};
-
-/// A child in a session of its own, with none of this process's descriptors and all signals as the
-/// system has them. It does not wait for anything to be copied, however large this process is.
+/// A program in a session of its own, under a supervisor that keeps its whole tree in reach.
 /// Thread-safe but for reap().
 class ChildProcess {
  public:
   [[nodiscard]] static Result<std::unique_ptr<ChildProcess>> start(const ChildStart& start);
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
-  /// Ends and reaps a child that nobody has reaped.
+  /// Ends the tree of a child that nobody has reaped; lets go of what a reaped one left behind.
   ~ChildProcess();
 
-  /// Readable once the child has ended; none where the system has no such thing.
-  [[nodiscard]] Descriptor watch_end() const;
+  /// Readable once the child has ended. Owned by the child.
+  [[nodiscard]] int watch_end() const { return supervisor_.end(); }
 
-  [[nodiscard]] bool has_ended() const;
+  [[nodiscard]] bool has_ended() const { return supervisor_.exit_code().has_value(); }
 
-  /// Whether it ends within that time; without a limit it is waited for.
-  bool await_end(std::optional<std::chrono::milliseconds> limit) const;
+  /// Whether it ends within that time.
+  bool await_end(std::chrono::milliseconds limit) const;
 
-  /// Once, after await_end() was true: the exit code, 128 + the number of a signal.
+  /// Once: the exit code, 128 + the number of a signal; for a child that could not be ended, as if
+  /// it had been killed. Ends a tree whose supervisor was killed, for nobody would watch it.
   std::uint32_t reap();
 
   /// Sends SIGHUP, and SIGCONT so that a stopped one hears it, to the child's and one more process
   /// group (0: none).
   void hang_up(pid_t group) const;
 
-  /// Kills it and whatever descends from it.
-  void end_tree() const;
+  /// Kills it and whatever descends from it, and tells who could not be killed. Takes 5 s at most.
+  std::vector<pid_t> end_tree() const;
 
  private:
-  ChildProcess(pid_t id, std::string mark);
+  ChildProcess(TreeSupervisor supervisor, std::string mark);
 
   mutable std::mutex mutex_;  // so that nothing is sent to a number that is free again
-  pid_t id_;                  // guarded by mutex_; 0 once reaped
+  TreeSupervisor supervisor_;
   const std::string mark_;
+  mutable bool is_over_ = false;  // guarded by mutex_: reaped, or its tree was ended
 };
-
-/// This process's environment without the names given, for a program that is to be started.
-[[nodiscard]] std::vector<std::string> EnvironmentWithout(
-    const std::vector<std::string_view>& names);
-
-/// Pointers to the texts, ended by a null pointer. Valid as long as they.
-[[nodiscard]] std::vector<char*> NullEnded(const std::vector<std::string>& texts);
 
 }  // namespace mrb::platform

@@ -2,22 +2,29 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace mrb::platform {
 
-/// The environment variable that marks a process tree: children inherit its value, also those that
-/// begin a session of their own and lose their parent, which no other trace leads to.
+/// The environment variable that marks a process tree. Children inherit its value, which still
+/// leads to them when the tree's supervisor was killed.
 inline constexpr std::string_view kTreeVariable = "MIREBOLT_TREE";
 
-/// A new value for it, that no tree had before.
+/// Its value in a process that is to outlive whatever tree it was started in.
+inline constexpr std::string_view kNoTree = "none";
+
+/// A new "variable=value" for it, that no tree had before.
 [[nodiscard]] std::string NewTreeMark();
 
-/// Kills every process of a tree: those whose environment began with that mark and, while `root` is
-/// a child of this process that has not been reaped (0: it has), it, its descendants and its
-/// session. Goes on until none is left, also of those that are born meanwhile; gives up after some
-/// hundred rounds. Returns whether none is left.
-bool EndProcessTree(pid_t root, const std::string& mark);
+/// Kills every process of a tree: what descends from its supervisor (0: it is gone), but not the
+/// supervisor, and those whose environment began with that mark. A process that left all trees on
+/// purpose is passed over with what it started. Goes on until two looks in a row found nobody to
+/// kill, so that nobody who is born between them is missed. Returns those that are left: they may
+/// not be killed by this user, or the system did not end them within `patience`.
+[[nodiscard]] std::vector<pid_t> EndProcessTree(pid_t supervisor, const std::string& mark,
+                                                std::chrono::milliseconds patience);
 
 }  // namespace mrb::platform

@@ -10,7 +10,6 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <condition_variable>
 #include <cstdlib>
 #include <mutex>
 #include <optional>
@@ -38,6 +37,7 @@ namespace {
 constexpr std::chrono::milliseconds kGraceAfterHangUp{500};
 constexpr std::chrono::milliseconds kGraceWithoutTerminal{2000};
 constexpr std::chrono::milliseconds kPatienceForKeys{5000};
+constexpr std::chrono::milliseconds kPatienceWithTheKilled{5000};
 
 winsize WindowSize(ConsoleSize size) {
   winsize window{};
@@ -96,16 +96,15 @@ class Console final : public PseudoConsole {
     return 0;
   }
 
-  std::uint32_t wait_for_exit() override {
-    if (!child_->await_end(kGraceWithoutTerminal)) child_->end_tree();
-    static_cast<void>(child_->await_end(std::nullopt));
-    const std::uint32_t code = child_->reap();
-    const std::scoped_lock lock(write_mutex_, mutex_);
-    ended_ = true;
-    changed_.notify_all();
+  ConsoleEnd wait_for_exit() override {
+    if (!child_->await_end(kGraceWithoutTerminal)) hunt();
+    std::unique_lock lock(hunt_mutex_);  // an end() that has begun is through before it is told of
+    ConsoleEnd end{child_->reap(), left_};
+    lock.unlock();
+    const std::scoped_lock closing(write_mutex_, mutex_);
     // An ended session may be kept for long; its descriptors need not be.
     master_.reset(-1);
-    return code;
+    return end;
   }
 
   Status write(std::string_view keys) override {
@@ -127,17 +126,31 @@ class Console final : public PseudoConsole {
 
   void end() override {
     {
-      std::unique_lock lock(mutex_);
-      if (master_) child_->hang_up(::tcgetpgrp(master_.get()));
-      changed_.wait_for(lock, kGraceAfterHangUp, [this] { return ended_; });
+      const std::scoped_lock hunt_lock(hunt_mutex_);
+      {
+        const std::scoped_lock lock(mutex_);
+        if (master_) child_->hang_up(::tcgetpgrp(master_.get()));
+      }
+      static_cast<void>(child_->await_end(kGraceAfterHangUp));
+      hunt_locked();
     }
-    child_->end_tree();
     abandoned_ = true;
     ::eventfd_write(gone_.get(), 1);
     wake_reader();
   }
 
  private:
+  void hunt() {
+    const std::scoped_lock lock(hunt_mutex_);
+    hunt_locked();
+  }
+
+  void hunt_locked() {
+    const std::vector<pid_t> left = child_->end_tree();
+    left_.assign(left.begin(), left.end());
+    if (left_.empty()) static_cast<void>(child_->await_end(kPatienceWithTheKilled));
+  }
+
   Status write_all(std::string_view keys) {
     const auto deadline = std::chrono::steady_clock::now() + kPatienceForKeys;
     while (!keys.empty()) {
@@ -181,8 +194,8 @@ class Console final : public PseudoConsole {
   std::atomic<bool> abandoned_{false};
   std::mutex write_mutex_;
   std::mutex mutex_;
-  std::condition_variable changed_;
-  bool ended_ = false;                         // guarded by mutex_: the child was reaped
+  std::mutex hunt_mutex_;                      // taken before mutex_
+  std::vector<std::uint32_t> left_;            // guarded by hunt_mutex_
   const std::unique_ptr<ChildProcess> child_;  // last: ended before the terminal goes
 };
 
@@ -200,8 +213,7 @@ Result<std::unique_ptr<PseudoConsole>> OpenPseudoConsole(const ConsoleStart& sta
   if (!gone) return FailErrno("open", "an event");
   auto child = ChildProcess::start({.arguments = ArgumentsOf(start.command_line),
                                     .folder = start.folder.empty() ? UserHome() : start.folder,
-                                    .terminal = terminal->path,
-                                    .output = -1});
+                                    .terminal = terminal->path});
   if (!child) return std::unexpected(std::move(child.error()));
   return std::make_unique<Console>(std::move(*terminal), std::move(gone), std::move(*child));
 }

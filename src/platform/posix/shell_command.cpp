@@ -19,16 +19,13 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-/// How long a wait without the child's descriptor may last before the child is looked at again.
-constexpr milliseconds kLookAgain{10};
-
 /// How long it may take until a command is ended that is told to stop.
 constexpr milliseconds kStopLook{50};
 
 class Run {
  public:
   Run(Descriptor pipe, ChildProcess& child, std::size_t limit)
-      : pipe_(std::move(pipe)), child_(child), child_end_(child.watch_end()), limit_(limit) {}
+      : pipe_(std::move(pipe)), child_(child), limit_(limit) {}
 
   /// Collects output until the child has ended (true) or the time is over.
   bool until_ended(milliseconds time, const std::atomic<bool>* stop = nullptr) {
@@ -37,7 +34,7 @@ class Run {
       if (stop != nullptr && *stop) return false;
       if (child_.has_ended()) return true;
       const auto until = stop == nullptr ? deadline : std::min(deadline, Clock::now() + kStopLook);
-      if (!step(until, child_end_.get()) && Clock::now() >= deadline) return false;
+      if (!step(until, child_.watch_end()) && Clock::now() >= deadline) return false;
     }
   }
 
@@ -52,9 +49,8 @@ class Run {
  private:
   /// Waits for output or for `other`; false after the deadline.
   bool step(Clock::time_point deadline, int other) {
-    auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+    const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
     if (left.count() <= 0) return false;
-    if (other < 0) left = std::min(left, kLookAgain);
     std::array<pollfd, 2> waits{{{pipe_ ? pipe_.get() : -1, POLLIN, 0}, {other, POLLIN, 0}}};
     ::poll(waits.data(), waits.size(), static_cast<int>(left.count()));
     if (waits[0].revents != 0) take();
@@ -76,7 +72,6 @@ class Run {
 
   Descriptor pipe_;  // closed at end of file
   ChildProcess& child_;
-  const Descriptor child_end_;
   const std::size_t limit_;
 };
 
@@ -93,10 +88,8 @@ Result<ShellOutcome> RunShellCommand(const std::string& command, const std::stri
   Descriptor read_end(ends[0]);
   Descriptor write_end(ends[1]);
   ::fcntl(read_end.get(), F_SETFL, O_NONBLOCK);
-  auto child = ChildProcess::start({.arguments = {"/bin/sh", "-c", command},
-                                    .folder = folder,
-                                    .terminal = {},
-                                    .output = write_end.get()});
+  auto child = ChildProcess::start(
+      {.arguments = {"/bin/sh", "-c", command}, .folder = folder, .output = write_end.get()});
   if (!child) {
     if (child.error().kind == ErrorKind::kUnavailable) child.error().kind = ErrorKind::kIo;
     return std::unexpected(std::move(child.error()));
@@ -106,10 +99,12 @@ Result<ShellOutcome> RunShellCommand(const std::string& command, const std::stri
   if (!run.until_ended(limits.run, limits.stop)) {
     run.outcome.stopped = limits.stop != nullptr && *limits.stop;
     run.outcome.killed = !run.outcome.stopped;
-    (*child)->end_tree();
-    if (!run.until_ended(limits.end)) return std::move(run.outcome);
+    const std::vector<pid_t> left = (*child)->end_tree();
+    run.outcome.left.assign(left.begin(), left.end());
+    const bool is_in_vain = !left.empty();
+    if (!run.until_ended(is_in_vain ? milliseconds{0} : limits.end)) return std::move(run.outcome);
   }
-  run.until_closed(limits.drain);
+  if (run.outcome.left.empty()) run.until_closed(limits.drain);  // they may hold the pipe for long
   run.outcome.exit_code = (*child)->reap();
   return std::move(run.outcome);
 }

@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <csignal>
 
-#include "platform/posix/child_process.h"
+#include "platform/posix/child_start.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/process_tree.h"
 #include "platform/posix/system_calls.h"
@@ -61,7 +61,8 @@ Status SpawnDetached(const std::vector<std::string>& arguments, const std::strin
     return Fail(ErrorKind::kInvalidArgument, "cannot start a nameless program");
   const std::vector<char*> pointers = NullEnded(arguments);
   // It is to outlive whatever process tree this process belongs to.
-  const std::vector<std::string> environment = EnvironmentWithout({kTreeVariable});
+  std::vector<std::string> environment = EnvironmentWithout({kTreeVariable});
+  environment.push_back(std::string(kTreeVariable) + "=" + std::string(kNoTree));
   const std::vector<char*> variables = NullEnded(environment);
 
   std::array<int, 2> ends{};

@@ -2,8 +2,6 @@
 
 #include <string>
 
-#include "platform/posix/descriptor.h"
-
 namespace mrb::platform {
 
 /// What POSIX leaves to each system: calls that the files here need and that every such system
@@ -12,10 +10,6 @@ namespace mrb::platform {
 
 /// The path of the running executable as the system knows it; empty when it does not tell.
 [[nodiscard]] std::string ExecutableLink();
-
-/// A descriptor that becomes readable when the process ends; an empty one when the system has none
-/// to give: then the process is asked now and then.
-[[nodiscard]] Descriptor WatchProcessEnd(int process);
 
 /// Closes every descriptor from `first` on. To be called between fork and exec.
 void CloseDescriptorsFrom(unsigned first);

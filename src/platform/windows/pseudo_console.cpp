@@ -94,13 +94,13 @@ class Console final : public PseudoConsole {
     return FailLastError("read", "a console");
   }
 
-  std::uint32_t wait_for_exit() override {
+  ConsoleEnd wait_for_exit() override {
     constexpr DWORD kGraceWithoutConsole = 2000;
     if (::WaitForSingleObject(child_->process(), kGraceWithoutConsole) != WAIT_OBJECT_0) {
       child_->end_tree();
       ::WaitForSingleObject(child_->process(), kGraceWithoutConsole);
     }
-    return child_->exit_code();
+    return {child_->exit_code(), {}};
   }
 
   Status write(std::string_view keys) override {

@@ -4,6 +4,8 @@
 #include <array>
 #include <utility>
 
+#include "common/process_notes.h"
+
 namespace mrb::server {
 namespace {
 
@@ -80,13 +82,14 @@ void TerminalSession::append(std::string_view piece) {
   if (!bot.empty()) post_({bot, id_, piece});
 }
 
-void TerminalSession::finish(std::uint32_t exit_code) {
-  const std::string last = "\n[session ended, exit " + std::to_string(exit_code) + "]\n";
+void TerminalSession::finish(const platform::ConsoleEnd& end) {
+  const std::string last = StillRunningNotes(end.left) + "\n[session ended, exit " +
+                           std::to_string(end.exit_code) + "]\n";
   std::string bot;
   {
     // At once, so that nobody sees the end without its line.
     const std::scoped_lock lock(mutex_);
-    exit_code_ = exit_code;
+    exit_code_ = end.exit_code;
     alive_ = false;
     program_output_ = output_.total();
     output_.append(last);

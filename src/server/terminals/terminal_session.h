@@ -83,7 +83,7 @@ class TerminalSession {
   class Turn;
 
   void append(std::string_view piece);
-  void finish(std::uint32_t exit_code);
+  void finish(const platform::ConsoleEnd& end);
   [[nodiscard]] bool has_output_since(std::uint64_t since) const;
   [[nodiscard]] bool shows_something_new() const;
   void await_prompt(std::unique_lock<std::mutex>& lock, Clock::time_point deadline);
