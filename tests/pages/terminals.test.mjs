@@ -116,7 +116,7 @@ test("keys reach the page from within a terminal only where they must", async ()
   const page = await world().page("/ui/#/terminals");
   await openByDialog(page, "cat -v", "left");
   await openByDialog(page, "cat -v", "right");
-  await pane(page, "right").waitFor();
+  await pane(page, "right").locator(":focus").waitFor({ state: "attached" });
   await page.keyboard.type("gm?n/\n");
   await shows(page, /gm\?n\//, 1);
   await page.keyboard.press("Control+Shift+ArrowLeft");
