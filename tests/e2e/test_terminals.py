@@ -5,6 +5,7 @@ import os
 import pty
 import re
 import select
+import signal
 import struct
 import subprocess
 import termios
@@ -270,3 +271,81 @@ def test_a_windows_shell(mb):
     terminals.shows(session, r"\[session ended, exit 5\]")
     assert terminals.ask("close", id=session) == {"ok": True}
     assert terminals.ask("open", b"no-such-program") == {"ok": False, "error": "spawn failed"}
+
+
+class Console:
+    """A client on a pseudo-terminal of its own."""
+
+    def __init__(self, mb, *words):
+        self.master, side = pty.openpty()
+        self.modes = termios.tcgetattr(side)
+        self.side = side
+        self.shown = b""
+        self.client = subprocess.Popen(mb.arguments(*words), stdin=side, stdout=side, stderr=side,
+                                       env=mb.environment, cwd=mb.folder, start_new_session=True)
+
+    def type(self, keys):
+        os.write(self.master, keys)
+
+    def shows(self, text, wait=20):
+        end = time.monotonic() + wait
+        while text not in self.shown and time.monotonic() < end:
+            if select.select([self.master], [], [], 0.1)[0]:
+                self.shown += os.read(self.master, 65536)
+        return text in self.shown
+
+    def left_within(self, seconds):
+        begin = time.monotonic()
+        while self.client.poll() is None and time.monotonic() - begin < seconds:
+            self.shows(b"no such text", 0.05)
+        return self.client.poll() is not None
+
+    def close(self):
+        self.client.kill()
+        self.client.wait()
+        os.close(self.master)
+        os.close(self.side)
+
+
+@pytest.mark.parametrize("stopped", [False, True])
+@pytest.mark.parametrize("words,begin,leave,said", [
+    (["mterm", "-r", "run", "sh"], b"leaves it running]", b"\x1cd", b"still running; reattach"),
+    (["mterm", "run", "sh"], b"::list lists sessions]", b"::detach\r", b"still running; reattach"),
+])
+def test_a_client_leaves_whatever_its_resident_does(mb, words, begin, leave, said, stopped):
+    if mb.is_windows:
+        pytest.skip("a pseudo-terminal of this system")
+    resident = mb.serve()
+    console = Console(mb, *words)
+    try:
+        assert console.shows(begin), console.shown
+        console.type(b"printf '\\033[?1049h\\033[?1000h'; echo re''ady\r")
+        assert console.shows(b"ready"), console.shown
+        if stopped:
+            os.kill(resident.pid, signal.SIGSTOP)
+        console.type(leave)
+        assert console.left_within(2), console.shown
+        assert said in console.shown
+        if "-r" in words:
+            tail = console.shown[console.shown.rindex(said):]
+            assert all(undo in tail for undo in (b"\x1b[?1049l", b"\x1b[?1000l", b"\x1b[0m"))
+        assert termios.tcgetattr(console.side) == console.modes
+    finally:
+        os.kill(resident.pid, signal.SIGCONT)
+        console.close()
+
+
+def test_keys_that_nobody_takes_are_not_said_to_be_delivered(mb):
+    if mb.is_windows:
+        pytest.skip("a pseudo-terminal of this system")
+    resident = mb.serve()
+    console = Console(mb, "mterm", "-r", "run", "cat")
+    try:
+        assert console.shows(b"leaves it running]"), console.shown
+        os.kill(resident.pid, signal.SIGSTOP)
+        console.type(b"lost\x1cd")
+        assert console.left_within(2), console.shown
+        assert "[mterm: server unreachable — detaching]".encode() in console.shown
+    finally:
+        os.kill(resident.pid, signal.SIGCONT)
+        console.close()

@@ -8,8 +8,8 @@
 #include "common/json_scan.h"
 #include "common/text.h"
 #include "common/url.h"
+#include "front/client/terminal_requests.h"
 #include "platform/console.h"
-#include "server/http/loopback_request.h"
 
 namespace mrb::front {
 namespace {
@@ -83,7 +83,7 @@ class Client {
  private:
   [[nodiscard]] Result<std::string> ask(const std::string& method_and_target,
                                         std::string_view body = {}) const {
-    return server::AskResident(options_.port, {method_and_target, {}, options_.headers, body});
+    return TerminalRequests(options_).ask(method_and_target, body);
   }
 
   static int complain(const std::string& text) {

@@ -2,38 +2,68 @@
 
 #include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <thread>
+#include <utility>
 
 #include "common/json_scan.h"
 #include "common/text.h"
 #include "common/url.h"
 #include "front/client/detach_keys.h"
 #include "platform/console.h"
-#include "server/http/loopback_request.h"
 
 namespace mrb::front {
 namespace {
 
 using std::chrono::milliseconds;
 
+constexpr std::string_view kUnreachable = "\n[mterm: server unreachable — detaching]\n";
+
 constexpr milliseconds kBetweenPolls{80};
 constexpr int kRawWait = 250;  // milliseconds that the resident holds a read without output
 constexpr milliseconds kInputWait{100};
+constexpr milliseconds kLastKeys{500};    // until what was typed is delivered, when the user leaves
+constexpr milliseconds kLastOutput{400};  // and until what came of it is shown
 
 }  // namespace
 
-Result<std::string> Attachment::ask(const std::string& method_and_target,
-                                    std::string_view body) const {
-  return server::AskResident(options_.port, {method_and_target, {}, options_.headers, body});
-}
+/// The thread that shows the session's output, for as long as this lives and a little longer.
+class Attachment::Reader {
+ public:
+  Reader(Attachment& attachment, int wait)
+      : attachment_(attachment), thread_([this, wait] {
+          attachment_.show_output(wait);
+          const std::scoped_lock lock(mutex_);
+          is_done_ = true;
+          done_.notify_all();
+        }) {}
+  Reader(const Reader&) = delete;
+  Reader& operator=(const Reader&) = delete;
+  ~Reader() {
+    attachment_.active_ = false;
+    {
+      std::unique_lock lock(mutex_);
+      done_.wait_for(lock, kLastOutput, [this] { return is_done_; });
+    }
+    attachment_.requests_.give_up();
+    thread_.join();
+  }
+
+ private:
+  Attachment& attachment_;
+  std::mutex mutex_;
+  std::condition_variable done_;
+  bool is_done_ = false;  // guarded by mutex_
+  std::thread thread_;    // last: it uses all of them
+};
 
 std::string Attachment::target(std::string_view route, std::string_view more) const {
   return "POST /term/" + std::string(route) + "?id=" + EncodeForm(id_) + std::string(more);
 }
 
-bool Attachment::send(std::string_view text, std::string_view more) {
-  if (ask(target("send", more), text)) return true;
-  say("\n[mterm: server unreachable — detaching]\n");
+bool Attachment::type(std::string_view text, std::string_view more) {
+  if (requests_.ask(target("send", more), text)) return true;
+  if (active_) say(kUnreachable);
   return false;
 }
 
@@ -42,22 +72,30 @@ void Attachment::say(std::string_view text) {
   platform::WriteStdout(text);
 }
 
-void Attachment::say_detached() {
-  say("\n[detached — " + id_ + " still running; reattach: mb mterm " + id_ + "]\n");
+/// What was typed before it is delivered first, as far as the resident takes it.
+void Attachment::detach() {
+  const bool delivered = typing_.await_done(kLastKeys);
+  active_ = false;
+  say(delivered ? "\n[detached — " + id_ + " still running; reattach: mb mterm " + id_ + "]\n"
+                : std::string(kUnreachable));
 }
 
 /// One poll. False once the session has ended.
 bool Attachment::show_next_output(std::uint64_t& since, int wait) {
   std::string read = "GET /term/read?id=" + EncodeForm(id_) + "&since=" + std::to_string(since);
   if (wait > 0) read += "&wait=" + std::to_string(wait);
-  const auto answer = ask(read);
+  const auto answer = requests_.ask(read);
   if (!answer) {
     std::this_thread::sleep_for(kBetweenPolls);
     return true;  // the resident may come back, and the user may wait for it
   }
   const auto document = JsonDocument::scan(*answer);
   const JsonValue root = document ? document->root() : JsonValue();
-  if (const std::string data = root.find("data").text(); !data.empty()) say(data);
+  if (const std::string data = root.find("data").text(); !data.empty()) {
+    const std::scoped_lock lock(output_mutex_);
+    modes_.watch(data);
+    platform::WriteStdout(data);
+  }
   const std::int64_t total = root.find("len").integer().value_or(0);
   since = std::max(since, static_cast<std::uint64_t>(std::max<std::int64_t>(total, 0)));
   return root.find("alive").boolean().value_or(false);
@@ -77,69 +115,80 @@ void Attachment::show_output(int wait) {
   static_cast<void>(show_next_output(since, 0));
 }
 
-Attachment::Next Attachment::take_line(std::string_view line) {
+bool Attachment::close() {
+  const auto closed = requests_.ask(target("close"));
+  say(closed ? "\n[closed " + id_ + "]\n" : std::string(kUnreachable));
+  return false;
+}
+
+/// One line of the user, delivered or done in its turn. False: nothing comes behind it.
+bool Attachment::take_line(std::string line) {
   constexpr std::string_view kName = "::name ";
-  const auto print = [this](const Result<std::string>& answer) {
+  const auto print = [this](const std::string& method_and_target) {
+    const auto answer = requests_.ask(method_and_target);
     say(answer ? *answer + "\n" : "mterm: server unreachable\n");
+    return true;
   };
   if (line == "::detach" || line == "::quit") {
-    say_detached();
-    return Next::kLeave;
+    detach();
+    return false;
   }
   if (line == "::close") {
-    const auto closed = ask(target("close"));
-    say(closed ? "\n[closed " + id_ + "]\n" : "\n[mterm: server unreachable — detaching]\n");
-    return Next::kLeave;
-  }
-  if (line == "::list") {
-    print(ask("GET /term/list"));
+    typing_.add([this] { return close(); });
+  } else if (line == "::list") {
+    typing_.add([print] { return print("GET /term/list"); });
   } else if (line.starts_with(kName)) {
-    print(ask(target("name", "&name=" + EncodeForm(Trim(line.substr(kName.size()))))));
+    const std::string alias(Trim(std::string_view(line).substr(kName.size())));
+    typing_.add(
+        [this, print, alias] { return print(target("name", "&name=" + EncodeForm(alias))); });
   } else {
-    return send(line) ? Next::kGoOn : Next::kLeave;
+    typing_.add([this, text = std::move(line)] { return type(text, {}); });
   }
-  return Next::kGoOn;
+  return true;
 }
 
 void Attachment::run_lines() {
-  std::thread reader([this] { show_output(0); });
-  while (!ended_) {
+  const Reader reader(*this, 0);
+  while (!is_over()) {
     if (!platform::AwaitStdin(kInputWait)) continue;
     const auto line = platform::ReadStdinLine();
-    if (!line || take_line(TrimLineEnd(*line)) == Next::kLeave) break;
+    if (!line) typing_.await_done();  // a script's lines are all delivered
+    if (!line || !take_line(std::string(TrimLineEnd(*line)))) return;
   }
-  active_ = false;
-  reader.join();
-}
-
-Attachment::Next Attachment::take_keys(std::string_view keys, bool detach) {
-  if (!keys.empty() && !send(keys, "&raw=1")) return Next::kLeave;
-  if (detach) say_detached();
-  return detach ? Next::kLeave : Next::kGoOn;
 }
 
 void Attachment::follow_size(platform::ConsoleSize& known) {
   const auto size = platform::StdoutConsoleSize();
   if (!size || *size == known) return;
   known = *size;
-  static_cast<void>(ask(target(
-      "resize", "&cols=" + std::to_string(size->columns) + "&rows=" + std::to_string(size->rows))));
+  typing_.add([this, asked = *size] {
+    static_cast<void>(requests_.ask(target("resize", "&cols=" + std::to_string(asked.columns) +
+                                                         "&rows=" + std::to_string(asked.rows))));
+    return true;
+  });
 }
 
 void Attachment::run_keys(platform::RawConsole& console) {
-  platform::ConsoleSize size{0, 0};
-  follow_size(size);
-  std::thread reader([this] { show_output(kRawWait); });
-  DetachKeys watch;
-  while (!ended_) {
-    const auto keys = console.keys(kInputWait);
-    if (!keys) break;
-    const DetachKeys::Passed passed = watch.pass(*keys);
-    if (take_keys(passed.keys, passed.detach) == Next::kLeave) break;
+  {
+    platform::ConsoleSize size{0, 0};
     follow_size(size);
+    const Reader reader(*this, kRawWait);
+    DetachKeys watch;
+    while (!is_over()) {
+      const auto keys = console.keys(kInputWait);
+      if (!keys) break;
+      DetachKeys::Passed passed = watch.pass(*keys);
+      if (!passed.keys.empty()) {
+        typing_.add([this, text = std::move(passed.keys)] { return type(text, "&raw=1"); });
+      }
+      if (passed.detach) {
+        detach();
+        break;
+      }
+      follow_size(size);
+    }
   }
-  active_ = false;
-  reader.join();
+  say(modes_.undo());
 }
 
 }  // namespace mrb::front

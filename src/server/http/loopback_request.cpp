@@ -54,15 +54,4 @@ Result<LoopbackAnswer> Exchange(platform::Socket& socket, const LoopbackRequest&
   return LoopbackAnswer{answer->status(), answer->take_body()};
 }
 
-Result<std::string> AskResident(std::int32_t port, const LoopbackRequest& request) {
-  auto connection = ConnectToPort(port, platform::Milliseconds{0});
-  if (!connection) return std::unexpected(std::move(connection.error()));
-  if (!IsOwnListener(connection->server)) {
-    return Fail(ErrorKind::kUnavailable, "the port is held by a program of another user");
-  }
-  auto answer = Exchange(connection->socket, request);
-  if (!answer) return std::unexpected(std::move(answer.error()));
-  return std::move(answer->body);
-}
-
 }  // namespace mrb::server

@@ -47,8 +47,4 @@ struct LoopbackAnswer {
 [[nodiscard]] Result<LoopbackAnswer> Exchange(platform::Socket& socket,
                                               const LoopbackRequest& request);
 
-/// The answer's body, whatever its status. As Exchange(), and kUnavailable when the listener is not
-/// the user's own.
-[[nodiscard]] Result<std::string> AskResident(std::int32_t port, const LoopbackRequest& request);
-
 }  // namespace mrb::server
