@@ -115,8 +115,12 @@ class RunningServer {
 
   /// Returns once the server listens, or has given up.
   void wait_until_listening() const {
-    while (server_.port() == 0 && !ended_) std::this_thread::sleep_for(kListenInterval);
+    while (server_.port() == 0 && !ended_ && !platform::IsCloseRequested()) {
+      std::this_thread::sleep_for(kListenInterval);
+    }
   }
+
+  [[nodiscard]] bool listens() const { return server_.port() != 0 && !ended_; }
 
   [[nodiscard]] bool ended() const { return ended_; }
   [[nodiscard]] bool failed() const { return failed_; }
@@ -212,7 +216,7 @@ platform::TrayMenu TrayOf(std::int32_t port) {
 
 bool BecomesHealthy(std::int32_t port, const RunningServer& server) {
   server.wait_until_listening();
-  for (int i = 0; i < kHealthProbes && !server.ended(); ++i) {
+  for (int i = 0; i < kHealthProbes && !server.ended() && !platform::IsCloseRequested(); ++i) {
     if (ProbeResident(port).result == ProbeResult::Current) return true;
     std::this_thread::sleep_for(kHealthInterval);
   }
@@ -241,6 +245,40 @@ void ShowPage(std::int32_t port, std::string_view path) {
   if (!platform::OpenPage(url)) WriteStdout(url + "\n");
 }
 
+namespace {
+
+/// What a resident does once it has left its console. What went wrong is both logged and reported.
+int ServeDetached(const Options& options, const Homes& homes, bool open_page) {
+  const auto fail = [](const std::string& complaint) {
+    WriteStderr(complaint);
+    platform::ReportStart(complaint);
+    return 1;
+  };
+  const auto instance = platform::SingleInstance::acquire(options.port);
+  if (!instance.held()) {
+    platform::ReportStart({});
+    return 0;
+  }
+  const auto loopback_only = ListensOnLoopbackOnly(homes);
+  if (!loopback_only) return fail("Mirebolt: " + loopback_only.error().text + "\n");
+  auto calls = OpenCallTable(options, homes);
+  if (!calls) return fail("Mirebolt: " + calls.error().text + "\n");
+  platform::PrepareMainLoop();
+  const RunningServer server(options, homes,
+                             {.calls = std::move(*calls), .loopback_only = *loopback_only});
+  if (!BecomesHealthy(options.port, server)) {
+    return fail(
+        "Mirebolt: boot could not bind port " + std::to_string(options.port) +
+        " (held by another process) — exiting instead of running a listener-less resident\n");
+  }
+  platform::ReportStart({});
+  if (open_page) ShowPage(options.port, "/ui/");
+  platform::RunMainLoop(TrayOf(options.port));
+  return 0;
+}
+
+}  // namespace
+
 int RunBoot(const Options& options, const Homes& homes, bool open_page) {
   if (!ClaimHomesOrSay(homes)) return 1;  // while there is a console to say it on
   const std::string log = homes.log_path(options.port);
@@ -248,24 +286,7 @@ int RunBoot(const Options& options, const Homes& homes, bool open_page) {
   if (detached) detached = platform::DetachConsole(log);
   // It still serves; it only cannot say what it saw.
   if (!detached) WriteStderr("warning: no log: " + detached.error().text + "\n");
-  const auto instance = platform::SingleInstance::acquire(options.port);
-  if (!instance.held()) return 0;
-  const auto loopback_only = ListensOnLoopbackOnly(homes);
-  if (!loopback_only) return Complain(loopback_only.error());
-  auto calls = OpenCallTable(options, homes);
-  if (!calls) return Complain(calls.error());
-  platform::PrepareMainLoop();
-  const RunningServer server(options, homes,
-                             {.calls = std::move(*calls), .loopback_only = *loopback_only});
-  if (!BecomesHealthy(options.port, server)) {
-    WriteStderr(
-        "Mirebolt: boot could not bind port " + std::to_string(options.port) +
-        " (held by another process) — exiting instead of running a listener-less resident\n");
-    return 1;
-  }
-  if (open_page) ShowPage(options.port, "/ui/");
-  platform::RunMainLoop(TrayOf(options.port));
-  return 0;
+  return ServeDetached(options, homes, open_page);
 }
 
 int RunInteractive(const Options& options, const Homes& homes, Role role, std::string_view word) {
@@ -290,7 +311,7 @@ int RunInteractive(const Options& options, const Homes& homes, Role role, std::s
       options, homes,
       {.calls = std::move(*calls), .loopback_only = *loopback_only, .open_page = open_page});
   server.wait_until_listening();
-  if (!server.ended()) GreetTheUser(options, homes, *loopback_only);
+  if (server.listens()) GreetTheUser(options, homes, *loopback_only);
   if (!HasConfiguration(homes, platform::SystemFiles())) {
     platform::ShowBalloon("Mirebolt", "No configuration found — set it up in the tray.");
   }

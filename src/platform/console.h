@@ -35,6 +35,11 @@ void WriteStderr(std::string_view text);
 /// `log_path` (input: nothing). A log of more than 5 MB is first renamed to `log_path` + ".old".
 [[nodiscard]] Status DetachConsole(const std::string& log_path);
 
+/// After DetachConsole(), once: tells whoever started this process how that went, on the standard
+/// error that was left behind. A shell that waits goes on now; its status is 1 when there is a
+/// complaint. A process that ends without a word counts as one that failed.
+void ReportStart(std::string_view complaint);
+
 /// The size of the console that standard output is; nothing when it is none.
 [[nodiscard]] std::optional<ConsoleSize> StdoutConsoleSize();
 

@@ -23,6 +23,9 @@ void RunMainLoop(const TrayMenu& menu);
 /// Ends RunMainLoop(), also when it has not begun yet. Any thread.
 void RequestClose();
 
+/// Whether RunMainLoop() would return at once. Any thread.
+[[nodiscard]] bool IsCloseRequested();
+
 /// Shows a notice at the tray icon; where there is no tray nothing happens. Before or during
 /// RunMainLoop(), any thread.
 void ShowBalloon(const std::string& title, const std::string& text);

@@ -1,6 +1,9 @@
 """The client against listeners that are not a healthy resident of its own version."""
 import concurrent.futures
+import os
 import re
+import signal
+import subprocess
 import time
 
 import pytest
@@ -121,10 +124,63 @@ def test_ten_at_once_bring_up_exactly_one_resident(mb):
     assert len(mb.out("memory.retrieve me, shared, t").splitlines()) == 10
 
 
+def log_of(mb):
+    logs = list((mb.home / "logs").glob("resident-*.log"))
+    return logs[0].read_text() if logs else ""
+
+
 def test_boot_without_its_port_does_not_stay(mb):
     first = mb.serve()
     assert mb.run("boot").returncode == 0  # the port has its resident
     assert listens(mb.port) and first.poll() is None
+
+
+@pytest.mark.skipif(os.name != "posix", reason="process groups")
+@pytest.mark.parametrize("group", [None, 0], ids=["in the caller's group", "as a shell's job"])
+def test_boot_tells_its_caller_how_it_went(mb, group):
+    """A shell's job cannot begin a session: its child goes on in its place, and the job waits."""
+    if mb.is_windows:
+        pytest.skip("process groups")
+
+    def boot():
+        return subprocess.Popen(mb.arguments("boot"), stdin=subprocess.DEVNULL, cwd=mb.folder,
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                                env=mb.environment, process_group=group)
+
+    mb.home.mkdir(exist_ok=True)
+    settings = mb.home / "mirebolt.cfg"
+    settings.write_text("listen = nowhere\n")
+    failed = boot()
+    out, err = failed.communicate(timeout=20)
+    assert (failed.returncode, out) == (1, "")
+    assert "nowhere" in err
+    settings.write_text("")
+    with Listener(mb.port, HEAD + b"somebody else's page"):
+        waiting = boot()
+        wait_until(lambda: "bind() on port" in log_of(mb), "a resident that waits for the port")
+        for pid in mb.resident_pids():
+            if group is None or pid != waiting.pid:
+                os.kill(pid, signal.SIGTERM)
+        _, err = waiting.communicate(timeout=5)
+        assert (waiting.returncode, "could not bind port" in err) == (1, True)
+    served = boot()
+    if group == 0:
+        assert (served.wait(20), served.stderr.read()) == (0, "")
+    wait_until(lambda: listens(mb.port), "a resident that answers")
+    mb.shutdown()
+    served.wait(20)
+    served.communicate()
+
+
+@pytest.mark.skipif(os.name != "posix", reason="signals")
+def test_a_signal_ends_the_wait_for_a_held_port(mb):
+    if mb.is_windows:
+        pytest.skip("signals")
+    with Listener(mb.port, HEAD + b"somebody else's page"):
+        waiting = mb.start("serve")
+        wait_until(lambda: "bind()" in waiting.stdout.readline(), "a resident that waits")
+        waiting.send_signal(signal.SIGINT)
+        waiting.wait(5)
 
 
 @pytest.mark.smoke

@@ -2,8 +2,11 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <csignal>
+#include <string_view>
+#include <utility>
 
 #include "platform/console.h"
 #include "platform/log_file.h"
@@ -12,6 +15,40 @@
 
 namespace mrb::platform {
 namespace {
+
+/// What is left of the way back to whoever started this process: a pipe to the parent that waits
+/// for it, or else the standard error itself.
+struct WayBack {
+  Descriptor pipe;
+  Descriptor errors;
+};
+
+WayBack& TheWayBack() {
+  static WayBack way;
+  return way;
+}
+
+void WriteTo(int fd, std::string_view text) {
+  while (!text.empty()) {
+    const auto put = Uninterrupted([&] { return ::write(fd, text.data(), text.size()); });
+    if (put <= 0) return;  // nobody listens any more
+    text.remove_prefix(static_cast<std::size_t>(put));
+  }
+}
+
+/// The parent's part: passes on what the child reports. One that dies without a word has failed.
+[[noreturn]] void AwaitReport(int pipe) {
+  constexpr char kServes = '+';
+  std::array<char, 4096> piece;  // NOLINT: filled by the system
+  int status = 1;
+  for (;;) {
+    const auto got = Uninterrupted([&] { return ::read(pipe, piece.data(), piece.size()); });
+    if (got <= 0) ::_exit(status);
+    std::string_view text(piece.data(), static_cast<std::size_t>(got));
+    if (text.starts_with(kServes)) status = 0;
+    if (status != 0) WriteTo(STDERR_FILENO, text);
+  }
+}
 
 /// For a process that leads its session already (started by a terminal emulator or a supervisor):
 /// it needs no new one, only to let go of the terminal. The system tells the session's leader so
@@ -35,9 +72,16 @@ Status BeginSession() {
     return {};
   }
   if (::setsid() >= 0) return {};
+  std::array<int, 2> ends{};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) return FailErrno("leave", "the terminal");
+  const Descriptor report(ends[0]);
+  TheWayBack().pipe.reset(ends[1]);
   const pid_t child = ::fork();
   if (child < 0) return FailErrno("leave", "the terminal");
-  if (child > 0) ::_exit(0);
+  if (child > 0) {
+    TheWayBack().pipe.reset(-1);
+    AwaitReport(report.get());
+  }
   ::setsid();
   return {};
 }
@@ -53,10 +97,17 @@ Status DetachConsole(const std::string& log_path) {
   const Descriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
   if (!nothing) return FailErrno("open", "/dev/null");
   if (Status begun = BeginSession(); !begun) return begun;
+  if (!TheWayBack().pipe) TheWayBack().errors.reset(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3));
   ::dup2(nothing.get(), STDIN_FILENO);
   ::dup2(log.get(), STDOUT_FILENO);
   ::dup2(log.get(), STDERR_FILENO);
   return {};
+}
+
+void ReportStart(std::string_view complaint) {
+  WayBack way = std::move(TheWayBack());
+  if (way.pipe) WriteTo(way.pipe.get(), complaint.empty() ? "+" : complaint);
+  if (way.errors) WriteTo(way.errors.get(), complaint);
 }
 
 }  // namespace mrb::platform

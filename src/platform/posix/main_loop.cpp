@@ -74,6 +74,11 @@ void RequestClose() {
   WriteByte(ClosePipe()[1]);
 }
 
+bool IsCloseRequested() {
+  pollfd wait{ClosePipe()[0], POLLIN, 0};
+  return Uninterrupted([&] { return ::poll(&wait, 1, 0); }) > 0;
+}
+
 void ShowBalloon(const std::string& /*title*/, const std::string& /*text*/) {
   // There is no tray here, and so nobody who could set anything up in it.
 }

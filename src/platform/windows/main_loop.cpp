@@ -174,6 +174,12 @@ void RequestClose() {
   static_cast<void>(AskToClose());
 }
 
+bool IsCloseRequested() {
+  Requests& requests = TheRequests();
+  const std::scoped_lock lock(requests.mutex);
+  return requests.close;
+}
+
 void ShowBalloon(const std::string& title, const std::string& text) {
   Requests& requests = TheRequests();
   const std::lock_guard lock(requests.mutex);
