@@ -162,6 +162,7 @@ TEST(ShellCommandTest, EndsACommandWithAllItStartedWhenItsTimeIsOver) {
       "(while :; do env -i setsid sleep 1001 & sleep 0.01; done &)",
       // Without its supervisor the tree is still found by what marks it.
       "(setsid sleep 1001 &); kill -9 $PPID",
+      "(env -i setsid sleep 1001 &); kill -STOP $PPID",
   };
   for (const std::string escape : escapes) {
     const std::string command = "trap '' HUP TERM; echo on; " + escape + "\n sleep 1001";

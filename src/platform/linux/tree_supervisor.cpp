@@ -28,7 +28,7 @@ namespace {
 
 constexpr const char* kOwnExecutable = "/proc/self/exe";
 constexpr const char* kSupervisorName = "mirebolt-tree";
-constexpr std::size_t kFixedArguments = 3;  // the name, the folder, the terminal; then the program
+constexpr int kFixedArguments = 3;  // the name, the folder, the terminal; then the program
 constexpr int kSignalBase = 128;
 
 struct Message {
@@ -126,8 +126,23 @@ void LetGoOfStreams() {
 
 /// The GNU C library hands a constructor what main() gets.
 __attribute__((constructor(101))) void SuperviseWhenTold(int argc, char** argv) {
-  const std::vector<std::string> arguments(argv, argv + argc);
-  if (arguments.size() > kFixedArguments && arguments[0] == kSupervisorName) Supervise(arguments);
+  constexpr int kLeast = kFixedArguments + 1;
+  if (argc >= kLeast && argv[0] == std::string_view(kSupervisorName))
+    Supervise({argv, argv + argc});
+}
+
+/// Whether the supervisor has said something, or is gone, in time. A program may stop its own
+/// parent.
+bool AwaitWord(int control) {
+  constexpr int kPatienceMs = 10'000;
+  pollfd wait{control, POLLIN, 0};
+  return Uninterrupted([&] { return ::poll(&wait, 1, kPatienceMs); }) > 0;
+}
+
+/// For one that has nothing left to do. It may have been stopped, and would then never leave.
+void Dismiss(pid_t supervisor) {
+  ::kill(supervisor, SIGKILL);
+  Uninterrupted([&] { return ::waitpid(supervisor, nullptr, 0); });
 }
 
 }  // namespace
@@ -147,11 +162,13 @@ Result<TreeSupervisor> TreeSupervisor::start(const ChildStart& start,
                               .output = start.output,
                               .control = theirs.get()},
                              environment);
-  if (!id) return std::unexpected(id.error());
+  if (!id) return std::unexpected(SystemError(id.error().system, "start", start.arguments[0]));
   theirs.reset(-1);
   TreeSupervisor supervisor(*id, std::move(control));
   Message first{Message::Kind::kRefused, ESRCH, 0};  // when it died before it could say a word
-  Uninterrupted([&] { return ::recv(supervisor.end(), &first, sizeof first, 0); });
+  if (AwaitWord(supervisor.end())) {
+    Uninterrupted([&] { return ::recv(supervisor.end(), &first, sizeof first, 0); });
+  }
   if (first.kind == Message::Kind::kRefused) {
     return std::unexpected(SystemError(first.value, "start", start.arguments[0]));
   }
@@ -162,7 +179,7 @@ Result<TreeSupervisor> TreeSupervisor::start(const ChildStart& start,
 TreeSupervisor::~TreeSupervisor() {
   if (!control_) return;
   control_.reset(-1);
-  if (id_ != 0) Uninterrupted([&] { return ::waitpid(id_, nullptr, 0); });
+  if (id_ != 0) Dismiss(id_);
 }
 
 std::optional<std::uint32_t> TreeSupervisor::exit_code() const {
@@ -182,8 +199,7 @@ void TreeSupervisor::settle() {
   Message last{};
   static_cast<void>(Look(control_.get(), last));
   if (id_ == 0 || last.others != 0) return;
-  Uninterrupted([&] { return ::waitpid(id_, nullptr, 0); });
-  id_ = 0;
+  Dismiss(std::exchange(id_, 0));
 }
 
 }  // namespace mrb::platform

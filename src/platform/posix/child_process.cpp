@@ -79,6 +79,8 @@ void ChildProcess::hang_up(pid_t group) const {
 std::vector<pid_t> ChildProcess::end_tree() const {
   const std::scoped_lock lock(mutex_);
   is_over_ = true;
+  // One that a program of its tree has stopped tells of no end.
+  if (supervisor_.id() != 0) ::kill(supervisor_.id(), SIGCONT);
   return EndProcessTree(supervisor_.id(), mark_, kPatienceWithTheKilled);
 }
 

@@ -36,6 +36,22 @@ void WriteTo(int fd, std::string_view text) {
   }
 }
 
+volatile sig_atomic_t waited_for = 0;
+
+void EndWhatIsWaitedFor(int signal) {
+  ::kill(static_cast<pid_t>(waited_for), SIGTERM);
+  constexpr int kSignalBase = 128;
+  ::_exit(kSignalBase + signal);
+}
+
+/// Who ends the parent means the child that it stands for.
+void PassSignalsOnTo(pid_t child) {
+  waited_for = child;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    if (::signal(signal, EndWhatIsWaitedFor) == SIG_IGN) ::signal(signal, SIG_IGN);
+  }
+}
+
 /// The parent's part: passes on what the child reports. One that dies without a word has failed.
 [[noreturn]] void AwaitReport(int pipe) {
   constexpr char kServes = '+';
@@ -77,9 +93,13 @@ Status BeginSession() {
   const Descriptor report(ends[0]);
   TheWayBack().pipe.reset(ends[1]);
   const pid_t child = ::fork();
-  if (child < 0) return FailErrno("leave", "the terminal");
+  if (child < 0) {
+    TheWayBack().pipe.reset(-1);
+    return FailErrno("leave", "the terminal");
+  }
   if (child > 0) {
     TheWayBack().pipe.reset(-1);
+    PassSignalsOnTo(child);
     AwaitReport(report.get());
   }
   ::setsid();

@@ -19,6 +19,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
+/// For what those wrote who cannot be ended.
+constexpr milliseconds kLastOutput{20};
+
 /// How long it may take until a command is ended that is told to stop.
 constexpr milliseconds kStopLook{50};
 
@@ -101,10 +104,10 @@ Result<ShellOutcome> RunShellCommand(const std::string& command, const std::stri
     run.outcome.killed = !run.outcome.stopped;
     const std::vector<pid_t> left = (*child)->end_tree();
     run.outcome.left.assign(left.begin(), left.end());
-    const bool is_in_vain = !left.empty();
-    if (!run.until_ended(is_in_vain ? milliseconds{0} : limits.end)) return std::move(run.outcome);
+    static_cast<void>(run.until_ended(left.empty() ? limits.end : kLastOutput));
   }
-  if (run.outcome.left.empty()) run.until_closed(limits.drain);  // they may hold the pipe for long
+  // Who is left may hold the pipe for long.
+  run.until_closed(run.outcome.left.empty() ? limits.drain : kLastOutput);
   run.outcome.exit_code = (*child)->reap();
   return std::move(run.outcome);
 }
