@@ -327,8 +327,9 @@ def test_a_client_leaves_whatever_its_resident_does(mb, words, begin, leave, sai
         assert console.left_within(2), console.shown
         assert said in console.shown
         if "-r" in words:
-            tail = console.shown[console.shown.rindex(said):]
-            assert all(undo in tail for undo in (b"\x1b[?1049l", b"\x1b[?1000l", b"\x1b[0m"))
+            # Before the words, or they would be gone with the program's own screen.
+            head = console.shown[:console.shown.rindex(said)]
+            assert all(undo in head for undo in (b"\x1b[?1049l", b"\x1b[?1000l", b"\x1b[0m"))
         assert termios.tcgetattr(console.side) == console.modes
     finally:
         os.kill(resident.pid, signal.SIGCONT)

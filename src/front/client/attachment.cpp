@@ -22,7 +22,7 @@ constexpr std::string_view kUnreachable = "\n[mterm: server unreachable — deta
 constexpr milliseconds kBetweenPolls{80};
 constexpr int kRawWait = 250;  // milliseconds that the resident holds a read without output
 constexpr milliseconds kInputWait{100};
-constexpr milliseconds kLastKeys{500};    // until what was typed is delivered, when the user leaves
+constexpr milliseconds kLastKeys{400};    // until what was typed is delivered, when the user leaves
 constexpr milliseconds kLastOutput{400};  // and until what came of it is shown
 
 }  // namespace
@@ -63,7 +63,7 @@ std::string Attachment::target(std::string_view route, std::string_view more) co
 
 bool Attachment::type(std::string_view text, std::string_view more) {
   if (requests_.ask(target("send", more), text)) return true;
-  if (active_) say(kUnreachable);
+  if (active_) say_last(kUnreachable);
   return false;
 }
 
@@ -72,12 +72,20 @@ void Attachment::say(std::string_view text) {
   platform::WriteStdout(text);
 }
 
+/// In front of what the user is to see when the program's own screen is gone.
+void Attachment::say_last(std::string_view text) {
+  const std::scoped_lock lock(output_mutex_);
+  if (is_raw_) platform::WriteStdout(std::exchange(modes_, {}).undo());
+  platform::WriteStdout(text);
+}
+
 /// What was typed before it is delivered first, as far as the resident takes it.
 void Attachment::detach() {
-  const bool delivered = typing_.await_done(kLastKeys);
+  const bool done = typing_.await_done(kLastKeys);
   active_ = false;
-  say(delivered ? "\n[detached — " + id_ + " still running; reattach: mb mterm " + id_ + "]\n"
-                : std::string(kUnreachable));
+  if (typing_.has_failed()) return;  // which was said
+  farewell_ = done ? "\n[detached — " + id_ + " still running; reattach: mb mterm " + id_ + "]\n"
+                   : std::string(kUnreachable);
 }
 
 /// One poll. False once the session has ended.
@@ -86,7 +94,7 @@ bool Attachment::show_next_output(std::uint64_t& since, int wait) {
   if (wait > 0) read += "&wait=" + std::to_string(wait);
   const auto answer = requests_.ask(read);
   if (!answer) {
-    std::this_thread::sleep_for(kBetweenPolls);
+    if (active_) std::this_thread::sleep_for(kBetweenPolls);
     return true;  // the resident may come back, and the user may wait for it
   }
   const auto document = JsonDocument::scan(*answer);
@@ -105,7 +113,7 @@ void Attachment::show_output(int wait) {
   std::uint64_t since = 0;
   while (active_) {
     if (!show_next_output(since, wait)) {
-      say("\n[session ended]\n");
+      say_last("\n[session ended]\n");
       ended_ = true;
       return;
     }
@@ -117,7 +125,7 @@ void Attachment::show_output(int wait) {
 
 bool Attachment::close() {
   const auto closed = requests_.ask(target("close"));
-  say(closed ? "\n[closed " + id_ + "]\n" : std::string(kUnreachable));
+  say_last(closed ? "\n[closed " + id_ + "]\n" : std::string(kUnreachable));
   return false;
 }
 
@@ -147,14 +155,21 @@ bool Attachment::take_line(std::string line) {
   return true;
 }
 
-void Attachment::run_lines() {
-  const Reader reader(*this, 0);
+void Attachment::read_lines() {
   while (!is_over()) {
     if (!platform::AwaitStdin(kInputWait)) continue;
     const auto line = platform::ReadStdinLine();
     if (!line) typing_.await_done();  // a script's lines are all delivered
     if (!line || !take_line(std::string(TrimLineEnd(*line)))) return;
   }
+}
+
+void Attachment::run_lines() {
+  {
+    const Reader reader(*this, 0);
+    read_lines();
+  }
+  say_last(farewell_);
 }
 
 void Attachment::follow_size(platform::ConsoleSize& known) {
@@ -168,27 +183,28 @@ void Attachment::follow_size(platform::ConsoleSize& known) {
   });
 }
 
-void Attachment::run_keys(platform::RawConsole& console) {
-  {
-    platform::ConsoleSize size{0, 0};
+void Attachment::read_keys(platform::RawConsole& console) {
+  platform::ConsoleSize size{0, 0};
+  DetachKeys watch;
+  while (!is_over()) {
     follow_size(size);
-    const Reader reader(*this, kRawWait);
-    DetachKeys watch;
-    while (!is_over()) {
-      const auto keys = console.keys(kInputWait);
-      if (!keys) break;
-      DetachKeys::Passed passed = watch.pass(*keys);
-      if (!passed.keys.empty()) {
-        typing_.add([this, text = std::move(passed.keys)] { return type(text, "&raw=1"); });
-      }
-      if (passed.detach) {
-        detach();
-        break;
-      }
-      follow_size(size);
+    const auto keys = console.keys(kInputWait);
+    if (!keys) return;
+    DetachKeys::Passed passed = watch.pass(*keys);
+    if (!passed.keys.empty()) {
+      typing_.add([this, text = std::move(passed.keys)] { return type(text, "&raw=1"); });
     }
+    if (passed.detach) return detach();
   }
-  say(modes_.undo());
+}
+
+void Attachment::run_keys(platform::RawConsole& console) {
+  is_raw_ = true;
+  {
+    const Reader reader(*this, kRawWait);
+    read_keys(console);
+  }
+  say_last(farewell_);
 }
 
 }  // namespace mrb::front

@@ -34,6 +34,8 @@ class Attachment {
 
   void show_output(int wait);
   bool show_next_output(std::uint64_t& since, int wait);
+  void read_lines();
+  void read_keys(platform::RawConsole& console);
   bool take_line(std::string line);
   bool close();
   bool type(std::string_view text, std::string_view more);
@@ -43,11 +45,14 @@ class Attachment {
 
   [[nodiscard]] std::string target(std::string_view route, std::string_view more = {}) const;
   void say(std::string_view text);
+  void say_last(std::string_view text);
 
   TerminalRequests requests_;
   const std::string id_;
   std::mutex output_mutex_;  // so that messages do not land within the terminal's output
   ScreenModes modes_;        // guarded by output_mutex_
+  bool is_raw_ = false;      // set before there is a second thread
+  std::string farewell_;     // said once nothing more is shown
   std::atomic<bool> active_{true};
   std::atomic<bool> ended_{false};
   WorkQueue typing_;  // last: its work uses all of them

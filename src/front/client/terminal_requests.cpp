@@ -36,6 +36,7 @@ class TerminalRequests::Open {
 
 Result<std::string> TerminalRequests::ask(const std::string& method_and_target,
                                           std::string_view body) {
+  if (has_given_up()) return Fail(ErrorKind::kClosed, "the client is leaving");
   auto connection = server::ConnectToPort(options_.port, kConnect);
   if (!connection) return std::unexpected(std::move(connection.error()));
   if (!server::IsOwnListener(connection->server)) {
@@ -49,6 +50,11 @@ Result<std::string> TerminalRequests::ask(const std::string& method_and_target,
   auto answer = server::Exchange(socket, {method_and_target, {}, options_.headers, body});
   if (!answer) return std::unexpected(std::move(answer.error()));
   return std::move(answer->body);
+}
+
+bool TerminalRequests::has_given_up() {
+  const std::scoped_lock lock(mutex_);
+  return given_up_;
 }
 
 void TerminalRequests::give_up() {

@@ -35,6 +35,8 @@ class TerminalRequests {
  private:
   class Open;
 
+  [[nodiscard]] bool has_given_up();
+
   const AttachOptions& options_;
   std::mutex mutex_;
   std::set<platform::Socket*> open_;  // guarded by mutex_
